@@ -1,0 +1,39 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+#include <boost/any.hpp>
+
+namespace settings::core::detail {
+
+/// The values of one key, at most one a level. A level can have an entry that is empty; it reads as
+/// no value.
+class LevelValues {
+public:
+    static constexpr std::size_t levelCount = 3;
+
+    /// The entry of a level (by its place in the stack), null if there is none.
+    boost::any const* find(std::size_t level) const {
+        return present_[level] ? &values_[level] : nullptr;
+    }
+    bool hasValue(std::size_t level) const { return present_[level] && !values_[level].empty(); }
+    bool empty() const { return !present_[0] && !present_[1] && !present_[2]; }
+    bool holdsAnyValue() const { return hasValue(0) || hasValue(1) || hasValue(2); }
+    /// Puts an entry in, in the place of an earlier one. Does not throw.
+    void put(std::size_t level, boost::any& value) noexcept {
+        values_[level].swap(value);
+        present_[level] = true;
+    }
+    void erase(std::size_t level) {
+        values_[level].clear();
+        present_[level] = false;
+    }
+
+private:
+    std::array<boost::any, levelCount> values_;
+    std::array<bool, levelCount> present_{};
+};
+
+}  // namespace settings::core::detail
