@@ -55,7 +55,11 @@ class QBHOST_API ContextRegistry {
 public:
     virtual ~ContextRegistry() = default;
     static ContextRegistry& getInstance();
-    /// From now on the factory's contexts live with every instance that starts.
+    /// From now on the factory's contexts live with every instance that starts. Those of instances
+    /// that have been started already are made before this returns. The blessed instance is never
+    /// started: its contexts are made when it is first switched to or from, or ended, so that a
+    /// library may register while its other statics are still to come. A forgotten factory's
+    /// contexts are destroyed without being released.
     virtual std::unique_ptr<FactoryHandle> registerFactory(
         boost::shared_ptr<ContextFactoryBase> factory) = 0;
     /// The instance in use for `id`: `AnyZcrID` gives the one that the calling thread acts on, the

@@ -72,6 +72,7 @@ public:
     /// Writes the tags of the event's classes, for diagnosis.
     virtual void fillStream(std::ostream& stream) const;
 
+    static qf::ustring typeTag() { return u"corebus::msg_svc::eventmgr::BaseEvent"; }
     /// True if the tag is that of the event's class or of one of its bases.
     bool isKindOf(qf::ustring const& tag) const;
     bool operator==(BaseEvent const& other) const { return type_ == other.type_; }
@@ -108,20 +109,24 @@ public:
     std::unique_ptr<Connection> subscribe(Function function, Iterator firstTag, Iterator lastTag) {
         return subscribeHandler(
             [function](BaseEvent const& event) { function(BaseEvent::safeDownCast<T>(event)); },
-            std::vector<qf::ustring>(firstTag, lastTag));
+            T::typeTag(), std::vector<qf::ustring>(firstTag, lastTag));
     }
 
-    /// Calls each subscription that shares a tag with the event, once, in the order of subscribing,
-    /// on this thread, with no lock of the manager held: a handler may subscribe, end its own
-    /// subscription or another's. All are called, then the first exception of a handler goes on to
-    /// the caller.
+    /// Calls each subscription that shares a tag with the event and asks for a kind that the event
+    /// is of, once, in the order of subscribing, on this thread, with no lock of the manager held:
+    /// a handler may subscribe, end its own subscription or another's. A subscription made during
+    /// the delivery hears the next event, one ended before its turn nothing more. All are called,
+    /// then the first exception of a handler goes on to the caller.
     template <class Event>
     void notify(boost::shared_ptr<Event const> const& event, DeliverMode mode) {
         deliver(*event, mode);
     }
 
+    /// False if no event would reach anybody at this moment, so that none need be made.
+    virtual bool hasSubscriptions() const = 0;
+
 protected:
-    virtual std::unique_ptr<Connection> subscribeHandler(Handler handler,
+    virtual std::unique_ptr<Connection> subscribeHandler(Handler handler, qf::ustring kind,
                                                          std::vector<qf::ustring> tags) = 0;
     virtual void deliver(BaseEvent const& event, DeliverMode mode) = 0;
 };

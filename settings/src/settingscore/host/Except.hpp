@@ -81,8 +81,9 @@ class QBHOST_API
 public:
     /// Looks the text up at once, since `what()` can neither fail nor allocate.
     explicit Exception(MsgClass id)
-        : id_(std::move(id)), text_(i18n::to_string(i18n::MessageCatalog::get_message(
-                                  id_, i18n::qbLocale::global()))) {}
+        : id_(std::move(id)),
+          text_(i18n::to_string(i18n::MessageCatalog::get_message(id_, i18n::qbLocale::global()))) {
+    }
     rescat::BaseMsgID const& get_msg_id() const override { return id_; }
     /// The catalogue's text, narrowed.
     char const* what() const noexcept override { return text_.c_str(); }

@@ -14,7 +14,9 @@
 
 /// Files and folders of the host. Paths are UTF-16; a name on disk that is not well-formed UTF-8
 /// is carried unharmed (each stray byte as a lone surrogate U+DC80 to U+DCFF), so that every entry
-/// of a folder can be opened again. All operations may be called by any thread.
+/// of a folder can be opened again. A path that holds a NUL names nothing that could be there. All
+/// operations may be called by any thread, and each may throw FsysExceptionBase or one of its
+/// subclasses unless it says otherwise.
 namespace qf::filesystem {
 
 /// Base of all failures of this layer. `what()` names the operation, the path and the reason.
@@ -102,10 +104,12 @@ enum file_status : unsigned {
 QBHOST_API bool exists(path const& p);
 /// Kind of what `p` names, links followed. @throws FsysExceptionBase if it can't be told.
 QBHOST_API unsigned status(path const& p);
-/// Makes the folder and its missing parents. @throws FileExistsError if the folder itself is there
-/// already (or something else of that name); AccessDenied, FsysExceptionBase otherwise.
+/// Makes the folder and its missing parents; parents made before a failure stay.
+/// @throws FileExistsError if the folder itself is there already (or something else of that name);
+/// AccessDenied, FsysExceptionBase otherwise.
 QBHOST_API void create_directories(path const& p);
-/// Replaces an existing target at once.
+/// Replaces an existing file or empty folder at once. @throws FileExistsError if the target is a
+/// folder that is not empty.
 QBHOST_API void rename(path const& from, path const& to);
 /// Removes a file or an empty folder. False if nothing was there.
 QBHOST_API bool remove(path const& p);
@@ -118,8 +122,9 @@ QBHOST_API path absolute(path const& p, path const& base);
 QBHOST_API ustring extract_filename(ustring const& text);
 
 enum class copy_option { fail_if_exists, overwrite_if_exists };
-/// Copies content and permission bits. A target that could not be written whole is removed.
-/// @throws FileExistsError under `fail_if_exists`.
+/// Copies the content of a regular file, and its permission bits where the target allows it. A
+/// target that could not be written whole is removed; one that could not be opened is left alone.
+/// @throws FileExistsError under `fail_if_exists`, or if both are the same file.
 QBHOST_API void copy_file(path const& from, path const& to, copy_option option);
 
 /// C stream on a path, null on failure with `errno` set. Descriptors are closed on exec.
@@ -137,7 +142,7 @@ public:
     ustring filename() const { return full_.filename().str(); }
     path const& full_pathname() const { return full_; }
     /// Kind, links followed, with `symbolic_link` beside it if the entry is a link; a dangling
-    /// link is `other_file`. @throws FsysExceptionBase
+    /// link is `other_file`, an entry that is gone by now `no_file`. @throws FsysExceptionBase
     unsigned status() const;
 
 private:
@@ -170,11 +175,16 @@ private:
     std::shared_ptr<std::vector<upath_directory_entry> const> entries_;
     std::size_t index_ = 0;
 };
-inline basic_directory_iterator begin(basic_directory_iterator it) { return it; }
-inline basic_directory_iterator end(basic_directory_iterator const&) { return {}; }
+inline basic_directory_iterator begin(basic_directory_iterator it) {
+    return it;
+}
+inline basic_directory_iterator end(basic_directory_iterator const&) {
+    return {};
+}
 
 /// Output stream on a file, opened for truncation. What is written is collected and handed to the
-/// file in few large pieces, in the classic locale. A failed open sets the failure bit.
+/// file in few large pieces, the last by `close`, in the classic locale; flushing hands over
+/// nothing. A failed open sets the failure bit.
 class QBHOST_API basic_ofstream : public std::ostream {
 public:
     explicit basic_ofstream(path const& p);

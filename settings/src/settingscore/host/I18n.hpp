@@ -24,7 +24,8 @@ QBHOST_API ustring to_ustring(std::string const& text);
 /// that of `to_string`. @throws std::invalid_argument for an unknown encoding.
 QBHOST_API std::string codecvt_ustring_to_string(ustring const& text, char const* encoding);
 
-/// Value of an environment variable, empty if it is unset.
+/// Value of an environment variable, empty if it is unset. What variables name is mostly folders,
+/// so a byte that is not UTF-8 is carried as a path carries it.
 QBHOST_API ustring getenv(char const* name);
 
 /// Names the language of catalogue texts.

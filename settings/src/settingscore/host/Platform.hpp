@@ -1,13 +1,14 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 
 #include <settingscore/host/HostApi.hpp>
 
 /// Utilities of the host that have C names.
 
-/// Loads or finds a shared library. `*status` is 0 on success. A library is never unloaded.
+/// Loads or finds a shared library. `*status`, unless null, becomes 0 on success and something else
+/// on failure. A name without a folder is looked for in the host's own folders first, then where
+/// the system looks. A library is never unloaded.
 QBHOST_API void* quGetModule(char const* fileName, int* status);
 /// Address of an exported symbol, null if it is missing.
 QBHOST_API void* quFindSymbolInLibrary(void* handle, char const* name);
@@ -16,7 +17,7 @@ QBHOST_API char const* quLastLibraryError();
 /// Non-zero on the host's main signal thread, the one on which its execution engine runs.
 QBHOST_API int quIsSignalThread();
 
-/// The suffix of shared library files, with its dot.
+/// The suffix of the files of shared libraries, with its dot; the same on every system.
 QBHOST_API char const* quLibrarySuffix();
 
 /// Context of the number conversions; they keep no state in this process.

@@ -26,7 +26,8 @@ public:
     uostream& operator<<(Number const& number) {
         narrow_.str(std::string());
         narrow_ << number;
-        for (char c : narrow_.str()) text_ += static_cast<char16_t>(static_cast<unsigned char>(c));
+        for (char c : narrow_.str())
+            text_ += static_cast<char16_t>(static_cast<unsigned char>(c));
         return *this;
     }
     ustring const& str() const { return text_; }

@@ -13,6 +13,8 @@ namespace settings::core::detail {
 class LevelValues {
 public:
     static constexpr std::size_t levelCount = 3;
+    /// The places of the levels in the order of their names: factory, session, user.
+    static constexpr std::array<std::size_t, levelCount> byLevelName{2, 0, 1};
 
     /// The entry of a level (by its place in the stack), null if there is none.
     boost::any const* find(std::size_t level) const {

@@ -22,6 +22,8 @@ public:
     /// From now on nothing is loaded.
     void spend() { done_.store(true, std::memory_order_release); }
     void run(boost::function<void()> const& load);
+    /// True on the thread that runs the load at this moment.
+    bool isRunningHere() const;
 
 private:
     std::atomic<bool> done_{false};

@@ -237,7 +237,18 @@ private:
     template <class Range>
     std::vector<NodeValue> toNodeValues(Range const& range, bool throwIfMissing,
                                         BatchErrors& errors) const;
-    static BatchErrors joinErrors(BatchErrors first, BatchErrors second);
+    template <class Range>
+    BatchErrors setRange(Range const& range, std::string const& level, bool rethrow);
+    template <class Range>
+    BatchErrors validateRange(Range const& range, bool rethrow) const;
+    boost::shared_ptr<Settings const> self() const;
+    /// The tags under which events of these types are published for this node.
+    std::vector<ustring> getFilterTagStrings(std::vector<ustring> const& typeTags) const;
+    /// Subscribes through `subscribe` to the tags of this node for each of the types.
+    std::unique_ptr<corebus::msg_svc::eventmgr::Connection> addListenerImpl(
+        boost::function<std::unique_ptr<corebus::msg_svc::eventmgr::Connection>(
+            corebus::msg_svc::eventmgr::EventMgr&, std::vector<ustring> const&)> const& subscribe,
+        std::vector<ustring> const& typeTags) const;
 };
 
 }  // namespace settings::core

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <algorithm>
+#include <atomic>
 #include <cstddef>
-#include <functional>
 #include <iosfwd>
 #include <map>
 #include <set>
@@ -329,23 +330,39 @@ private:
         boost::optional<ValueArraySizeValidator> valueArraySizeValidator_;
         boost::optional<ValueWriterFcn> valueWriter_;
         boost::optional<unsigned long> dataTypeIndex_;
+
+        bool isComplete() const {
+            return valueTypeChecker_ && valueArraySizeValidator_ && valueWriter_ && dataTypeIndex_;
+        }
     };
 
     /// The children as far as they may be looked at: none while a product is not loaded.
     ChildMap const& childMap() const;
     bool isContentPending() const { return contentPending_.load(std::memory_order_acquire); }
-    boost::shared_ptr<SettingsImpl> findChild(std::string const& name) const;
-    boost::any evaluateRunTimeDefault(detail::HeldLock const& lock) const;
-    boost::any valueOnLevel(detail::HeldLock const& lock, std::size_t level,
+    SettingsImpl* findChild(std::string const& name) const;
+    void addChild(boost::shared_ptr<SettingsImpl> const& child);
+    boost::any valueOnLevel(detail::HeldLock const& lock, SettingsLevel const* level,
                             std::string const& levelName, bool runDefault) const;
+    /// What became of a value that was to be stored.
+    struct Stored {
+        bool changed;        ///< The level has a new value.
+        bool tellListeners;  ///< The value in force of a connected key changed.
+    };
+    Stored storeAnyValueWithLock(UpgradeLock& lock, boost::any const& value,
+                                 std::string const& level);
+    /// True if this key is connected and its value in force is no longer `old`.
+    bool currentStateDiffersWithLock(detail::HeldLock const& lock, boost::any const& old) const;
     boost::optional<bool> definiteReadOnly() const;
     void checkLevelIsModifiable(std::string const& level) const;
     KeyRules copyOfRules() const;
+    /// The rules, with what was missing taken from `value`.
+    KeyRules settledRules(boost::any const& value) const;
     boost::shared_ptr<SettingsImpl> sharedThis();
     boost::shared_ptr<SettingsImpl const> sharedThis() const;
-    void saveWithLock(detail::SharedTreeLock const& lock, SettingsLevel const* level,
-                      boost::shared_ptr<SettingsImpl> const& node) const;
-    void adoptLoadedContent(SettingsImpl& loaded);
+    void saveWithLock(detail::SharedTreeLock const& lock, SettingsLevel const* level);
+    /// Takes over what was loaded. Called inside the load: until that ends, no other thread looks
+    /// at this node's content, so that no lock is needed (a caller may hold it already).
+    void acceptChildren(SettingsImpl& loaded);
 
     // Merge engine: works on private copies. The lock is one that the caller holds.
     void mergeDescendantsPrecheck(detail::HeldLock const& lock,
@@ -353,9 +370,9 @@ private:
     void mergeIntoNode(detail::HeldLock const& lock, SettingsImpl const& src,
                        std::string const& levelName, bool defining, bool compareNames);
     void mergeIntoLeafNode(detail::HeldLock const& lock, SettingsImpl const& src,
-                           std::string const& levelName, bool compareNames, bool defining);
+                           std::string const& levelName);
     void mergeIntoNonLeafNode(detail::HeldLock const& lock, SettingsImpl const& src,
-                              std::string const& levelName, bool compareNames, bool defining);
+                              std::string const& levelName, bool compareNames);
     void mergePreCheck(detail::HeldLock const& lock, SettingsImpl const& src, bool compareNames,
                        bool isLastLevel, bool defining);
     void defaultValidatorMergeCheck(detail::HeldLock const& lock, SettingsImpl const& src);

@@ -22,11 +22,12 @@ private:
     static void require([[maybe_unused]] bool owned) { assert(owned); }
 };
 
-/// Counts the holds of the tree lock that this thread has through the library. An outermost hold
-/// lets a waiting writer pass first: it pauses, for at most about a millisecond.
+/// Counts the holds of the tree lock that this thread has through the library. An outermost shared
+/// hold lets a waiting writer pass first: it pauses, for at most about a millisecond.
 class TreeHold {
 public:
-    TreeHold();
+    enum class Kind { shared, upgrade };
+    explicit TreeHold(Kind kind);
     ~TreeHold();
     TreeHold(TreeHold const&) = delete;
     TreeHold& operator=(TreeHold const&) = delete;

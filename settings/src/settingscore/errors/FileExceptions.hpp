@@ -1,0 +1,85 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include <settingscore/errors/InternalError.hpp>
+
+/// Errors of files and folders.
+namespace settings::core::exception {
+
+class SETTINGSCORE_API ErrorExportOrImportSettingsUsingRelativePath
+    : public InternalError,
+      public detail::WithObjectInvolved {
+public:
+    explicit ErrorExportOrImportSettingsUsingRelativePath(ustring relativePath)
+        : ErrorExportOrImportSettingsUsingRelativePath(NodePtr(), std::move(relativePath)) {}
+    ErrorExportOrImportSettingsUsingRelativePath(NodePtr node, ustring relativePath)
+        : WithObjectInvolved(std::move(node)), relativePath_(std::move(relativePath)) {}
+    char const* what() const noexcept override {
+        return "The Settings import or export function can only take full path";
+    }
+    ustring const& getRelativePath() const { return relativePath_; }
+
+private:
+    ustring relativePath_;
+};
+
+class SETTINGSCORE_API ErrorSaveSettingsDueToFileIOError : public InternalError,
+                                                           public detail::WithCausingObject {
+public:
+    ErrorSaveSettingsDueToFileIOError(NodePtr node, ustring fileName)
+        : WithCausingObject(std::move(node)), fileName_(std::move(fileName)) {}
+    char const* what() const noexcept override { return "Error open a file stream for write."; }
+    ustring const& getFileName() const { return fileName_; }
+
+private:
+    ustring fileName_;
+};
+
+/// Why settings could not be read. The numbers are part of the interface.
+enum ErrorCode {
+    ReaderNotCreated = 0,      ///< The XML reader cannot be created.
+    SaxPlugInNotFound = 1,     ///< The SAX service has no plug-in.
+    FeatureNotRecognized = 2,  ///< The reader does not know a feature that is needed.
+    FeatureNotSupported = 3,   ///< The reader cannot switch a feature that is needed.
+    ParseFailed = 4,           ///< Not well-formed or not valid; position in the detail.
+    ContentRefused = 5,        ///< Any other failure during the parse.
+    MergeFailed = 6,           ///< The parsed files do not fit together.
+    LazyLoadFailed = 7         ///< Loading a product met errors; they are listed in the detail.
+};
+
+/// A settings file, or a product's files together, could not be read. Only the detail tells why.
+class SETTINGSCORE_API ErrorReadingSettingsData : public InternalError {
+public:
+    ErrorReadingSettingsData(ErrorCode code, ustring detail)
+        : detail_(std::move(detail)), code_(code) {}
+    char const* what() const noexcept override {
+        return "Error reading setting's value for various reasons, please refer to detailedInfo "
+               "for more information.";
+    }
+    ErrorCode getErrorCode() const { return code_; }
+    ustring const& getDetailErrorMsg() const { return detail_; }
+
+private:
+    ustring detail_;
+    ErrorCode code_;
+};
+
+class SETTINGSCORE_API RelativePreferencePathNotSupported : public InternalError {
+public:
+    explicit RelativePreferencePathNotSupported(std::string folder) : folder_(std::move(folder)) {}
+    char const* what() const noexcept override {
+        return "Unable to start ZENBAR. The preference folder path must be an absolute path.";
+    }
+    std::string const& getPrefdirLocation() const { return folder_; }
+    std::string getErrorMessage() const {
+        return "Unable to start ZENBAR. Relative path for preferences directory ('" + folder_ +
+               "') is not supported";
+    }
+
+private:
+    std::string folder_;
+};
+
+}  // namespace settings::core::exception

@@ -1,0 +1,187 @@
+// Where settings files lie, and which files and folders count.
+
+#include <settingscore/persistence/SettingsFile.hpp>
+
+#include <strings.h>
+
+#include <algorithm>
+#include <set>
+
+#include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/SettingsLevel.hpp>
+#include <settingscore/persistence/SettingsLevelManager.hpp>
+#include <settingscore/persistence/xml/SettingsXMLReader.hpp>
+#include <settingscore/roots/SettingsImplRoot.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
+
+namespace settings::core {
+
+namespace fs = qf::filesystem;
+using Root = boost::shared_ptr<SettingsImplRoot const>;
+
+namespace {
+
+constexpr char const* poolProduct = "gridpool";
+constexpr char const* poolFolder = "farmjobs";
+
+ustring const& extension() {
+    static ustring const text = qf::i18n::to_ustring(Settings::settingsExtension);
+    return text;
+}
+
+bool isAsciiLetter(char16_t c) { return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z'); }
+
+bool isLegalProductName(ustring const& name) {
+    return !name.empty() && isAsciiLetter(name.front()) &&
+           std::all_of(name.begin(), name.end(), [](char16_t c) {
+               return isAsciiLetter(c) || (c >= u'0' && c <= u'9') || c == u'_';
+           });
+}
+
+bool holdsSettingsFile(fs::path const& folder) {
+    try {
+        for (fs::upath_directory_entry const& entry : fs::basic_directory_iterator(folder)) {
+            if (IsASettingsFile()(entry)) return true;
+        }
+        return false;
+    } catch (fs::FsysExceptionBase const&) {
+        return false;
+    }
+}
+
+/// The node that a file or folder stands for: its name up to the last ".".
+std::string nodeName(fs::upath_directory_entry const& entry) {
+    ustring const fileName = entry.filename();
+    std::string name = qf::i18n::to_string(fileName.substr(0, fileName.rfind(u'.')));
+    return name == poolFolder ? poolProduct : name;
+}
+
+fs::path userFile(ustring const& root, std::string const& product) {
+    return fs::path(root) /
+           fs::path(qf::i18n::to_ustring(product + Settings::settingsExtension));
+}
+
+struct LessWithoutCase {
+    bool operator()(std::string const& a, std::string const& b) const {
+        return strcasecmp(a.c_str(), b.c_str()) < 0;
+    }
+};
+
+}  // namespace
+
+bool IsASettingsFile::operator()(fs::upath_directory_entry const& entry) const {
+    try {
+        return entry.full_pathname().extension() == extension() &&
+               (entry.status() & fs::file_type_mask) == fs::regular_file;
+    } catch (fs::FsysExceptionBase const&) {
+        return false;
+    }
+}
+
+bool IsASettingsDirectory::operator()(fs::upath_directory_entry const& entry) const {
+    return isLegalProductName(entry.filename()) && holdsSettingsFile(entry.full_pathname());
+}
+
+bool IsASettingsDirectoryWithSubDir::operator()(fs::upath_directory_entry const& entry) const {
+    return isLegalProductName(entry.filename()) &&
+           holdsSettingsFile(entry.full_pathname() / fs::path(u"settings"));
+}
+
+// --- Places ---------------------------------------------------------------------------------
+
+ustring SettingsFile::getRootPathForLevel(SettingsLevel const* level, Root const& root) {
+    if (!root) return ustring();
+    if (level->isFactoryLevel()) return root->getFactoryDir();
+    if (level->isWorkgroupLevel()) return root->getWrkgrpDir();
+    if (level->isUserLevel()) return root->getUserDir();
+    return ustring();
+}
+
+fs::path SettingsFile::getObjFilePathRoot(SettingsLevel const* level,
+                                          boost::shared_ptr<SettingsImpl const> const& obj) {
+    return getRootPathForLevel(
+        level, boost::dynamic_pointer_cast<SettingsImplRoot const>(obj->getParentImpl()));
+}
+
+fs::path SettingsFile::getSettingsFilePathForObj(
+    SettingsLevel const* level, boost::shared_ptr<SettingsImpl const> const& obj) {
+    return userFile(getObjFilePathRoot(level, obj).str(), obj->getName());
+}
+
+// --- Lists ----------------------------------------------------------------------------------
+
+std::vector<fs::path> SettingsFile::getSettingsFileList(fs::path const& folder) {
+    std::vector<fs::path> files;
+    try {
+        for (fs::upath_directory_entry const& entry : fs::basic_directory_iterator(folder)) {
+            if (IsASettingsFile()(entry)) files.push_back(entry.full_pathname());
+        }
+    } catch (fs::FsysExceptionBase const&) {
+        // A missing or unreadable folder has no files.
+    }
+    return files;
+}
+
+std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(SettingsLevel const* level,
+                                                                Root const& root) {
+    std::vector<std::string> names;
+    try {
+        fs::path const folder = getRootPathForLevel(level, root);
+        for (fs::upath_directory_entry const& entry : fs::basic_directory_iterator(folder)) {
+            bool const counts = level->isFactoryLevel() ? IsASettingsDirectory()(entry)
+                                                        : IsASettingsFile()(entry);
+            if (counts) names.push_back(nodeName(entry));
+        }
+    } catch (fs::FsysExceptionBase const&) {
+        names.clear();
+    }
+    return names;
+}
+
+std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(Root const& root) {
+    std::set<std::string, LessWithoutCase> names;
+    auto const& levels = SettingsLevelManager::levels();
+    for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
+        if (!level->canHaveFile()) continue;
+        for (std::string const& name : getSettingsTopLevelNodes(&*level, root)) names.insert(name);
+    }
+    return {names.begin(), names.end()};
+}
+
+std::vector<std::string> SettingsFile::getSettingsTopLevelNodesForZcrId0Root(
+    SettingsLevel const* level) {
+    return getSettingsTopLevelNodes(level, SettingsImpl::getSettingsImplRoot(BlessedZcrID));
+}
+
+std::vector<fs::path> SettingsFile::getAllSettingsFileForProduct(std::string const& product,
+                                                                 SettingsLevel const* level,
+                                                                 Root const& root) {
+    ustring const rootPath = getRootPathForLevel(level, root);
+    // Without a directory there are no files; least of all those of the working directory.
+    if (rootPath.empty()) return {};
+    if (level->isFactoryLevel()) {
+        std::string const folder = product == poolProduct ? poolFolder : product;
+        return getSettingsFileList(fs::path(rootPath) / fs::path(qf::i18n::to_ustring(folder)));
+    }
+    fs::path const file = userFile(rootPath, product);
+    if (!fs::exists(file)) return {};
+    return {file};
+}
+
+std::vector<fs::path> SettingsFile::getAllSettingsFileForProductForZcrId0Root(
+    std::string const& product, SettingsLevel const* level) {
+    return getAllSettingsFileForProduct(product, level,
+                                        SettingsImpl::getSettingsImplRoot(BlessedZcrID));
+}
+
+boost::shared_ptr<SettingsImpl> SettingsFile::loadSettingsObject(fs::path const& path) {
+    if (path.empty()) return {};
+    return SettingsXMLReader::getParsedSettings(path.str());
+}
+
+void SettingsFile::deleteSettingsFile(SettingsLevel const* level, std::string const& product) {
+    ustring const rootPath = level->levelRootPath();
+    if (!rootPath.empty()) fs::remove(userFile(rootPath, product));
+}
+
+}  // namespace settings::core

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+#include <settingscore/host/Filesystem.hpp>
+#include <settingscore/host/UString.hpp>
+
+namespace settings::core {
+
+class SaveSettingsFunctor;
+class SettingsImpl;
+class SettingsImplRoot;
+class SettingsLevel;
+
+/// True for a regular file with the extension ".settings", in exactly this spelling.
+struct IsASettingsFile {
+    bool operator()(qf::filesystem::upath_directory_entry const& entry) const;
+};
+
+/// True for a folder with a legal product name (an ASCII letter, then letters, digits, "_") that
+/// holds a settings file. An unreadable folder is none.
+struct IsASettingsDirectory {
+    bool operator()(qf::filesystem::upath_directory_entry const& entry) const;
+};
+
+/// Same for a folder whose settings files lie in its subfolder "settings".
+struct IsASettingsDirectoryWithSubDir {
+    bool operator()(qf::filesystem::upath_directory_entry const& entry) const;
+};
+
+/// Knows where settings files lie, which files and folders count, and how a file is replaced.
+///
+/// Factory files of a product P: every settings file in the folder P of the factory directory (the
+/// product `gridpool` lies in the folder `farmjobs`). User file: P.settings in the user directory.
+///
+/// A save writes into a temporary folder beside the real file and renames. What is left on disk when
+/// a step fails stands with `saveSettings`. The steps go through replaceable functions, so that
+/// their failures can be driven from outside; set them before saves run.
+class SettingsFile {
+public:
+    using Path = qf::filesystem::path;
+    using RenameFunc = void (*)(Path const& from, Path const& to);
+    using SaveToFileFunc = void (*)(SettingsLevel const*,
+                                    boost::shared_ptr<SettingsImpl const> const&,
+                                    SaveSettingsFunctor const&, Path const&);
+
+    static void setRenameTempToRealFunc(RenameFunc function);
+    static void setRenameRealToTempFunc(RenameFunc function);
+    /// Kept, and never called: the save has no step that restores.
+    static void setRenameBackupFileFunc(RenameFunc function);
+    static void setSaveToFileFunc(SaveToFileFunc function);
+
+    /// Directory of the level for a root; empty for a level without files and for a null root.
+    static ustring getRootPathForLevel(SettingsLevel const* level,
+                                       boost::shared_ptr<SettingsImplRoot const> const& root);
+    /// Same for the root that is the parent of the product `obj`.
+    static Path getObjFilePathRoot(SettingsLevel const* level,
+                                   boost::shared_ptr<SettingsImpl const> const& obj);
+    static Path getSettingsFilePathForObj(SettingsLevel const* level,
+                                          boost::shared_ptr<SettingsImpl const> const& obj);
+    /// Settings files of a folder, in the order of the directory; what was found so far if the
+    /// folder can't be read to the end.
+    static std::vector<Path> getSettingsFileList(Path const& folder);
+    /// Names of the products found at one level; empty if the directory can't be read.
+    static std::vector<std::string> getSettingsTopLevelNodes(
+        SettingsLevel const* level, boost::shared_ptr<SettingsImplRoot const> const& root);
+    /// Names of the products of all levels, sorted without regard to case; of spellings that differ
+    /// in case alone the factory's stays.
+    static std::vector<std::string> getSettingsTopLevelNodes(
+        boost::shared_ptr<SettingsImplRoot const> const& root);
+    static std::vector<std::string> getSettingsTopLevelNodesForZcrId0Root(
+        SettingsLevel const* level);
+    /// Files to load for a product at a level, in the order in which they are merged.
+    static std::vector<Path> getAllSettingsFileForProduct(
+        std::string const& product, SettingsLevel const* level,
+        boost::shared_ptr<SettingsImplRoot const> const& root);
+    static std::vector<Path> getAllSettingsFileForProductForZcrId0Root(std::string const& product,
+                                                                       SettingsLevel const* level);
+    /// False if the file exists and can't be opened for appending.
+    static bool checkWritePermission(SettingsLevel const* level,
+                                     boost::shared_ptr<SettingsImpl const> const& obj);
+
+    /// Saves the product that `obj` belongs to, at one level. Called with the tree held shared.
+    ///
+    /// | failure                            | real file                              | reported |
+    /// |------------------------------------|----------------------------------------|----------|
+    /// | level without files                | untouched                              | no       |
+    /// | level that can't be modified       | untouched                              | `CantModifyValuesOnReadOnlyLevel` |
+    /// | no access to the level's directory | untouched                              | `NoWritePermissionOnDirectory` |
+    /// | no temporary folder in 1000 tries  | untouched                              | no       |
+    /// | temporary file incomplete          | replaced by what was written           | no       |
+    /// | existing file not writable         | untouched                              | no       |
+    /// | rename refused by an existing file | replaced by the second try             | no       |
+    /// | rename fails 1000 times            | untouched, or gone if it was moved away | no      |
+    ///
+    /// No temporary folder stays behind in any of these cases.
+    static void saveSettings(SettingsLevel const* level,
+                             boost::shared_ptr<SettingsImpl> const& obj,
+                             SaveSettingsFunctor const& functor);
+    /// Writes the file; a failure to write reports nothing.
+    static void saveToFile(SettingsLevel const* level,
+                           boost::shared_ptr<SettingsImpl const> const& obj,
+                           SaveSettingsFunctor const& functor, Path const& path);
+    static void renameExistingFile(Path const& from, Path const& to);
+    /// Removes the product's file from the directory that the level itself names. A missing file is
+    /// no error.
+    static void deleteSettingsFile(SettingsLevel const* level, std::string const& product);
+    /// Parses one file; empty for an empty path. Touches no tree and takes no lock of one.
+    static boost::shared_ptr<SettingsImpl> loadSettingsObject(Path const& path);
+
+private:
+    static Path makeTempDirectory(Path const& rootPath);
+    static void replaceRealFile(Path const& tmpPath, Path const& realPath,
+                                Path const& previousPath);
+};
+
+}  // namespace settings::core

@@ -1,0 +1,161 @@
+// How a settings file is replaced.
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+
+#include <boost/chrono/duration.hpp>
+#include <boost/thread/thread.hpp>
+#include <settingscore/errors/Exceptions.hpp>
+#include <settingscore/errors/MessageIds.hpp>
+#include <settingscore/host/EventMgr.hpp>
+#include <settingscore/host/I18n.hpp>
+#include <settingscore/host/Log.hpp>
+#include <settingscore/host/ScopeGuard.hpp>
+#include <settingscore/persistence/SettingsFile.hpp>
+#include <settingscore/persistence/SettingsLevel.hpp>
+#include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
+#include <settingscore/roots/SettingsImplRoot.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
+
+namespace settings::core {
+
+namespace fs = qf::filesystem;
+namespace msg = ZENBAR::settings::core;
+
+namespace {
+
+constexpr int attempts = 1000;
+constexpr int attemptsBetweenSleeps = 333;
+
+std::atomic<SettingsFile::RenameFunc> renameTempToRealFunc_{&SettingsFile::renameExistingFile};
+std::atomic<SettingsFile::RenameFunc> renameRealToTempFunc_{&SettingsFile::renameExistingFile};
+std::atomic<SettingsFile::RenameFunc> renameTempRealBackUpToRealFunc_{
+    &SettingsFile::renameExistingFile};
+std::atomic<SettingsFile::SaveToFileFunc> saveToFileFunc_{&SettingsFile::saveToFile};
+
+void logSave(std::string const& product, std::string const& level) {
+    static auto const* const logger =
+        new qf::log::basic_diagnostic_logger<char>("settings::core");
+    constexpr int severity = 1;
+    if (logger->is_enabled(severity)) {
+        logger->record(severity, "SaveObj : " + product + " Level : " + level);
+    }
+}
+
+bool existsForSure(fs::path const& path) {
+    try {
+        return fs::exists(path);
+    } catch (fs::FsysExceptionBase const&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+void SettingsFile::setRenameTempToRealFunc(RenameFunc function) {
+    renameTempToRealFunc_ = function;
+}
+void SettingsFile::setRenameRealToTempFunc(RenameFunc function) {
+    renameRealToTempFunc_ = function;
+}
+void SettingsFile::setRenameBackupFileFunc(RenameFunc function) {
+    renameTempRealBackUpToRealFunc_ = function;
+}
+void SettingsFile::setSaveToFileFunc(SaveToFileFunc function) { saveToFileFunc_ = function; }
+
+void SettingsFile::renameExistingFile(Path const& from, Path const& to) { fs::rename(from, to); }
+
+void SettingsFile::saveSettings(SettingsLevel const* level,
+                                boost::shared_ptr<SettingsImpl> const& obj,
+                                SaveSettingsFunctor const& functor) {
+    if (!level->canHaveFile()) return;
+    if (!level->canBeModified()) {
+        throw exception::CantModifyValuesOnReadOnlyLevel(obj, level->levelName());
+    }
+    if (!obj) return;
+    auto const top = obj->getTopLevelNodeWithLock(functor.lock());
+    logSave(top->nameWithLock(), level->levelName());
+    // A root that its instance has let go has no directory: nothing is saved.
+    Path const rootPath = getObjFilePathRoot(level, top);
+    if (rootPath.empty()) return;
+    try {
+        Path const tempDir = makeTempDirectory(rootPath);
+        qf::util::scope_guard const cleanUp([&tempDir] {
+            if (fs::exists(tempDir)) fs::remove_all(tempDir);
+        });
+        ustring const fileName =
+            qf::i18n::to_ustring(top->nameWithLock() + Settings::settingsExtension);
+        Path const realPath = getSettingsFilePathForObj(level, top);
+        Path const tmpPath = tempDir / Path(fileName + u".tmp");
+        saveToFileFunc_.load()(level, top, functor, tmpPath);
+        Path const previousPath = tempDir / Path(fileName + u".previous");
+        if (!checkWritePermission(level, top)) return;
+        replaceRealFile(tmpPath, realPath, previousPath);
+    } catch (qf::except::Exception<msg::CanNotCreateTempDirectory, std::exception, void> const&) {
+        // Without a temporary folder the save ends in silence, the file unchanged.
+    }
+}
+
+fs::path SettingsFile::makeTempDirectory(Path const& rootPath) {
+    for (int attempt = 1; attempt <= attempts; ++attempt) {
+        corebus::msg_svc::exchange::IDType const id;
+        Path tempDir = rootPath / Path(u"temp" + qf::i18n::to_ustring(id.toString()));
+        try {
+            fs::create_directories(tempDir);
+            if (fs::exists(tempDir)) return tempDir;
+        } catch (fs::FileExistsError const&) {
+            // Somebody else's folder: another name is tried.
+        } catch (fs::AccessDenied const& denied) {
+            if (!existsForSure(tempDir)) {
+                msg::throwMessage<msg::NoWritePermissionOnDirectory>(tempDir.str(),
+                                                                     denied.reason().c_str());
+            }
+        }
+    }
+    msg::throwMessage<msg::CanNotCreateTempDirectory>(rootPath.str());
+}
+
+void SettingsFile::replaceRealFile(Path const& tmpPath, Path const& realPath,
+                                   Path const& previousPath) {
+    for (int attempt = 1;; ++attempt) {
+        try {
+            renameTempToRealFunc_.load()(tmpPath, realPath);
+            return;
+        } catch (fs::FsysExceptionBase const&) {
+            try {
+                renameRealToTempFunc_.load()(realPath, previousPath);
+            } catch (fs::FsysExceptionBase const&) {
+                // Perhaps there was no real file: the next attempt will tell.
+            }
+        }
+        if (attempt % attemptsBetweenSleeps == 0) {
+            std::srand(static_cast<unsigned int>(std::time(nullptr)));
+            boost::this_thread::sleep_for(boost::chrono::seconds(1) +
+                                          boost::chrono::milliseconds(std::rand() % 1000 + 1));
+        } else if (attempt == attempts) {
+            return;
+        }
+    }
+}
+
+void SettingsFile::saveToFile(SettingsLevel const* level,
+                              boost::shared_ptr<SettingsImpl const> const& obj,
+                              SaveSettingsFunctor const& functor, Path const& path) {
+    fs::basic_ofstream stream(path);
+    functor(obj, stream, level->levelName());
+    stream.close();  // A failure stays in the stream's state, which nobody looks at.
+}
+
+bool SettingsFile::checkWritePermission(SettingsLevel const* level,
+                                        boost::shared_ptr<SettingsImpl const> const& obj) {
+    Path const file = getSettingsFilePathForObj(level, obj);
+    if (!fs::exists(file)) return true;
+    std::FILE* const opened = fs::fopen(file, "a");
+    if (!opened) return false;
+    std::fclose(opened);
+    return true;
+}
+
+}  // namespace settings::core

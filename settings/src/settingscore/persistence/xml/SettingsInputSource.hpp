@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+
+#include <settingscore/host/Filesystem.hpp>
+#include <settingscore/host/UString.hpp>
+#include <xercesc/sax/EntityResolver.hpp>
+#include <xercesc/sax/InputSource.hpp>
+
+namespace settings::core {
+
+/// A file for the parser. It is opened and read through the host's file layer: the parser's own
+/// way would take the path through the locale's character set, and would wait at a pipe.
+class SettingsInputSource : public xercesc::InputSource {
+public:
+    /// Most bytes of a file that may come without a tag among them.
+    static constexpr std::uint64_t tagDistanceLimit = std::uint64_t(256) << 20;
+
+    /// The counter gets the bytes read added, and is put back by whoever sees the tags.
+    SettingsInputSource(qf::filesystem::path const& file, std::uint64_t& bytesSinceTag);
+
+    /// @throws xercesc::SAXParseException if the file can't be opened; what is read throws
+    ///         xercesc::SAXException if it can't be read
+    xercesc::BinInputStream* makeStream() const override;
+
+private:
+    qf::filesystem::path file_;
+    std::uint64_t& bytesSinceTag_;
+};
+
+/// Keeps the parser from opening anything but the file that it was given: whatever else is asked
+/// for is empty.
+class ClosedEntityResolver : public xercesc::EntityResolver {
+public:
+    xercesc::InputSource* resolveEntity(XMLCh const* publicId, XMLCh const* systemId) override;
+};
+
+}  // namespace settings::core

@@ -1,0 +1,160 @@
+#include <settingscore/persistence/xml/SettingsXMLReader.hpp>
+
+#include <memory>
+#include <new>
+#include <set>
+#include <string>
+
+#include <settingscore/errors/FileExceptions.hpp>
+#include <settingscore/host/Filesystem.hpp>
+#include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/xml/SchemaGrammars.hpp>
+#include <settingscore/persistence/xml/SettingsInputSource.hpp>
+#include <settingscore/persistence/xml/SettingsSaxErrorHandler.hpp>
+#include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
+#include <xercesc/sax2/SAX2XMLReader.hpp>
+#include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+
+namespace settings::core {
+
+using exception::ErrorReadingSettingsData;
+using qf::filesystem::path;
+using xercesc::SAX2XMLReader;
+using xercesc::XMLUni;
+
+namespace {
+
+ustring textOf(XMLCh const* message) {
+    return message ? ustring(message) : ustring();
+}
+
+ustring numberOf(XMLFileLoc number) {
+    return qf::i18n::to_ustring(std::to_string(number));
+}
+
+/// Runs work of the parser: its exceptions become the reader's.
+template <class Work>
+void parsing(Work const& work) {
+    try {
+        work();
+    } catch (xercesc::SAXParseException const& error) {
+        throw ErrorReadingSettingsData(
+            exception::ParseFailed, u"LineNum=" + numberOf(error.getLineNumber()) + u"  ColNum=" +
+                                        numberOf(error.getColumnNumber()) + u"  " +
+                                        textOf(error.getMessage()));
+    } catch (xercesc::SAXException const& error) {
+        throw ErrorReadingSettingsData(exception::ContentRefused, textOf(error.getMessage()));
+    } catch (xercesc::XMLException const& error) {
+        throw ErrorReadingSettingsData(exception::ContentRefused, textOf(error.getMessage()));
+    } catch (xercesc::OutOfMemoryException const&) {
+        throw std::bad_alloc();
+    }
+}
+
+void startParserOnce() {
+    // Never ended: another user of the parser in the process would lose it.
+    static bool const started = [] {
+        try {
+            xercesc::XMLPlatformUtils::Initialize();
+        } catch (xercesc::XMLException const&) {
+            throw ErrorReadingSettingsData(exception::SaxPlugInNotFound,
+                                           u"Failed to find SAX plug in.");
+        }
+        return true;
+    }();
+    static_cast<void>(started);
+}
+
+path schemaFile() {
+    return path(qf::filesystem::get_install_path()) / u"settings" / u"src" / u"settingscore" /
+           u"settings.xsd";
+}
+
+/// The namespace, and the schema's file behind it, as the parser wants them: without blanks inside.
+ustring schemaLocation(path const& schema) {
+    std::string location = Settings::settingsXMLNameSpace + " ";
+    for (char const c : qf::i18n::to_string(schema.str())) {
+        if (c == ' ' || (c >= '\t' && c <= '\r')) {
+            location += "%20";
+        } else {
+            location += c;
+        }
+    }
+    return qf::i18n::to_ustring(location);
+}
+
+std::unique_ptr<SAX2XMLReader> createReader() {
+    path const schema = schemaFile();
+    ustring location = schemaLocation(schema);
+    std::unique_ptr<SAX2XMLReader> reader;
+    parsing([&] {
+        auto& grammars = schemaGrammars(schema, location);
+        reader.reset(xercesc::XMLReaderFactory::createXMLReader(
+            xercesc::XMLPlatformUtils::fgMemoryManager, &grammars));
+    });
+    if (!reader) {
+        throw ErrorReadingSettingsData(exception::ReaderNotCreated, u"Failed to create XMLReader.");
+    }
+    try {
+        reader->setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
+        reader->setFeature(XMLUni::fgXercesSchema, true);
+        reader->setFeature(XMLUni::fgXercesSchemaFullChecking, true);
+        reader->setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, true);
+        reader->setFeature(XMLUni::fgSAX2CoreValidation, true);
+        reader->setFeature(XMLUni::fgXercesDynamic, false);
+        reader->setFeature(XMLUni::fgXercesUseCachedGrammarInParse, true);
+        // The schema that a file names itself is never looked at.
+        reader->setFeature(XMLUni::fgXercesLoadSchema, false);
+        reader->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+        reader->setProperty(XMLUni::fgXercesSchemaExternalSchemaLocation, location.data());
+    } catch (xercesc::SAXNotRecognizedException const& error) {
+        throw ErrorReadingSettingsData(exception::FeatureNotRecognized, textOf(error.getMessage()));
+    } catch (xercesc::SAXNotSupportedException const& error) {
+        throw ErrorReadingSettingsData(exception::FeatureNotSupported, textOf(error.getMessage()));
+    }
+    return reader;
+}
+
+}  // namespace
+
+boost::shared_ptr<SettingsImpl> SettingsXMLReader::getParsedSettings(ustring const& startingFile) {
+    startParserOnce();
+    std::unique_ptr<SAX2XMLReader> const reader = createReader();
+    SettingsSaxHandler handler;
+    SettingsSaxErrorHandler errorHandler;
+    ClosedEntityResolver resolver;
+    reader->setContentHandler(&handler);
+    reader->setLexicalHandler(&handler);
+    reader->setErrorHandler(&errorHandler);
+    reader->setEntityResolver(&resolver);
+
+    path current = qf::filesystem::absolute(startingFile, path());
+    path const baseDir = current.parent_path();
+    std::set<path> visited;
+    boost::shared_ptr<SettingsImpl> result;
+    bool firstMergeDone = true;
+    ustring conflictText;
+    do {
+        handler.setSettings({});
+        current = qf::filesystem::absolute(current, baseDir);
+        // A chain of files that comes round to itself ends without an error.
+        if (!visited.insert(current).second) continue;
+        parsing([&] { reader->parse(SettingsInputSource(current, handler.bytesSinceTag())); });
+        result =
+            result ? SettingsImpl::mergeSettingsObject(result, handler.getSettings(), "user",
+                                                       &firstMergeDone, conflictText, current.str())
+                   : handler.getSettings();
+    } while (handler.popNextPaths(current));
+
+    if (!conflictText.empty()) {
+        throw ErrorReadingSettingsData(
+            exception::MergeFailed,
+            u"Error merging Settings' files. The starting file is: " + startingFile);
+    }
+    return result;
+}
+
+}  // namespace settings::core

@@ -1,0 +1,11 @@
+#include <settingscore/persistence/xml/XMLAdditionalPath.hpp>
+
+#include <settingscore/persistence/xml/XMLTopSettingsNode.hpp>
+
+namespace settings::core {
+
+void XMLAdditionalPath::closeTag() const {
+    parentAs<XMLTopSettingsNode>().appendAdditionalPath(path_);
+}
+
+}  // namespace settings::core

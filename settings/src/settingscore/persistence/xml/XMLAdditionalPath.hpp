@@ -1,0 +1,22 @@
+#pragma once
+
+#include <settingscore/host/Filesystem.hpp>
+#include <settingscore/persistence/xml/XMLLeafNode.hpp>
+
+namespace settings::core {
+
+/// A further file to read, named by the root element.
+class XMLAdditionalPath : public XMLLeafNode {
+public:
+    XMLAdditionalPath(xercesc::Attributes const&, boost::shared_ptr<XMLNode> const& parent)
+        : XMLLeafNode(parent) {}
+
+    void parseText(ustring const& text) override { path_ = text; }
+    std::string getTagName() const override { return "additionalpath"; }
+    void closeTag() const override;
+
+private:
+    qf::filesystem::path path_;
+};
+
+}  // namespace settings::core

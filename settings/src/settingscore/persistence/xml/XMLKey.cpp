@@ -1,0 +1,50 @@
+#include <settingscore/persistence/xml/XMLKey.hpp>
+
+#include <settingscore/errors/MessageIds.hpp>
+#include <settingscore/persistence/writer/ValueWriter.hpp>
+#include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
+#include <settingscore/persistence/xml/XMLValidationFunction.hpp>
+#include <settingscore/persistence/xml/XMLValueTypes.hpp>
+
+namespace settings::core {
+
+using XMLHelperFunctions::getAttribute;
+using XMLHelperFunctions::isTrue;
+
+XMLKey::XMLKey(xercesc::Attributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
+    : XMLNode(parent),
+      settings_(boost::make_shared<SettingsImpl>(
+          getAttribute(attributes, u"name"), true,
+          boost::optional<bool>(isTrue(attributes, u"visible")), Validator(),
+          boost::logic::tribool(isTrue(attributes, u"readonly")),
+          boost::shared_ptr<SettingsImpl>())),
+      canBeAnyType_(isTrue(attributes, u"anytype")) {
+}
+
+void XMLKey::closeTag() const {
+    SettingsImpl::ValueWriterFcn writer = keyValueWriter_;
+    if (canBeAnyType_) {
+        settings_->setDataTypeIndexInternal(SettingsImpl::anyTypeIndex);
+        writer = &writeValues<ZenbarAny>;
+    } else if (!settings_->getDataTypeIndexInternal()) {
+        ZENBAR::settings::core::throwMessage<
+            ZENBAR::settings::core::TypeNotSpecifiedForNoneAnyType>(settings_->nameWithLock());
+    }
+    settings_->setValueWriterFcnInternal(writer);
+    bool const hasDefault = !isVoidRuntimeDefault(
+        settings_->runTimeDefaultWithLock(XMLHelperFunctions::privateTreeLock()));
+    if (!hasDefault && !keyValue_.empty()) settings_->setAnyInternal(keyValue_, "user");
+    settings_->setParentInternal(getParentXMLNode()->getSettings());
+}
+
+XMLNode::HandlerMap const& XMLKey::getHandlerMap() const {
+    static HandlerMap const handlers = [] {
+        HandlerMap map = valueTypeHandlers();
+        map.emplace("validationfunc", &create<XMLValidationFunction>);
+        map.emplace("key", &create<XMLKey>);
+        return map;
+    }();
+    return handlers;
+}
+
+}  // namespace settings::core

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <settingscore/persistence/xml/XMLNode.hpp>
+
+namespace settings::core {
+
+/// Handler of an element that has no elements inside.
+class XMLLeafNode : public XMLNode {
+public:
+    using XMLNode::XMLNode;
+    HandlerMap const& getHandlerMap() const override;
+};
+
+}  // namespace settings::core

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <boost/any.hpp>
+#include <settingscore/errors/MessageIds.hpp>
+#include <settingscore/persistence/writer/ValueWriter.hpp>
+#include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
+#include <settingscore/persistence/xml/XMLKey.hpp>
+#include <settingscore/persistence/xml/XMLMetaData.hpp>
+#include <settingscore/persistence/xml/XMLRuntimeDefault.hpp>
+#include <settingscore/persistence/xml/XMLValue.hpp>
+#include <settingscore/rules/ValueType.hpp>
+#include <settingscore/value/NumberText.hpp>
+#include <settingscore/value/ValueTraits.hpp>
+
+namespace settings::core {
+
+/// The type element of a key, such as "double": fixes the key's type and sizes at once, and
+/// collects its values.
+template <class T>
+class XMLValueType : public XMLNode {
+public:
+    /// @throws boost::bad_lexical_cast for sizes that are no numbers; the schema supplies absent
+    ///         ones
+    XMLValueType(xercesc::Attributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
+        : XMLNode(parent),
+          minArraySize_(arraySize(attributes, u"minArraySize")),
+          maxArraySize_(arraySize(attributes, u"maxArraySize")),
+          undefined_(XMLHelperFunctions::isTrue(attributes, u"undef")) {
+        auto const node = getSettings();
+        node->setDataTypeIndexInternal(parentAs<XMLKey>().canBeAnyType()
+                                           ? SettingsImpl::anyTypeIndex
+                                           : settingscore::boostany::ValueTraits<T>::index);
+        node->setValueArraySizeValidator(
+            ValueArraySizeValidator(node, maxArraySize_, minArraySize_));
+        bool const scalar = minArraySize_ == 1 && maxArraySize_ == 1;
+        node->setValidateValueTypeFunc(scalar ? &validateValueType<T>
+                                              : &validateValueType<std::vector<T>>);
+    }
+
+    std::string getTagName() const override { return settingscore::boostany::ValueTraits<T>::name; }
+    void updateValues(T const& value) { values_.push_back(value); }
+
+    void closeTag() const override {
+        auto& key = parentAs<XMLKey>();
+        key.setKeyValueWriter(&writeValues<T>);
+        if (undefined_) return;
+        std::uint64_t const count = values_.size();
+        if (count == 0) {
+            if (minArraySize_ == 0 && maxArraySize_ == 0) key.setKeyValue(std::vector<T>());
+            return;
+        }
+        bool const bounded = maxArraySize_ != 0;
+        if (count < minArraySize_ || (bounded && count > maxArraySize_)) {
+            ZENBAR::settings::core::throwMessage<
+                ZENBAR::settings::core::XMLParserErrorNumOfValueNotInRange>(
+                fullName(), getTagName(), std::to_string(count), std::to_string(minArraySize_),
+                bounded ? std::to_string(maxArraySize_) : std::string("unbounded"));
+        }
+        if (maxArraySize_ == 1) {
+            key.setKeyValue(static_cast<T>(values_.front()));
+        } else {
+            key.setKeyValue(values_);
+        }
+    }
+
+    HandlerMap const& getHandlerMap() const override {
+        static HandlerMap const handlers = {{"value", &create<XMLValue<T>>},
+                                            {"runtimedefault", &create<XMLRuntimeDefault<T>>},
+                                            {"metadata", &create<XMLMetaData<T>>}};
+        return handlers;
+    }
+
+private:
+    static std::uint64_t arraySize(xercesc::Attributes const& attributes, XMLCh const* name) {
+        return settingscore::boostany::lexicalParse<unsigned long long>(
+            XMLHelperFunctions::getAttribute(attributes, name));
+    }
+
+    std::uint64_t const minArraySize_;
+    std::uint64_t const maxArraySize_;
+    bool const undefined_;
+    std::vector<T> values_;
+};
+
+}  // namespace settings::core

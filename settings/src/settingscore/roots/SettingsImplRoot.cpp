@@ -1,0 +1,88 @@
+#include <settingscore/roots/SettingsImplRoot.hpp>
+
+#include <cstdio>
+
+#include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <settingscore/errors/MessageIds.hpp>
+#include <settingscore/host/Platform.hpp>
+#include <settingscore/persistence/SettingsFile.hpp>
+#include <settingscore/roots/SettingsEvent.hpp>
+#include <settingscore/roots/SettingsRootStateMgr.hpp>
+
+namespace settings::core {
+
+SettingsImplRoot::SettingsImplRoot(ZcrID const& id,
+                                   boost::weak_ptr<SettingsRootStateMgr> const& stateMgr)
+    : SettingsImpl("root", false, true), zcrID_(id), stateMgr_(stateMgr) {
+}
+
+SettingsImplRoot::~SettingsImplRoot() = default;
+
+void SettingsImplRoot::buildSettingsTree() {
+    auto const self = boost::static_pointer_cast<SettingsImplRoot>(shared_from_this());
+    for (std::string const& name : SettingsFile::getSettingsTopLevelNodes(self)) {
+        if (getChildImpl(name)) continue;
+        boost::make_shared<SettingsImpl>(name, false, boost::none)->setParentInternal(self);
+    }
+}
+
+// --- Events ---------------------------------------------------------------------------------
+
+void SettingsImplRoot::getEventQueue(EventQueue& queue) {
+    boost::lock_guard<boost::mutex> const lock(queueMutex_);
+    queue.swap(eventQueue_);
+}
+
+void SettingsImplRoot::enqueue(boost::shared_ptr<SettingsEvent const> const& event) const {
+    boost::lock_guard<boost::mutex> const lock(queueMutex_);
+    eventQueue_.push(event);
+}
+
+void SettingsImplRoot::broadcastEvent(boost::shared_ptr<SettingsEvent const> const& event) const {
+    if (!isInUse()) return;
+    if (queueEnabled()) enqueue(event);
+    using corebus::msg_svc::eventmgr::DeliverMode;
+    zbutil::eventmgr::createLocalEventMgr()->notify(event, DeliverMode::Immediate);
+}
+
+bool SettingsImplRoot::hasAudience() const {
+    return queueEnabled() || zbutil::eventmgr::createLocalEventMgr()->hasSubscriptions();
+}
+
+// --- Directories ----------------------------------------------------------------------------
+
+boost::shared_ptr<SettingsRootStateMgr> SettingsImplRoot::manager() const {
+    boost::shared_ptr<SettingsRootStateMgr> manager = stateMgr_.lock();
+    if (manager && !manager->isRootInUse(this)) manager.reset();
+    return manager;
+}
+
+bool SettingsImplRoot::isInUse() const {
+    return manager() != nullptr;
+}
+
+ustring SettingsImplRoot::getFactoryDir() const {
+    auto const owner = manager();
+    return owner ? owner->getFactoryDir() : ustring();
+}
+
+ustring SettingsImplRoot::getWrkgrpDir() const {
+    auto const owner = manager();
+    return owner ? owner->getWrkGroupDir() : ustring();
+}
+
+ustring SettingsImplRoot::getUserDir() const {
+    auto const owner = manager();
+    if (!owner) return ustring();
+    try {
+        return owner->getUserDir();
+    } catch (qf::except::Exception<ZENBAR::settings::core::SettingsUserDirectoryNotExist,
+                                   std::exception, void> const&) {
+        std::fputs("ZENBAR Shutdown : Failed To Create Preference Directory.\n", stderr);
+        qf::app::fast_exit(1);
+        return ustring();  // A test can put an exit in place that returns.
+    }
+}
+
+}  // namespace settings::core

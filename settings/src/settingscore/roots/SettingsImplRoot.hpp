@@ -1,0 +1,65 @@
+#pragma once
+
+#include <atomic>
+#include <queue>
+
+#include <boost/shared_ptr.hpp>
+#include <boost/thread/mutex.hpp>
+#include <boost/weak_ptr.hpp>
+#include <settingscore/host/ContextMgr.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
+
+namespace settings::core {
+
+class SettingsEvent;
+class SettingsRootStateMgr;
+
+/// The root of an instance's tree: knows the directories of the levels, and publishes events.
+///
+/// A root that its instance has let go (`isInUse` is false) works on in memory for whoever holds
+/// it: it has no directories, so that nothing is read or saved, and its events are dropped.
+class SettingsImplRoot : public SettingsImpl {
+public:
+    using EventQueue = std::queue<boost::shared_ptr<SettingsEvent const>>;
+
+    SettingsImplRoot(ZcrID const& id, boost::weak_ptr<SettingsRootStateMgr> const& stateMgr);
+    ~SettingsImplRoot() override;
+
+    bool isRoot() const override { return true; }
+    ZcrID getZcrID() const override { return zcrID_; }
+    bool isConnectedToTheSettingsTree() const override { return true; }
+    void enableEventQueue(bool enable) override { eventQueueEnabled_ = enable; }
+    bool isSettingsTreeRoot() const override { return true; }
+    virtual bool queueEnabled() const { return eventQueueEnabled_; }
+
+    /// Makes one empty product for each name found in the folders of the levels. Opens no file.
+    void buildSettingsTree();
+
+    /// Swaps the pending events with `queue`, which is to be empty.
+    void getEventQueue(EventQueue& queue);
+    void enqueue(boost::shared_ptr<SettingsEvent const> const& event) const;
+    /// Queues the event if that is enabled, and in any case delivers it to the listeners. What a
+    /// listener throws goes on to the caller.
+    void broadcastEvent(boost::shared_ptr<SettingsEvent const> const& event) const;
+    /// False if an event would reach nobody, so that none need be made.
+    bool hasAudience() const;
+
+    /// True while this is the root that the instance hands out.
+    bool isInUse() const;
+    /// Directories of the levels; empty on a root that is not in use. `getUserDir` ends the process
+    /// if there is no user directory, since there is nowhere to save.
+    ustring getFactoryDir() const;
+    ustring getWrkgrpDir() const;
+    ustring getUserDir() const;
+
+private:
+    boost::shared_ptr<SettingsRootStateMgr> manager() const;
+
+    ZcrID const zcrID_;
+    mutable EventQueue eventQueue_;
+    std::atomic<bool> eventQueueEnabled_{false};
+    mutable boost::mutex queueMutex_;  ///< Taken inside the tree lock, never the other way.
+    boost::weak_ptr<SettingsRootStateMgr> const stateMgr_;
+};
+
+}  // namespace settings::core

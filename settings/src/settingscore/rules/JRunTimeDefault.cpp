@@ -1,0 +1,29 @@
+#include <settingscore/rules/JRunTimeDefault.hpp>
+
+#include <settingscore/rules/FunctionStatics.hpp>
+
+namespace settings::core {
+
+JRunTimeDefault::JRunTimeDefault(std::string const& packageName, std::string const& functionName)
+    : packageName_(packageName), functionName_(functionName) {
+}
+
+JRunTimeDefault::Proxy& JRunTimeDefault::runtimeDefaultProxy_() {
+    static auto& proxy = detail::neverDestroyed<Proxy>();
+    return proxy;
+}
+
+void JRunTimeDefault::setJRuntimeDefaultProxy(Proxy const& proxy) {
+    runtimeDefaultProxy_() = proxy;
+}
+
+boost::any JRunTimeDefault::operator()() const {
+    return runtimeDefaultProxy_()(packageName_, functionName_);
+}
+
+bool JRunTimeDefault::operator==(JRunTimeDefault const& other) const {
+    return packageName_ == other.packageName_ && functionName_ == other.functionName_ &&
+           belongingLevel_ == other.belongingLevel_;
+}
+
+}  // namespace settings::core

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+
+#include <boost/function.hpp>
+#include <settingscore/Export.hpp>
+
+namespace settings::core {
+
+/// Names a function of the host's scripting language, and says when one may be called: on the
+/// host's signal thread, once the host has installed the proxy that calls it.
+class SETTINGSCORE_API ZENBARFunctionInvoker {
+public:
+    ZENBARFunctionInvoker(std::string const& packageName, std::string const& functionName);
+    std::string getPackageName() const { return packageName_; }
+    std::string getFunctionName() const { return functionName_; }
+
+    /// Installs the function that is called when a proxy is missing; it loads the configuration
+    /// that installs the proxies. Not guarded: install it before other threads read or validate.
+    static void setLoadConfigProxy(boost::function<void()> const& proxy);
+    static boost::function<void()> getLoadConfigProxy();
+
+protected:
+    /// Asks for the missing proxy once, then makes sure that it is there and that this thread may
+    /// call it.
+    /// @throws ZENBAR::settings::core::ExecEngineNotReadyForProcessingZFunction,
+    ///         ZENBAR::settings::core::ZENBARFuncMustBeInvokedByExecEngine
+    static void checkConditions(bool (*isProxyInstalled)());
+    static void checkThreadToRun();
+
+private:
+    static boost::function<void()>& loadConfigProxy_();
+
+    std::string packageName_;
+    std::string functionName_;
+};
+
+}  // namespace settings::core

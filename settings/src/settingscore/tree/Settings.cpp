@@ -1,0 +1,117 @@
+#include <settingscore/tree/Settings.hpp>
+
+#include <stdexcept>
+
+#include <settingscore/errors/Exceptions.hpp>
+#include <settingscore/host/Filesystem.hpp>
+#include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/xml/SettingsXMLReader.hpp>
+#include <settingscore/roots/SettingsEvent.hpp>
+#include <settingscore/roots/SettingsImplRoot.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
+
+namespace settings::core {
+
+using corebus::msg_svc::eventmgr::Connection;
+using corebus::msg_svc::eventmgr::EventMgr;
+
+// The early priority makes them ready for other static initialisers of a program.
+#define SETTINGSCORE_FIRST __attribute__((init_priority(101)))
+SETTINGSCORE_FIRST std::string const Settings::settingsExtension = ".settings";
+SETTINGSCORE_FIRST std::string const Settings::settingsXMLFileHeader =
+    R"(<?xml version="1.0" encoding="UTF-8"?>)";
+SETTINGSCORE_FIRST std::string const Settings::settingsXMLNameSpace =
+    "urn:quillbyte.zenbar.settings";
+SETTINGSCORE_FIRST std::string const Settings::settingsSchemaInfo =
+    R"(xmlns="urn:quillbyte.zenbar.settings" )"
+    R"(xsi:schemaLocation="urn:quillbyte.zenbar.settings settings.xsd" )"
+    R"(xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance")";
+#undef SETTINGSCORE_FIRST
+
+Settings::Settings() = default;
+Settings::~Settings() = default;
+
+boost::shared_ptr<Settings> Settings::getSettingsRoot(ZcrID const& id) {
+    return SettingsImpl::getSettingsImplRoot(id);
+}
+
+boost::shared_mutex* Settings::getTheRootMutex() { return SettingsImpl::getImplRootMutex(); }
+
+boost::shared_ptr<Settings> Settings::importAsStandaloneObject(ustring const& path) {
+    if (!qf::filesystem::detail::is_absolute(path)) {
+        throw exception::ErrorExportOrImportSettingsUsingRelativePath(path);
+    }
+    return SettingsXMLReader::getParsedSettings(path);
+}
+
+void Settings::exportSettings(std::vector<boost::shared_ptr<Settings const>> const& nodes,
+                              ustring const& path, std::string const& levelName) {
+    SettingsImpl::exportSettingsImpl(nodes, path, levelName);
+}
+
+void Settings::createFactorySettingsFile(boost::shared_ptr<Settings const> const& node,
+                                         ustring const& path, unsigned int version) {
+    auto const impl = boost::dynamic_pointer_cast<SettingsImpl const>(node);
+    if (!impl) throw std::invalid_argument("createFactorySettingsFile: the node is empty.");
+    if (impl->isConnectedToTheSettingsTree()) {
+        throw exception::ErrorCreateFactoryFileFromATreeNode(node);
+    }
+    SettingsImpl::createSettingsFileImpl(boost::const_pointer_cast<SettingsImpl>(impl), path,
+                                         version);
+}
+
+void Settings::setAny(std::string const& name, boost::any const& value, std::string const& level) {
+    boost::shared_ptr<Settings> const key = getChild(name);
+    if (!key) throw exception::NoSuchKey(self(), name);
+    NodeValue element(key, value);
+    multipleSetImpl(&element, &element + 1, level, true);
+}
+
+void Settings::validateAny(std::string const& name, boost::any const& value) const {
+    boost::shared_ptr<Settings const> const key = getChild(name);
+    if (!key) throw exception::NoSuchKey(self(), name);
+    NodeValue element(boost::const_pointer_cast<Settings>(key), value);
+    multipleValidateImpl(&element, &element + 1, true);
+}
+
+std::unique_ptr<Connection> Settings::addListener(
+    boost::function<void(SettingsEvent const&)> const& listener) const {
+    if (listener.empty()) throw std::invalid_argument("addListener: the listener is empty.");
+    return addListener<SettingsValueChangeEvent>(
+        boost::function<void(SettingsValueChangeEvent const&)>(listener));
+}
+
+boost::shared_ptr<Settings const> Settings::self() const { return getThisObjectImpl(); }
+
+std::unique_ptr<Connection> Settings::addListenerImpl(
+    boost::function<std::unique_ptr<Connection>(EventMgr&, std::vector<ustring> const&)> const&
+        subscribe,
+    std::vector<ustring> const& typeTags) const {
+    detail::SharedTreeLock const lock;
+    if (!isConnectedToTheSettingsTree()) return nullptr;
+    return subscribe(*zbutil::eventmgr::createLocalEventMgr(), getFilterTagStrings(typeTags));
+}
+
+std::vector<ustring> Settings::getFilterTagStrings(std::vector<ustring> const& typeTags) const {
+    ustring const id = qf::i18n::to_ustring(getImplNodeEventId().toString());
+    std::vector<ustring> tags;
+    for (ustring const& typeTag : typeTags) tags.push_back(typeTag + id);
+    return tags;
+}
+
+namespace detail {
+
+NameToObjectTransformer<std::pair<std::string, boost::any>>::Element
+NameToObjectTransformer<std::pair<std::string, boost::any>>::operator()(
+    std::pair<std::string, boost::any> const& entry) const {
+    boost::shared_ptr<Settings> node = parent_->getSettingsByFullName(entry.first);
+    if (!node) {
+        if (throwIfMissing_) throw exception::InvalidNodePath(parent_, entry.first);
+        errors_->emplace_back(entry.first, "The calling node doesn't contain");
+    }
+    return Element(node, entry.second);
+}
+
+}  // namespace detail
+
+}  // namespace settings::core

@@ -1,0 +1,50 @@
+// What a node tells its listeners.
+
+#include <settingscore/host/I18n.hpp>
+#include <settingscore/roots/SettingsEvent.hpp>
+#include <settingscore/roots/SettingsImplRoot.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
+
+namespace settings::core {
+
+using detail::HeldLock;
+
+template <class Event>
+ustring SettingsImpl::createEventIdentifier(HeldLock const&) const {
+    return Event::typeTag() + qf::i18n::to_ustring(nodeEventId_.toString());
+}
+
+template <class Event>
+void SettingsImpl::createEventTypeOnNode(HeldLock const& lock, std::vector<ustring>& tags) const {
+    tags.push_back(createEventIdentifier<Event>(lock));
+    if (boost::shared_ptr<SettingsImpl> const parent = getParentImpl()) {
+        parent->createEventTypeOnNode<Event>(lock, tags);
+    }
+}
+
+template <class Event>
+void SettingsImpl::fireSettingsEventWithLock(
+    HeldLock const& lock, boost::shared_ptr<SettingsImpl const> const& node) const {
+    boost::shared_ptr<SettingsImplRoot const> const root = getTreeRootWithLock(lock);
+    if (!root || !root->hasAudience()) return;
+    std::vector<ustring> tags;
+    createEventTypeOnNode<Event>(lock, tags);
+    root->broadcastEvent(
+        boost::make_shared<Event const>(sharedThis(), node, tags, root->getZcrID()));
+}
+
+void SettingsImpl::fireValueChangeWithLock(HeldLock const& lock) const {
+    boost::shared_ptr<SettingsImplRoot const> const root = getTreeRootWithLock(lock);
+    if (!root || !root->hasAudience()) return;
+    std::vector<ustring> tags;
+    createEventTypeOnNode<SettingsValueChangeEvent>(lock, tags);
+    root->broadcastEvent(
+        boost::make_shared<SettingsValueChangeEvent const>(sharedThis(), tags, root->getZcrID()));
+}
+
+template void SettingsImpl::fireSettingsEventWithLock<SettingsAddNodeEvent>(
+    HeldLock const&, boost::shared_ptr<SettingsImpl const> const&) const;
+template void SettingsImpl::fireSettingsEventWithLock<SettingsRemoveNodeEvent>(
+    HeldLock const&, boost::shared_ptr<SettingsImpl const> const&) const;
+
+}  // namespace settings::core

@@ -1,0 +1,236 @@
+// Folding one tree into another: always on a private copy first, so that a merge either fits as a
+// whole or changes nothing that a user can see.
+
+#include <stdexcept>
+#include <typeinfo>
+
+#include <settingscore/errors/Exceptions.hpp>
+#include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/SettingsLevel.hpp>
+#include <settingscore/persistence/SettingsLevelManager.hpp>
+#include <settingscore/roots/SettingsEvent.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
+
+namespace settings::core {
+
+using detail::ExclusiveTreeLock;
+using detail::HeldLock;
+using detail::UpgradeTreeLock;
+
+/// An event of the adoption. Listeners may read the tree, so that they are called when the
+/// exclusive access is over.
+struct SettingsImpl::GatheredEvent {
+    enum class Kind { nodeAdded, valueChanged };
+    Kind kind;
+    boost::shared_ptr<SettingsImpl> parent;
+    boost::shared_ptr<SettingsImpl> node;
+
+    void fire(HeldLock const& lock) const {
+        if (kind == Kind::nodeAdded) {
+            parent->fireSettingsEventWithLock<SettingsAddNodeEvent>(lock, node);
+        } else {
+            node->fireValueChangeWithLock(lock);
+        }
+    }
+};
+
+// --- Copies ---------------------------------------------------------------------------------
+
+boost::shared_ptr<SettingsImpl> SettingsImpl::cloneSelf() const {
+    if (typeid(*this) != typeid(SettingsImpl)) throw std::bad_cast();
+    return boost::make_shared<SettingsImpl>(*this);
+}
+
+boost::shared_ptr<SettingsImpl> SettingsImpl::clone() const {
+    boost::shared_ptr<SettingsImpl> copy = cloneSelf();
+    for (auto const& entry : childMap()) {
+        SettingsImpl const& child = *entry.second;
+        boost::shared_ptr<SettingsImpl> const childCopy = child.clone();
+        childCopy->setParentInternal(copy);
+        if (child.isLeaf_) childCopy->levelValues_ = child.levelValues_;
+    }
+    return copy;
+}
+
+// --- Merge into the live tree -----------------------------------------------------------------
+
+void SettingsImpl::mergeDescendants(boost::shared_ptr<Settings const> const& source,
+                                    std::string const& levelName) {
+    auto const src = boost::dynamic_pointer_cast<SettingsImpl const>(source);
+    if (!src) throw std::invalid_argument("mergeDescendants: the source is empty.");
+    validateLevelName(levelName);
+    checkLevelIsModifiable(levelName);
+    loadIfNotInitializedYet();
+    {
+        // One upgrade lock from the first check to the end of the adoption: what passed the dry run
+        // is what is adopted. Readers go on.
+        UpgradeTreeLock lock;
+        mergeDescendantsPrecheck(lock, src);
+        boost::shared_ptr<SettingsImpl> const trial = clone();
+        trial->validator_ = getValidatorFromParentChain(lock);
+        trial->mergeIntoNode(lock, *src, levelName, false, false);
+
+        std::vector<GatheredEvent> events;
+        try {
+            ExclusiveTreeLock const exclusive(lock.get());
+            adoptNewDescendantsFromSrc(exclusive, *src, levelName, events);
+        } catch (...) {
+            for (GatheredEvent const& event : events) event.fire(lock);
+            throw;
+        }
+        for (GatheredEvent const& event : events) event.fire(lock);
+    }
+    saveThisSubTree(levelName);
+}
+
+void SettingsImpl::mergeDescendantsPrecheck(
+    HeldLock const&, boost::shared_ptr<SettingsImpl const> const& src) const {
+    if (isRoot()) throw exception::CannotMergeWithSettingsRoot(src);
+    if (isAscendantWithLock(src.get()) || src.get() == this) {
+        throw exception::ErrorMergingWithCircularReference(src, sharedThis());
+    }
+    if (src->isConnectedToTheSettingsTree()) {
+        throw exception::CanOnlyMergeTreeNodeWithStandaloneNode(src, sharedThis());
+    }
+}
+
+void SettingsImpl::adoptNewDescendantsFromSrc(HeldLock const& exclusive, SettingsImpl const& src,
+                                              std::string const& levelName,
+                                              std::vector<GatheredEvent>& events) {
+    for (auto const& entry : src.childMap()) {
+        SettingsImpl const& srcChild = *entry.second;
+        auto const found = children_.find(entry.first);
+        boost::shared_ptr<SettingsImpl> target;
+        if (found != children_.end()) {
+            target = found->second;
+        } else {
+            target = srcChild.cloneSelf();
+            target->setParentWithLock(exclusive, sharedThis());
+            events.push_back({GatheredEvent::Kind::nodeAdded, sharedThis(), target});
+        }
+        if (srcChild.isLeaf_) {
+            target->adoptNewValue(exclusive, srcChild, levelName, events);
+        } else {
+            target->adoptNewDescendantsFromSrc(exclusive, srcChild, levelName, events);
+        }
+    }
+}
+
+void SettingsImpl::adoptNewValue(HeldLock const& exclusive, SettingsImpl const& src,
+                                 std::string const& levelName,
+                                 std::vector<GatheredEvent>& events) {
+    if (isVoidRuntimeDefault(src.runTimeDefault_)) {
+        std::size_t const position = SettingsLevelManager::findLevel(levelName)->position();
+        boost::any value = src.getCurrentStateWithLock(exclusive, false);
+        if (value.empty() || levelValues_.hasValue(position)) return;
+        // A key without rules takes them from the value: without a writer it would not be saved.
+        KeyRules const rules = settledRules(value);
+        // The dry run saw that the value fits; here it takes the shape that the key wants.
+        if (rules.dataTypeIndex_ != anyTypeIndex) (*rules.valueTypeChecker_)(value);
+        levelValues_.put(position, value);
+    } else {
+        runTimeDefault_ = src.runTimeDefault_;
+        detail::setBelongingLevel(runTimeDefault_, levelName);
+    }
+    events.push_back({GatheredEvent::Kind::valueChanged, nullptr, sharedThis()});
+}
+
+// --- The engine -----------------------------------------------------------------------------
+
+void SettingsImpl::mergeIntoNode(HeldLock const& lock, SettingsImpl const& src,
+                                 std::string const& levelName, bool defining, bool compareNames) {
+    bool const isLastLevel = levelName == SettingsLevelManager::getLastLevelName();
+    mergePreCheck(lock, src, compareNames, isLastLevel, defining);
+    if (isLastLevel || defining) {
+        validator_ = src.validator_;
+        defaultValidatorMergeCheck(lock, src);
+    }
+    if (isLeaf_) {
+        mergeIntoLeafNode(lock, src, levelName);
+    } else {
+        mergeIntoNonLeafNode(lock, src, levelName, compareNames);
+    }
+}
+
+void SettingsImpl::mergePreCheck(HeldLock const&, SettingsImpl const& src, bool compareNames,
+                                 bool isLastLevel, bool defining) {
+    ustring differences;
+    if (isLastLevel || defining) {
+        if (!src.visible_) differences += u"visible, ";
+        if (!visible_) visible_ = src.visible_;
+    }
+    if (isLeaf_ != src.isLeaf_) differences += u"isLeaf, ";
+    if (compareNames && name_ != src.name_) differences += u"name, ";
+    if (!differences.empty()) {
+        throw exception::ErrorMergingNodesWithDiffAttr(src.sharedThis(), sharedThis(), differences);
+    }
+}
+
+void SettingsImpl::defaultValidatorMergeCheck(HeldLock const&, SettingsImpl const& src) {
+    rules_ = src.copyOfRules();
+    metaData_ = src.metaData_;
+    versionNumber_ = src.versionNumber_;
+    readOnly_ = src.readOnly_;
+}
+
+void SettingsImpl::mergeIntoLeafNode(HeldLock const& lock, SettingsImpl const& src,
+                                     std::string const& levelName) {
+    if (!isVoidRuntimeDefault(src.runTimeDefault_)) {
+        if (!isVoidRuntimeDefault(runTimeDefault_)) {
+            throw exception::MultipleRuntimeFuncError(sharedThis());
+        }
+        runTimeDefault_ = src.runTimeDefault_;
+        detail::setBelongingLevel(runTimeDefault_, levelName);
+    }
+    boost::any value = src.getCurrentStateWithLock(lock, false);
+    if (value.empty()) return;
+    // The first value comes unchecked: definition and value may be of one file.
+    if (levelValues_.holdsAnyValue()) {
+        validateAnyValueWhenMerge(lock, value);
+    } else {
+        initSetters(value);
+    }
+    std::size_t const position = SettingsLevelManager::findLevel(levelName)->position();
+    if (!levelValues_.hasValue(position)) levelValues_.put(position, value);
+}
+
+void SettingsImpl::mergeIntoNonLeafNode(HeldLock const& lock, SettingsImpl const& src,
+                                        std::string const& levelName, bool compareNames) {
+    for (auto const& entry : src.childMap()) {
+        SettingsImpl const& srcChild = *entry.second;
+        auto const found = children_.find(entry.first);
+        if (found != children_.end()) {
+            found->second->mergeIntoNode(lock, srcChild, levelName, false, compareNames);
+            continue;
+        }
+        auto const child =
+            boost::make_shared<SettingsImpl>(srcChild.name_, srcChild.isLeaf_, srcChild.visible_);
+        child->mergeIntoNode(lock, srcChild, levelName, true, compareNames);
+        child->setParentWithLock(lock, sharedThis());
+    }
+}
+
+// --- Merge of a file ------------------------------------------------------------------------
+
+boost::shared_ptr<SettingsImpl> SettingsImpl::mergeSettingsObject(
+    boost::shared_ptr<SettingsImpl> const& target, boost::shared_ptr<SettingsImpl> const& src,
+    std::string const& levelName, bool* firstMergeDone, ustring& errors, ustring const& fileName) {
+    boost::shared_ptr<SettingsImpl> result = target->clone();
+    if (!src) return result;
+    // Both trees are private to this thread: the lock is a proof for the checks alone.
+    boost::shared_mutex privateMutex;
+    boost::upgrade_lock<boost::shared_mutex> const lock(privateMutex);
+    try {
+        result->mergeIntoNode(lock, *src, levelName, !*firstMergeDone, true);
+        *firstMergeDone = true;
+    } catch (qf::except::IMsgIDException const& e) {
+        result = target;
+        errors += fileName + u'\t' + e.GetUnicodeMessageTxt() + u'\n';
+    } catch (exception::MultipleRuntimeFuncError const& e) {
+        // The copy is sound up to here and stays.
+        errors += fileName + u'\t' + qf::i18n::to_ustring(e.what()) + u'\n';
+    }
+    return result;
+}
+
+}  // namespace settings::core

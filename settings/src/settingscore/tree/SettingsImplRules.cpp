@@ -1,0 +1,183 @@
+// The rules that a node carries: validator, metadata, runtime default, and what a key settles once
+// about its values.
+
+#include <mutex>
+
+#include <settingscore/errors/Exceptions.hpp>
+#include <settingscore/persistence/writer/ValueWriter.hpp>
+#include <settingscore/rules/ValueType.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/value/AnyBridge.hpp>
+
+namespace settings::core {
+
+using detail::ExclusiveTreeLock;
+using detail::HeldLock;
+using detail::SharedTreeLock;
+using detail::UpgradeTreeLock;
+
+namespace {
+
+/// Guards the settled rules of all keys, which const operations fill under shared locks. Innermost:
+/// nothing is locked and nothing is called under it.
+std::mutex rulesMutex;
+using RulesLock = std::lock_guard<std::mutex>;
+
+}  // namespace
+
+SettingsImpl::KeyRules SettingsImpl::copyOfRules() const {
+    RulesLock const lock(rulesMutex);
+    return rules_;
+}
+
+void SettingsImpl::initSetters(boost::any const& value) const { settledRules(value); }
+
+SettingsImpl::KeyRules SettingsImpl::settledRules(boost::any const& value) const {
+    KeyRules rules = copyOfRules();
+    if (rules.isComplete()) return rules;
+
+    namespace boostany = settingscore::boostany;
+    TypeValidatorSetter checker;
+    ArraySizeValidatorSetter sizes(boost::const_pointer_cast<SettingsImpl>(sharedThis()));
+    ValueWritterSetter writer;
+    TypeIndexSetter index;
+    KeyRules fromValue;
+    fromValue.valueTypeChecker_ = boostany::applyVisitor(checker, value, true);
+    fromValue.valueArraySizeValidator_ = boostany::applyVisitor(sizes, value, true);
+    fromValue.valueWriter_ = boostany::applyVisitor(writer, value, true);
+    fromValue.dataTypeIndex_ = boostany::applyVisitor(index, value, true);
+
+    // Filled at once, so that of two first values one fixes the rules whole.
+    RulesLock const lock(rulesMutex);
+    if (!rules_.valueTypeChecker_) rules_.valueTypeChecker_ = fromValue.valueTypeChecker_;
+    if (!rules_.valueArraySizeValidator_) {
+        rules_.valueArraySizeValidator_ = fromValue.valueArraySizeValidator_;
+    }
+    if (!rules_.valueWriter_) rules_.valueWriter_ = fromValue.valueWriter_;
+    if (!rules_.dataTypeIndex_) rules_.dataTypeIndex_ = fromValue.dataTypeIndex_;
+    return rules_;
+}
+
+boost::optional<unsigned long> SettingsImpl::getDataTypeIndex(std::string const& name) const {
+    loadIfNotInitializedYet();
+    SharedTreeLock const lock;
+    SettingsImpl const* const child = findChild(name);
+    if (!child) throw exception::NoSuchKey(sharedThis(), name);
+    if (!child->isLeaf_) throw exception::NotAKeyName(sharedThis(), name);
+    return child->getDataTypeIndexInternal();
+}
+
+boost::optional<unsigned long> SettingsImpl::getDataTypeIndex() const {
+    loadIfNotInitializedYet();
+    SharedTreeLock const lock;
+    return getDataTypeIndexInternal();
+}
+
+boost::optional<unsigned long> SettingsImpl::getDataTypeIndexInternal() const {
+    RulesLock const lock(rulesMutex);
+    return rules_.dataTypeIndex_;
+}
+
+void SettingsImpl::setDataTypeIndex(unsigned long index) {
+    UpgradeTreeLock lock;
+    ExclusiveTreeLock const exclusive(lock.get());
+    setDataTypeIndexInternal(index);
+}
+
+void SettingsImpl::setDataTypeIndexInternal(unsigned long index) {
+    RulesLock const lock(rulesMutex);
+    rules_.dataTypeIndex_ = index;
+}
+
+void SettingsImpl::setValueWriterFcnInternal(ValueWriterFcn writer) {
+    RulesLock const lock(rulesMutex);
+    rules_.valueWriter_ = writer;
+}
+
+SettingsImpl::ValueWriterFcn SettingsImpl::getValueWriterFcn() const {
+    RulesLock const lock(rulesMutex);
+    return rules_.valueWriter_.value_or(nullptr);
+}
+
+void SettingsImpl::setValidateValueTypeFunc(ValueTypeChecker checker) {
+    RulesLock const lock(rulesMutex);
+    rules_.valueTypeChecker_ = checker;
+}
+
+void SettingsImpl::setValueArraySizeValidator(ValueArraySizeValidator const& sizes) {
+    RulesLock const lock(rulesMutex);
+    rules_.valueArraySizeValidator_ = sizes;
+}
+
+boost::optional<ValueArraySizeValidator> SettingsImpl::getValueArraySizeValidator() const {
+    return copyOfRules().valueArraySizeValidator_;
+}
+
+SettingsKeyMetaData<boost::any> SettingsImpl::getAnyMetaData(std::string const& name) const {
+    loadIfNotInitializedYet();
+    SharedTreeLock const lock;
+    SettingsImpl const* const child = findChild(name);
+    if (!child) throw exception::NoSuchKey(sharedThis(), name);
+    return child->metaData_;
+}
+
+SettingsKeyMetaData<boost::any> SettingsImpl::getKeyMetaData() const {
+    SharedTreeLock const lock;
+    return metaData_;
+}
+
+void SettingsImpl::setMetaData(SettingsKeyMetaData<boost::any> const& metaData) {
+    SettingsKeyMetaData<boost::any> copy(metaData);
+    UpgradeTreeLock lock;
+    ExclusiveTreeLock const exclusive(lock.get());
+    std::swap(metaData_, copy);
+}
+
+void SettingsImpl::setMetaDataInternal(SettingsKeyMetaData<boost::any> const& metaData) {
+    metaData_ = metaData;
+}
+
+Validator const& SettingsImpl::getValidator() const {
+    SharedTreeLock const lock;
+    return validator_;
+}
+
+void SettingsImpl::setValidator(Validator const& validator) {
+    Validator copy(validator);
+    UpgradeTreeLock lock;
+    ExclusiveTreeLock const exclusive(lock.get());
+    validator_.swap(copy);
+}
+
+void SettingsImpl::setValidatorInternal(Validator const& validator) { validator_ = validator; }
+
+Validator SettingsImpl::getValidatorToUse() const {
+    SharedTreeLock const lock;
+    return getValidatorFromParentChain(lock);
+}
+
+Validator SettingsImpl::getValidatorFromParentChain(HeldLock const&) const {
+    if (validator_.which() != 0) return validator_;
+    for (auto ancestor = getParentImpl(); ancestor; ancestor = ancestor->getParentImpl()) {
+        if (ancestor->validator_.which() != 0) return ancestor->validator_;
+    }
+    return Validator();
+}
+
+void SettingsImpl::setRunTimeDefault(RunTimeDefault const& runTimeDefault) {
+    RunTimeDefault copy(runTimeDefault);
+    UpgradeTreeLock lock;
+    ExclusiveTreeLock const exclusive(lock.get());
+    runTimeDefault_.swap(copy);
+}
+
+void SettingsImpl::setRunTimeDefaultInternal(RunTimeDefault const& runTimeDefault) {
+    runTimeDefault_ = runTimeDefault;
+}
+
+RunTimeDefault const& SettingsImpl::getRunTimeDefault() const {
+    SharedTreeLock const lock;
+    return runTimeDefault_;
+}
+
+}  // namespace settings::core

@@ -1,0 +1,279 @@
+// How a key's value is read across the levels, checked, stored and removed.
+
+#include <settingscore/errors/Exceptions.hpp>
+#include <settingscore/persistence/SettingsLevel.hpp>
+#include <settingscore/persistence/SettingsLevelManager.hpp>
+#include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
+#include <settingscore/rules/RangeAndChoiceChecker.hpp>
+#include <settingscore/rules/RuntimeDefaultVisitor.hpp>
+#include <settingscore/rules/ValidationVisitor.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/value/AnyBridge.hpp>
+#include <settingscore/value/TypeName.hpp>
+
+namespace settings::core {
+
+namespace boostany = settingscore::boostany;
+using detail::ExclusiveTreeLock;
+using detail::HeldLock;
+using detail::SharedTreeLock;
+using detail::UpgradeTreeLock;
+
+// --- Levels ---------------------------------------------------------------------------------
+
+void SettingsImpl::validateLevelName(std::string const& level) const {
+    if (SettingsLevelManager::findLevel(level)) return;
+    std::string supported;
+    for (SettingsLevel const& known : SettingsLevelManager::levels()) {
+        supported += known.levelName() + ", ";
+    }
+    supported += '\n';
+    throw exception::UnSupportedLevel(sharedThis(), level, supported);
+}
+
+void SettingsImpl::checkLevelIsModifiable(std::string const& level) const {
+    if (!SettingsLevelManager::findLevel(level)->canBeModified()) {
+        throw exception::CantModifyValuesOnReadOnlyLevel(sharedThis(), level);
+    }
+}
+
+// --- Reads ----------------------------------------------------------------------------------
+
+boost::any SettingsImpl::getAny(std::string const& name, std::string const& level) const {
+    loadIfNotInitializedYet();
+    SharedTreeLock const lock;
+    SettingsImpl const* const child = findChild(name);
+    if (!child) throw exception::NoSuchKey(sharedThis(), name);
+    if (level.empty()) return child->getCurrentStateWithLock(lock, true);
+    validateLevelName(level);
+    return child->getAnyValueWithLock(lock, level, true);
+}
+
+bool SettingsImpl::isSet(std::string const& name, std::string const& level) const {
+    return !getAny(name, level).empty();
+}
+
+boost::any SettingsImpl::getCurrentStateWithLock(HeldLock const& lock, bool runDefault) const {
+    for (SettingsLevel const& level : SettingsLevelManager::levels()) {
+        boost::any value = valueOnLevel(lock, &level, level.levelName(), runDefault);
+        if (!value.empty()) return value;
+    }
+    return boost::any();
+}
+
+boost::any SettingsImpl::getAnyValueWithLock(HeldLock const& lock, std::string const& level,
+                                             bool runDefault) const {
+    return valueOnLevel(lock, SettingsLevelManager::findLevel(level), level, runDefault);
+}
+
+boost::any SettingsImpl::valueOnLevel(HeldLock const& lock, SettingsLevel const* level,
+                                      std::string const& levelName, bool runDefault) const {
+    if (!isLeaf_) throw exception::NotAKeyName(getParentImpl(), name_);
+    if (level) {
+        // An entry wins over a runtime default, also an empty one.
+        if (boost::any const* const entry = levelValues_.find(level->position())) return *entry;
+    }
+    if (!runDefault || isVoidRuntimeDefault(runTimeDefault_)) return boost::any();
+    if (isConnectedToTheSettingsTree() && !isRuntimeOwningLevelWithLock(lock, levelName)) {
+        return boost::any();
+    }
+    boost::any result;
+    RuntimeDefaultVisitor const visitor(result);
+    boost::apply_visitor(visitor, runTimeDefault_);
+    validatePrecheckWithLock(result, lock);
+    return result;
+}
+
+boost::any SettingsImpl::getAnyValueInternal(std::string const& level, bool runDefault) const {
+    SharedTreeLock const lock;
+    if (!level.empty()) validateLevelName(level);
+    return getAnyValueInternalWithLock(lock, level, runDefault);
+}
+
+boost::any SettingsImpl::getAnyValueInternalWithLock(HeldLock const& lock,
+                                                     std::string const& level,
+                                                     bool runDefault) const {
+    return level.empty() ? getCurrentStateWithLock(lock, runDefault)
+                         : getAnyValueWithLock(lock, level, runDefault);
+}
+
+bool SettingsImpl::isUndefined() const {
+    SharedTreeLock const lock;
+    return isUndefinedWithLock(lock);
+}
+
+bool SettingsImpl::isUndefinedWithLock(HeldLock const&) const {
+    if (!isLeaf_) throw exception::NotAKeyName(getParentImpl(), name_);
+    return !levelValues_.holdsAnyValue() && isVoidRuntimeDefault(runTimeDefault_);
+}
+
+bool SettingsImpl::isRuntimeOwningLevel(std::string const& level) const {
+    SharedTreeLock const lock;
+    return isRuntimeOwningLevelWithLock(lock, level);
+}
+
+bool SettingsImpl::isRuntimeOwningLevelWithLock(HeldLock const&, std::string const& level) const {
+    return detail::belongsToLevel(runTimeDefault_, level);
+}
+
+// --- Checks ---------------------------------------------------------------------------------
+
+void SettingsImpl::validateAnyValueWithLock(HeldLock const& lock, boost::any& value) const {
+    if (!isLeaf_) throw exception::NotAKeyName(getParentImpl(), name_);
+    if (isReadOnlyWithLock(lock) && isConnectedToTheSettingsTree()) {
+        throw exception::CannotChangeValueForReadOnlySetting(sharedThis());
+    }
+    validatePrecheckWithLock(value, lock);
+    callValidator(lock, getParentImpl(), value);
+}
+
+void SettingsImpl::validatePrecheckWithLock(boost::any& value, HeldLock const& lock) const {
+    if (!boostany::isSupported(value)) {
+        throw exception::UnsupportedType(sharedThis(), getReadableName(value.type()));
+    }
+    KeyRules const rules = settledRules(value);
+    if (rules.dataTypeIndex_ != anyTypeIndex) (*rules.valueTypeChecker_)(value);
+    (*rules.valueArraySizeValidator_)(value);
+    detail::RangeAndChoiceChecker checker(sharedThis(), lock);
+    boostany::applyVisitor(checker, value, true);
+}
+
+void SettingsImpl::callValidator(HeldLock const& lock,
+                                 boost::shared_ptr<SettingsImpl const> const& parent,
+                                 boost::any const& value) const {
+    // Most keys have no validator in force: found out without a copy of the value.
+    bool const mayApply =
+        getValidatorFromParentChain(lock).which() != 0 ||
+        (parent && parent->getValidatorFromParentChain(lock).which() != 0);
+    if (!mayApply) return;
+    detail::ValidationVisitor visitor(lock, parent, sharedThis(), value);
+    boost::apply_visitor(visitor, validator_);
+}
+
+// --- Stores ---------------------------------------------------------------------------------
+
+bool SettingsImpl::setAnyValueWithLock(UpgradeLock& lock, boost::any const& value,
+                                       std::string const& level) {
+    Stored const stored = storeAnyValueWithLock(lock, value, level);
+    if (stored.tellListeners) fireValueChangeWithLock(lock);
+    return stored.changed;
+}
+
+SettingsImpl::Stored SettingsImpl::storeAnyValueWithLock(UpgradeLock& lock,
+                                                         boost::any const& value,
+                                                         std::string const& level) {
+    boost::any const old = getCurrentStateWithLock(lock, true);
+    boost::any const oldOnLevel = getAnyValueWithLock(lock, level, true);
+    if (boostany::isEqual(value, oldOnLevel)) return {false, false};
+    boostany::CreateAny copier;
+    boost::any copy = boostany::applyVisitor(copier, value, true);
+    {
+        ExclusiveTreeLock const exclusive(lock);
+        levelValues_.put(SettingsLevelManager::findLevel(level)->position(), copy);
+    }
+    return {true, currentStateDiffersWithLock(lock, old)};
+}
+
+void SettingsImpl::setAnyInternal(boost::any const& value, std::string const& level) {
+    validateLevelName(level);
+    checkLevelIsModifiable(level);
+    std::size_t const position = SettingsLevelManager::findLevel(level)->position();
+    boost::any const* const old = levelValues_.find(position);
+    if (boostany::isEqual(value, old ? *old : boost::any())) return;
+    boost::any stored(value);
+    levelValues_.put(position, stored);
+}
+
+void SettingsImpl::unset(std::string const& name, std::string const& level) {
+    loadIfNotInitializedYet();
+    validateLevelName(level);
+    checkLevelIsModifiable(level);
+    {
+        UpgradeTreeLock lock;
+        SettingsImpl* const child = findChild(name);
+        if (!child) throw exception::NoSuchKey(sharedThis(), name);
+        if (isConnectedToTheSettingsTree() && isReadOnlyWithLock(lock)) {
+            throw exception::CannotAddRemoveNodeUnderReadOnlyParent(child->sharedThis(),
+                                                                    sharedThis());
+        }
+        child->unsetAnyValueWithLock(lock.get(), level);
+    }
+    SharedTreeLock const lock;
+    if (!isConnectedToTheSettingsTree()) return;
+    saveWithLock(lock, SettingsLevelManager::findLevel(level));
+}
+
+void SettingsImpl::unsetAnyValueWithLock(UpgradeLock& lock, std::string const& level) {
+    if (!isLeaf_) throw exception::NotAKeyName(getParentImpl(), name_);
+    removeValueFromMapWithLock(lock, level);
+}
+
+void SettingsImpl::removeValueFromMapWithLock(UpgradeLock& lock, std::string const& level) {
+    boost::any const old = getCurrentStateWithLock(lock, true);
+    SettingsLevel const* const settingsLevel = SettingsLevelManager::findLevel(level);
+    // Looked up under the upgrade lock, which nobody can change under; the exclusive access is for
+    // the change alone.
+    if (!settingsLevel || !levelValues_.find(settingsLevel->position())) {
+        throw exception::ValueNotDefinedForGivenLevel(sharedThis(), level);
+    }
+    {
+        ExclusiveTreeLock const exclusive(lock);
+        levelValues_.erase(settingsLevel->position());
+    }
+    if (currentStateDiffersWithLock(lock, old)) fireValueChangeWithLock(lock);
+}
+
+bool SettingsImpl::currentStateDiffersWithLock(HeldLock const& lock, boost::any const& old) const {
+    boost::any const now = getCurrentStateWithLock(lock, true);
+    return isConnectedToTheSettingsTree() && !boostany::isEqual(now, old);
+}
+
+// --- Levels that a change of the structure touches --------------------------------------------
+
+namespace {
+
+std::string joined(std::set<std::string> const& names) {
+    std::string text;
+    for (std::string const& name : names) text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
+}  // namespace
+
+std::vector<SettingsLevel const*> SettingsImpl::getLevelToUpdate(HeldLock const& lock,
+                                                                 bool checkWritable) const {
+    std::set<std::string> levels;
+    getlevelsContainValue(lock, levels);
+    for (SettingsLevel const& level : SettingsLevelManager::levels()) {
+        if (!level.canHaveFile()) levels.erase(level.levelName());
+    }
+    std::string const needed = joined(levels);
+    if (checkWritable && !tryToDeleteFiles(levels)) {
+        throw exception::NoFileWritePermissionOnMultipleLevels(sharedThis(), needed,
+                                                               joined(levels));
+    }
+    return SettingsLevelManager::getSettingsLevelManagerInstance()->getSettingsLevelByNameVec(
+        levels.begin(), levels.end());
+}
+
+void SettingsImpl::getlevelsContainValue(HeldLock const& lock,
+                                         std::set<std::string>& levels) const {
+    if (isLeaf_) {
+        for (SettingsLevel const& level : SettingsLevelManager::levels()) {
+            if (levelValues_.hasValue(level.position())) levels.insert(level.levelName());
+        }
+    } else {
+        for (auto const& entry : childMap()) entry.second->getlevelsContainValue(lock, levels);
+    }
+    levels.insert("user");
+}
+
+bool SettingsImpl::tryToDeleteFiles(std::set<std::string>& levelNames) {
+    std::size_t const before = levelNames.size();
+    for (SettingsLevel const& level : SettingsLevelManager::levels()) {
+        if (!level.canBeModified()) levelNames.erase(level.levelName());
+    }
+    return levelNames.size() == before;
+}
+
+}  // namespace settings::core

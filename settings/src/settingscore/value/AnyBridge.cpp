@@ -1,0 +1,81 @@
+#include <settingscore/value/AnyBridge.hpp>
+
+namespace settingscore::boostany {
+namespace {
+
+std::type_info const* const typesByIndex[] = {&typeid(void),
+#define SETTINGSCORE_ROW(type, place, text, wide, word) &typeid(type),
+                                              SETTINGSCORE_ELEMENT_TYPES(SETTINGSCORE_ROW)
+#undef SETTINGSCORE_ROW
+#define SETTINGSCORE_ROW(type, place, text, wide, word) &typeid(std::vector<type>),
+                                                  SETTINGSCORE_ELEMENT_TYPES(SETTINGSCORE_ROW)
+#undef SETTINGSCORE_ROW
+};
+static_assert(std::size(typesByIndex) == supportedTypeCount);
+
+/// Compares what it is given with a value of the same type.
+struct EqualTo {
+    using result_type = bool;
+    boost::any const& other;
+
+    bool operator()() const { return true; }
+    template <class T>
+    bool operator()(T const& value) const {
+        return value == *boost::any_cast<T>(&other);
+    }
+};
+
+struct VariantToAny : boost::static_visitor<boost::any> {
+    boost::any operator()(mpl_::void_) const { return boost::any(); }
+    template <class T>
+    boost::any operator()(T const& value) const {
+        return boost::any(value);
+    }
+};
+
+}  // namespace
+
+char const* UnsupportedAnyType::what() const noexcept {
+    return "The type contained within the boost::any is not listed in "
+           "settingscore::boostany::SupportedTypes.";
+}
+
+void detail::assertIfTypeNotExported(std::type_info const&) {
+}
+
+unsigned long detail::typeIndexOf(std::type_info const& type) noexcept {
+    // A type has one descriptor per library at most, and mostly one in the process: the address
+    // finds it without a look at its name.
+    for (unsigned long index = 0; index < supportedTypeCount; ++index) {
+        if (typesByIndex[index] == &type) return index;
+    }
+    for (unsigned long index = 0; index < supportedTypeCount; ++index) {
+        if (*typesByIndex[index] == type) return index;
+    }
+    return supportedTypeCount;
+}
+
+bool isSupported(boost::any const& value) {
+    return detail::typeIndexOf(value.type()) != supportedTypeCount;
+}
+
+bool isEqual(boost::any const& a, boost::any const& b) {
+    if (&a == &b) return true;
+    detail::assertIfTypeNotExported(a.type());
+    unsigned long const index = detail::typeIndexOf(a.type());
+    if (index == supportedTypeCount) throw UnsupportedAnyType(a.type());
+    if (index != detail::typeIndexOf(b.type())) return false;
+    EqualTo const equal{b};
+    return applyVisitor(equal, a, false);
+}
+
+SupportedVariant convertAnyToVariant(boost::any const& value) {
+    CreateVariant creator;
+    return applyVisitor(creator, value, true);
+}
+
+boost::any convertVariantToAny(SupportedVariant const& value) {
+    return boost::apply_visitor(VariantToAny(), value);
+}
+
+}  // namespace settingscore::boostany
