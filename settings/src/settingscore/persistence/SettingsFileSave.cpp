@@ -77,8 +77,11 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
     if (!obj) return;
     auto const top = obj->getTopLevelNodeWithLock(functor.lock());
     logSave(top->nameWithLock(), level->levelName());
-    // A root that its instance has let go has no directory: nothing is saved.
-    Path const rootPath = getObjFilePathRoot(level, top);
+    // The files belong to the root that the instance hands out; one that it has let go, or one
+    // without directories, saves nothing.
+    auto const root = boost::dynamic_pointer_cast<SettingsImplRoot const>(top->getParentImpl());
+    if (!root || !root->isInUse()) return;
+    Path const rootPath = getRootPathForLevel(level, root);
     if (rootPath.empty()) return;
     try {
         Path const tempDir = makeTempDirectory(rootPath);

@@ -35,8 +35,11 @@ void SettingsImplRoot::getEventQueue(EventQueue& queue) {
 }
 
 void SettingsImplRoot::enqueue(boost::shared_ptr<SettingsEvent const> const& event) const {
+    // Held beyond the lock: the end of the last manager empties the queue. Asked inside it: whoever
+    // lets the root go empties the queue afterwards, and then nothing may come any more.
+    auto const owner = manager();
     boost::lock_guard<boost::mutex> const lock(queueMutex_);
-    eventQueue_.push(event);
+    if (owner && owner->isRootInUse(this)) eventQueue_.push(event);
 }
 
 void SettingsImplRoot::broadcastEvent(boost::shared_ptr<SettingsEvent const> const& event) const {
@@ -53,13 +56,12 @@ bool SettingsImplRoot::hasAudience() const {
 // --- Directories ----------------------------------------------------------------------------
 
 boost::shared_ptr<SettingsRootStateMgr> SettingsImplRoot::manager() const {
-    boost::shared_ptr<SettingsRootStateMgr> manager = stateMgr_.lock();
-    if (manager && !manager->isRootInUse(this)) manager.reset();
-    return manager;
+    return stateMgr_.lock();
 }
 
 bool SettingsImplRoot::isInUse() const {
-    return manager() != nullptr;
+    auto const owner = manager();
+    return owner && owner->isRootInUse(this);
 }
 
 ustring SettingsImplRoot::getFactoryDir() const {

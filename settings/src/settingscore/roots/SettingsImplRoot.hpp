@@ -17,7 +17,8 @@ class SettingsRootStateMgr;
 /// The root of an instance's tree: knows the directories of the levels, and publishes events.
 ///
 /// A root that its instance has let go (`isInUse` is false) works on in memory for whoever holds
-/// it: it has no directories, so that nothing is read or saved, and its events are dropped.
+/// it: nothing is saved, and its events are dropped. As long as the instance's manager lives, which
+/// is not so after the end of all instances, products can still be read from their files.
 class SettingsImplRoot : public SettingsImpl {
 public:
     using EventQueue = std::queue<boost::shared_ptr<SettingsEvent const>>;
@@ -37,6 +38,7 @@ public:
 
     /// Swaps the pending events with `queue`, which is to be empty.
     void getEventQueue(EventQueue& queue);
+    /// Drops the event if the root is not in use: it could hold the very root that holds it.
     void enqueue(boost::shared_ptr<SettingsEvent const> const& event) const;
     /// Queues the event if that is enabled, and in any case delivers it to the listeners. What a
     /// listener throws goes on to the caller.
@@ -46,8 +48,8 @@ public:
 
     /// True while this is the root that the instance hands out.
     bool isInUse() const;
-    /// Directories of the levels; empty on a root that is not in use. `getUserDir` ends the process
-    /// if there is no user directory, since there is nowhere to save.
+    /// Directories of the levels; empty on a root whose manager is gone. `getUserDir` ends the
+    /// process if there is no user directory, since there is nowhere to save.
     ustring getFactoryDir() const;
     ustring getWrkgrpDir() const;
     ustring getUserDir() const;

@@ -9,6 +9,20 @@
 
 namespace settings::core {
 
+namespace {
+
+void dropPendingEvents(SettingsImplRoot& root) {
+    SettingsImplRoot::EventQueue dropped;
+    root.getEventQueue(dropped);
+}
+
+}  // namespace
+
+// The end of all instances comes without a reset of each.
+SettingsRootStateMgr::~SettingsRootStateMgr() {
+    if (root_) dropPendingEvents(*root_);
+}
+
 boost::shared_ptr<SettingsImplRoot> SettingsRootStateMgr::get(ZcrID const& id) {
     boost::shared_lock<boost::shared_mutex> const lock(stateMutex_);
     boost::lock_guard<boost::mutex> const once(rootOnceMutex_);
@@ -35,10 +49,7 @@ boost::shared_ptr<SettingsImplRoot> SettingsRootStateMgr::resetRoot() {
         rootInUse_ = nullptr;
         previous.swap(root_);
     }
-    if (previous) {
-        SettingsImplRoot::EventQueue dropped;
-        previous->getEventQueue(dropped);
-    }
+    if (previous) dropPendingEvents(*previous);
     return previous;
 }
 

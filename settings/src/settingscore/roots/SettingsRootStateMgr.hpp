@@ -20,6 +20,8 @@ class SettingsImplRoot;
 class SettingsRootStateMgr : public boost::enable_shared_from_this<SettingsRootStateMgr>,
                              private boost::noncopyable {
 public:
+    SettingsRootStateMgr() = default;
+    ~SettingsRootStateMgr();
     /// The root. The first call builds it; if that fails, the next one tries again. Empty for good
     /// after `resetRoot`.
     boost::shared_ptr<SettingsImplRoot> get(ZcrID const& id);

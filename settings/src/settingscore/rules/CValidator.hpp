@@ -20,9 +20,8 @@ class CFunctionInvoker;
 ///
 /// It gets the key's parent and name, and refuses the value by throwing an exception derived from
 /// `qf::except::IException`, normally a `SettingsException`. Of the package name only the file name
-/// is used, without suffix: "checks" finds `checks.so`, `libqbchecks.so` or `libchecks.so`, in this
-/// order, in the places where the system looks for libraries. The library and the function are
-/// looked up for each call.
+/// is used: "checks" is looked for as "checks", "libqbchecks" and "libchecks", in this order, each
+/// with the platform's suffix for libraries. Library and function are looked up for each call.
 class SETTINGSCORE_API CValidator {
 public:
     using FunctionPointer = void (*)(boost::shared_ptr<Settings const> const&, std::string const&,

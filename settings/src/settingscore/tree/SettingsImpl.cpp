@@ -87,7 +87,7 @@ std::string SettingsImpl::getFullNameWithLock(HeldLock const& lock, bool include
         if (!name.empty()) name += '.';
         return name += name_;
     }
-    return includeRootName || isOrphanRoot() ? name_ : std::string();
+    return includeRootName || !isSettingsTreeRoot() ? name_ : std::string();
 }
 
 unsigned long SettingsImpl::getNodeDepth(HeldLock const& lock) const {
@@ -130,11 +130,21 @@ bool SettingsImpl::isTopLevelNodeWithLock(HeldLock const&) const {
     return parent && parent->isSettingsTreeRoot();
 }
 
-bool SettingsImpl::isOrphanRoot() const { return !getParentImpl() && !isSettingsTreeRoot(); }
+bool SettingsImpl::isOrphanRoot() const {
+    SharedTreeLock const lock;
+    return !getParentImpl() && !isSettingsTreeRoot();
+}
 
+// The answer can be stale at once, but the walk must not meet a change of a parent.
 bool SettingsImpl::isConnectedToTheSettingsTree() const {
+    SharedTreeLock const lock;
+    return isConnectedWithLock(lock);
+}
+
+bool SettingsImpl::isConnectedWithLock(HeldLock const& lock) const {
+    if (isSettingsTreeRoot()) return true;
     boost::shared_ptr<SettingsImpl> const parent = getParentImpl();
-    return parent && parent->isConnectedToTheSettingsTree();
+    return parent && parent->isConnectedWithLock(lock);
 }
 
 boost::shared_ptr<SettingsImpl const> SettingsImpl::getTopLevelNode() const {
@@ -174,8 +184,9 @@ boost::shared_ptr<SettingsImplRoot const> SettingsImpl::getTreeRootWithLock(
 
 ZcrID SettingsImpl::getZcrID() const {
     SharedTreeLock const lock;
-    boost::shared_ptr<SettingsImplRoot const> const root = getTreeRootWithLock(lock);
-    return root ? root->getZcrID() : UndefinedZcrID;
+    boost::shared_ptr<SettingsImpl> ancestor = getParentImpl();
+    while (ancestor && !ancestor->isSettingsTreeRoot()) ancestor = ancestor->getParentImpl();
+    return ancestor ? ancestor->getZcrID() : UndefinedZcrID;  // The root's answer takes no lock.
 }
 
 bool SettingsImpl::isAscendant(boost::shared_ptr<SettingsImpl const> const& node) const {

@@ -154,6 +154,7 @@ public:
     boost::shared_ptr<SettingsImpl const> getTopLevelNodeWithLock(
         detail::HeldLock const& lock) const;
     bool isTopLevelNodeWithLock(detail::HeldLock const& lock) const;
+    bool isConnectedWithLock(detail::HeldLock const& lock) const;
     boost::shared_ptr<SettingsImpl const> getRootForThisObjectWithLock(
         detail::HeldLock const& lock) const;
     /// The root of the tree if this node is on one.

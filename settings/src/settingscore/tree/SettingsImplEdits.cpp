@@ -28,13 +28,17 @@ void SettingsImpl::setParent(boost::shared_ptr<Settings> const& parent) {
     auto const newParent = boost::dynamic_pointer_cast<SettingsImpl>(parent);
     if (!newParent) return;
     newParent->loadIfNotInitializedYet();
+    // What was made in memory is whole: its own saved file must not be loaded over it. Spent before
+    // the lock is taken, so that a first touch on another thread has ended when the node becomes a
+    // product.
+    if (newParent->isSettingsTreeRoot() && !isContentPending()) loadOnce_.run([] {});
     {
         UpgradeTreeLock lock;
         setParentImpl(lock.get(), newParent, true);
         newParent->fireSettingsEventWithLock<SettingsAddNodeEvent>(lock, sharedThis());
     }
     SharedTreeLock const lock;
-    if (!isConnectedToTheSettingsTree()) return;
+    if (!isConnectedWithLock(lock)) return;
     for (SettingsLevel const* level : getLevelToUpdate(lock, false)) saveWithLock(lock, level);
 }
 
@@ -47,7 +51,7 @@ void SettingsImpl::setParentInternal(boost::shared_ptr<SettingsImpl> const& pare
 
 void SettingsImpl::setParentImpl(UpgradeLock& lock, boost::shared_ptr<SettingsImpl> const& parent,
                                  bool validate) {
-    if (parent->isConnectedToTheSettingsTree() && parent->isReadOnlyWithLock(lock)) {
+    if (parent->isConnectedWithLock(lock) && parent->isReadOnlyWithLock(lock)) {
         throw exception::CannotAddRemoveNodeUnderReadOnlyParent(sharedThis(), parent);
     }
     if (isLeaf_ && parent->isRoot()) throw exception::CanNotAddKeyToRootException(sharedThis());
@@ -57,8 +61,6 @@ void SettingsImpl::setParentImpl(UpgradeLock& lock, boost::shared_ptr<SettingsIm
     if (validate) validateValueBasedOnParentRule(lock, parent);
     ExclusiveTreeLock const exclusive(lock);
     setParentWithLock(exclusive, parent);
-    // What was made in memory is whole: its own saved file must not be loaded over it.
-    if (parent->isSettingsTreeRoot()) loadOnce_.spend();
 }
 
 void SettingsImpl::setParentWithLock(HeldLock const& lock,
@@ -134,7 +136,7 @@ void SettingsImpl::removeNodeImpl(boost::shared_ptr<SettingsImpl> const& child) 
     {
         // Held from the first check on, so that no other remover comes between.
         UpgradeTreeLock lock;
-        connected = isConnectedToTheSettingsTree();
+        connected = isConnectedWithLock(lock);
         if (connected && isReadOnlyWithLock(lock)) {
             throw exception::CannotAddRemoveNodeUnderReadOnlyParent(child, sharedThis());
         }

@@ -137,13 +137,14 @@ void SettingsImpl::acceptChildren(SettingsImpl& loaded) {
 
 void SettingsImpl::updateSettingsFile(std::string const& level) {
     SharedTreeLock const lock;
-    if (!isConnectedToTheSettingsTree()) return;
+    if (!isConnectedWithLock(lock)) return;
+    validateLevelName(level);
     saveWithLock(lock, SettingsLevelManager::findLevel(level));
 }
 
 void SettingsImpl::saveThisSubTree(std::string const& level) {
     SharedTreeLock const lock;
-    if (!isConnectedToTheSettingsTree()) return;
+    if (!isConnectedWithLock(lock)) return;
     if (!SettingsLevelManager::getSettingsLevelManagerInstance()->isWritableLevel(level)) return;
     saveWithLock(lock, SettingsLevelManager::findLevel(level));
 }

@@ -1,6 +1,7 @@
 // Folding one tree into another: always on a private copy first, so that a merge either fits as a
 // whole or changes nothing that a user can see.
 
+#include <exception>
 #include <stdexcept>
 #include <typeinfo>
 
@@ -31,6 +32,19 @@ struct SettingsImpl::GatheredEvent {
         } else {
             node->fireValueChangeWithLock(lock);
         }
+    }
+
+    /// All of them are told of, in order; then the first exception of a listener goes on.
+    static void fireAll(HeldLock const& lock, std::vector<GatheredEvent> const& events) {
+        std::exception_ptr first;
+        for (GatheredEvent const& event : events) {
+            try {
+                event.fire(lock);
+            } catch (...) {
+                if (!first) first = std::current_exception();
+            }
+        }
+        if (first) std::rethrow_exception(first);
     }
 };
 
@@ -75,10 +89,14 @@ void SettingsImpl::mergeDescendants(boost::shared_ptr<Settings const> const& sou
             ExclusiveTreeLock const exclusive(lock.get());
             adoptNewDescendantsFromSrc(exclusive, *src, levelName, events);
         } catch (...) {
-            for (GatheredEvent const& event : events) event.fire(lock);
+            try {
+                GatheredEvent::fireAll(lock, events);
+            } catch (...) {
+                // The failure of the adoption is the one to tell.
+            }
             throw;
         }
-        for (GatheredEvent const& event : events) event.fire(lock);
+        GatheredEvent::fireAll(lock, events);
     }
     saveThisSubTree(levelName);
 }
@@ -184,11 +202,14 @@ void SettingsImpl::mergeIntoLeafNode(HeldLock const& lock, SettingsImpl const& s
     }
     boost::any value = src.getCurrentStateWithLock(lock, false);
     if (value.empty()) return;
-    // The first value comes unchecked: definition and value may be of one file.
     if (levelValues_.holdsAnyValue()) {
         validateAnyValueWhenMerge(lock, value);
     } else {
-        initSetters(value);
+        // The first value comes unchecked, since definition and value may be of one file; but a
+        // value of another type would be saved as a text that no reader takes, and the user would
+        // lose the whole file.
+        KeyRules const rules = settledRules(value);
+        if (rules.dataTypeIndex_ != anyTypeIndex) (*rules.valueTypeChecker_)(value);
     }
     std::size_t const position = SettingsLevelManager::findLevel(levelName)->position();
     if (!levelValues_.hasValue(position)) levelValues_.put(position, value);

@@ -74,7 +74,7 @@ boost::any SettingsImpl::valueOnLevel(HeldLock const& lock, SettingsLevel const*
         if (boost::any const* const entry = levelValues_.find(level->position())) return *entry;
     }
     if (!runDefault || isVoidRuntimeDefault(runTimeDefault_)) return boost::any();
-    if (isConnectedToTheSettingsTree() && !isRuntimeOwningLevelWithLock(lock, levelName)) {
+    if (isConnectedWithLock(lock) && !isRuntimeOwningLevelWithLock(lock, levelName)) {
         return boost::any();
     }
     boost::any result;
@@ -120,7 +120,7 @@ bool SettingsImpl::isRuntimeOwningLevelWithLock(HeldLock const&, std::string con
 
 void SettingsImpl::validateAnyValueWithLock(HeldLock const& lock, boost::any& value) const {
     if (!isLeaf_) throw exception::NotAKeyName(getParentImpl(), name_);
-    if (isReadOnlyWithLock(lock) && isConnectedToTheSettingsTree()) {
+    if (isReadOnlyWithLock(lock) && isConnectedWithLock(lock)) {
         throw exception::CannotChangeValueForReadOnlySetting(sharedThis());
     }
     validatePrecheckWithLock(value, lock);
@@ -192,14 +192,14 @@ void SettingsImpl::unset(std::string const& name, std::string const& level) {
         UpgradeTreeLock lock;
         SettingsImpl* const child = findChild(name);
         if (!child) throw exception::NoSuchKey(sharedThis(), name);
-        if (isConnectedToTheSettingsTree() && isReadOnlyWithLock(lock)) {
+        if (isConnectedWithLock(lock) && isReadOnlyWithLock(lock)) {
             throw exception::CannotAddRemoveNodeUnderReadOnlyParent(child->sharedThis(),
                                                                     sharedThis());
         }
         child->unsetAnyValueWithLock(lock.get(), level);
     }
     SharedTreeLock const lock;
-    if (!isConnectedToTheSettingsTree()) return;
+    if (!isConnectedWithLock(lock)) return;
     saveWithLock(lock, SettingsLevelManager::findLevel(level));
 }
 
@@ -225,7 +225,7 @@ void SettingsImpl::removeValueFromMapWithLock(UpgradeLock& lock, std::string con
 
 bool SettingsImpl::currentStateDiffersWithLock(HeldLock const& lock, boost::any const& old) const {
     boost::any const now = getCurrentStateWithLock(lock, true);
-    return isConnectedToTheSettingsTree() && !boostany::isEqual(now, old);
+    return isConnectedWithLock(lock) && !boostany::isEqual(now, old);
 }
 
 // --- Levels that a change of the structure touches --------------------------------------------

@@ -114,7 +114,7 @@ TEST(Roundtrip, textsComeBack) {
         <validationfunc type='JAVA' packagename='a.B' functionname='c'/>
         <key name="x">
             <float>
-                <value>1e+20</value>
+                <value>0.5</value>
             </float>
         </key>
         <validationfunc type='JAVA' packagename='a.B' functionname='c'/>

@@ -71,14 +71,14 @@ TEST_F(CValidatorTest, FailuresAreTranslated) {
     };
     Parent const parent = makeGroup("g");
     for (Case const& c : std::vector<Case>{
-             {"checks", "accept", "accepted", u""},
-             {"/no/such/folder/checks", "accept", "accepted", u""},
+             {"checks", "acceptAll", "accepted", u""},
+             {"/no/such/folder/checks", "acceptAll", "accepted", u""},
              {"checks", "refuse", "refused", u"the check says no"},
              {"checks", "refuseWithNames", "refused", u"g/k"},
              {"checks", "fail", "the check is broken", u""},
              {"checks", "failToLoad", "not reached", u"no helper"},
              {"checks", "noSuchFunction", "not reached", u"noSuchFunction"},
-             {"noSuchLibrary", "accept", "not reached", u"noSuchLibrary"},
+             {"noSuchLibrary", "acceptAll", "not reached", u"noSuchLibrary"},
              {"checks", "", "not reached", u"checks"},
              {"", "", "call to empty boost::function", u""},
          }) {
@@ -102,7 +102,7 @@ TEST_F(CValidatorTest, ThreeFileNamesAreTriedInOrder) {
         }
         FAIL() << "no plug-in " << plugin;
     };
-    CValidator const validator("thing", "accept");
+    CValidator const validator("thing", "acceptAll");
     EXPECT_EQ(run(validator).outcome, "not reached");
     provide("checks", "libthing");
     EXPECT_EQ(run(validator).outcome, "accepted");
@@ -135,16 +135,16 @@ TEST_F(NodeValidatorTest, TheNearestValidatorAloneRunsWithTheNamesOfTheKey) {
     EXPECT_EQ(boost::any_cast<int>(group->getAny("k", "user")), 1);
     group->setValidator(CValidator("checks", "refuse"));
     EXPECT_EQ(refusalOf(group), u"the check says no");
-    key->setValidator(CValidator("checks", "accept"));
+    key->setValidator(CValidator("checks", "acceptAll"));
     group->setAny("k", 2, "user");
-    EXPECT_TRUE(isEqual(key->getValidatorToUse(), CValidator("checks", "accept")));
+    EXPECT_TRUE(isEqual(key->getValidatorToUse(), CValidator("checks", "acceptAll")));
 }
 
 TEST_F(NodeValidatorTest, AValidatorMayReadTheTree) {
     Node const group = makeGroup("g");
     group->setValidator(CValidator("checks", "withinLimit"));
     Node const limit = makeKey("limit", group);
-    limit->setValidator(CValidator("checks", "accept"));
+    limit->setValidator(CValidator("checks", "acceptAll"));
     group->setAny("limit", 10, "user");
     makeKey("k", group);
     group->setAny("k", 10, "user");
@@ -165,7 +165,7 @@ TEST_F(NodeValidatorTest, AttachingABranchJudgesTheKeysInsideIt) {
         [&] { branch->setParent(parent); },
         [](auto const& error) { EXPECT_EQ(error.getErrorMsg(), u"inner/k"); });
     EXPECT_FALSE(parent->getChild("branch"));
-    inner->setValidator(CValidator("checks", "accept"));
+    inner->setValidator(CValidator("checks", "acceptAll"));
     branch->setParent(parent);
     EXPECT_EQ(parent->getChild("branch"), branch);
 }

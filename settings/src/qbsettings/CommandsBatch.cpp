@@ -1,0 +1,145 @@
+// Many keys set as one action.
+
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include <qbsettings/Commands.hpp>
+#include <qbsettings/Failure.hpp>
+#include <qbsettings/Json.hpp>
+#include <qbsettings/Names.hpp>
+#include <qbsettings/Saved.hpp>
+#include <qbsettings/Store.hpp>
+#include <qbsettings/Text.hpp>
+#include <qbsettings/Values.hpp>
+#include <settingscore/tree/KeyDescription.hpp>
+#include <settingscore/tree/Settings.hpp>
+
+#include <set>
+
+namespace qbsettings {
+
+using settings::core::Settings;
+
+namespace {
+
+/// A line that sets a key.
+struct Entry {
+    std::size_t line;
+    SettingsPtr key;
+    boost::any value;
+};
+
+std::string readAll(std::istream& stream, std::string const& name) {
+    std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    if (!stream || stream.bad()) throw Failure(name + " cannot be read");
+    return text;
+}
+
+std::string readInput(Arguments const& arguments) {
+    std::string const name = arguments.files.empty() ? "-" : arguments.files.front();
+    if (name == "-") return readAll(std::cin, "standard input");
+    std::ifstream stream(name, std::ios::binary);
+    return readAll(stream, asLine(name));
+}
+
+std::string trimmed(std::string const& text) {
+    constexpr char const* blanks = " \t\r";
+    std::size_t const first = text.find_first_not_of(blanks);
+    if (first == std::string::npos) return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+/// The texts of the value that is written behind the "=".
+std::vector<std::string> textsOf(std::string const& written, KeyType const& type) {
+    bool const isString = written.size() >= 2 && written.front() == '"' && written.back() == '"';
+    if (isString) return {parseJsonString(written)};
+    if (type.array) return parseJsonArray(written);
+    if (type.any && !written.empty() && written.front() == '[') return parseJsonArray(written);
+    return {written};
+}
+
+/// Reads one line and checks it against the key's rules. @throws Failure
+Entry readLine(Context& context, std::size_t number, std::string const& line) {
+    if (!isUtf8(line)) throw Failure("the line is not UTF-8");
+    std::size_t const equals = line.find('=');
+    if (equals == std::string::npos) throw Failure("a line is written as NAME = VALUE");
+    SettingsPtr const key = findKey(context, trimmed(line.substr(0, equals)));
+    context.refuseToReplaceUnreadable(productOf(key));
+    KeyType const type = typeOf(settings::core::describeKey(key));
+    std::vector<std::string> texts;
+    try {
+        texts = textsOf(trimmed(line.substr(equals + 1)), type);
+    } catch (Failure const& failure) {
+        throw Failure(key->getFullName() + ": " + failure.what());
+    }
+    bool const isEmptyArray = texts.empty() && !type.array;
+    boost::any const value = isEmptyArray ? boost::any(std::vector<qf::ustring>())
+                                          : valueForKey(context, key, texts, std::string());
+    try {
+        key->getParent()->validateAny(key->getName(), value);
+    } catch (std::exception const& error) {
+        throw refusal(context, key, error, texts);
+    }
+    return {number, key, value};
+}
+
+/// Reads all lines; tells every refusal. False if there was one.
+bool readLines(Context& context, std::string const& text, std::vector<Entry>& entries) {
+    bool good = true;
+    std::size_t number = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        std::size_t const end = std::min(text.find('\n', at), text.size());
+        std::string const line = text.substr(at, end - at);
+        at = end + 1;
+        ++number;
+        std::string const content = trimmed(line);
+        if (content.empty() || content.front() == '#') continue;
+        try {
+            entries.push_back(readLine(context, number, content));
+        } catch (Failure const& failure) {
+            complain("line " + std::to_string(number) + ": " + failure.what());
+            good = false;
+        }
+    }
+    return good;
+}
+
+/// What holds after the last line that names a key.
+void confirmAll(Context& context, std::vector<Entry> const& entries, std::string const& level) {
+    std::set<SettingsPtr> seen;
+    std::set<std::string> products;
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        if (!seen.insert(entry->key).second) continue;
+        confirmStored(entry->key, entry->value, level);
+        products.insert(productOf(entry->key));
+    }
+    if (level != "user") return;
+    for (std::string const& product : products)
+        confirmSaved(context, product);
+}
+
+}  // namespace
+
+int setManyCommand(Context& context, Arguments const& arguments) {
+    std::string const text = readInput(arguments);
+    std::string const level = levelForWriting(context, arguments.level);
+    if (level == "factory") throw Failure("the level 'factory' cannot be changed");
+    std::vector<Entry> entries;
+    if (!readLines(context, text, entries)) {
+        complain("nothing was set");
+        return refused;
+    }
+    std::vector<Settings::NodeValue> batch;
+    for (Entry const& entry : entries)
+        batch.emplace_back(entry.key, entry.value);
+    // A key that was named twice, or one whose rules the first line fixed, can still be refused.
+    auto const errors = context.root()->setMultiple(batch, level);
+    for (auto const& error : errors)
+        complain(error.first + ": " + error.second);
+    if (!errors.empty()) return refused;
+    confirmAll(context, entries, level);
+    return done;
+}
+
+}  // namespace qbsettings

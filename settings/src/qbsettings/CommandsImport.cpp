@@ -1,0 +1,185 @@
+// Settings of a file taken into the tree.
+
+#include <iostream>
+
+#include <qbsettings/Commands.hpp>
+#include <qbsettings/Errors.hpp>
+#include <qbsettings/Failure.hpp>
+#include <qbsettings/Faults.hpp>
+#include <qbsettings/KeyState.hpp>
+#include <qbsettings/Names.hpp>
+#include <qbsettings/Saved.hpp>
+#include <qbsettings/Store.hpp>
+#include <qbsettings/Text.hpp>
+#include <qbsettings/Values.hpp>
+#include <settingscore/host/Filesystem.hpp>
+#include <settingscore/tree/ZSettings.hpp>
+
+#include <algorithm>
+
+namespace qbsettings {
+
+using settings::core::Settings;
+using settings::core::ZSettings;
+
+namespace {
+
+/// What an import will do.
+struct Plan {
+    std::vector<std::string> rows;              ///< "what<TAB>name<TAB>value", as they are printed.
+    std::vector<Settings::NodeValue> replaced;  ///< Keys whose own value gives way.
+    std::vector<std::string> refusals;
+
+    void add(char const* what, std::string const& name, boost::any const& value) {
+        rows.push_back(std::string(what) + '\t' + asColumn(name) + '\t' +
+                       asColumn(join(elementTexts(value), ", ")));
+    }
+};
+
+bool hasValueOn(SettingsPtr const& key, std::string const& level) {
+    auto const stored = settings::core::describeKey(key).storedLevels;
+    return std::find(stored.begin(), stored.end(), level) != stored.end();
+}
+
+boost::any importedValue(SettingsPtr const& key) {
+    return hasValueOn(key, "user") ? key->getParent()->getAny(key->getName(), "user")
+                                   : boost::any();
+}
+
+class Planner {
+public:
+    Planner(Context& context, std::string const& level, bool replace)
+        : context_(context), level_(level), replace_(replace) {}
+
+    void planBelow(SettingsPtr const& source, SettingsPtr const& target) {
+        for (SettingsPtr const& child : source->getChildren()) {
+            SettingsPtr const there = target->getChild(child->getName());
+            if (!there) {
+                planNew(child, target->getFullName() + "." + child->getName());
+            } else if (there->isLeafNode() != child->isLeafNode()) {
+                plan_.refusals.push_back(there->getFullName() + ": it is a " +
+                                         (there->isLeafNode() ? "key" : "group") + " here and a " +
+                                         (child->isLeafNode() ? "key" : "group") + " in the file");
+            } else if (child->isLeafNode()) {
+                planKey(child, there);
+            } else {
+                planBelow(child, there);
+            }
+        }
+    }
+
+    /// A node that the target lacks, under the name that it will have.
+    void planNew(SettingsPtr const& node, std::string const& name) {
+        if (node->isLeafNode()) {
+            plan_.add("added", name, importedValue(node));
+            return;
+        }
+        for (SettingsPtr const& child : node->getChildren()) {
+            planNew(child, name + "." + child->getName());
+        }
+    }
+
+    Plan const& plan() const { return plan_; }
+
+private:
+    void planKey(SettingsPtr const& source, SettingsPtr const& target) {
+        boost::any const value = importedValue(source);
+        std::string const name = target->getFullName();
+        if (value.empty()) return;
+        bool const isThere = hasValueOn(target, level_);
+        if (isThere && isSame(value, valueOn(target, level_))) {
+            plan_.add("same", name, value);
+            return;
+        }
+        if (isThere && !replace_) {
+            plan_.add("kept", name, valueOn(target, level_));
+            return;
+        }
+        try {
+            target->getParent()->validateAny(target->getName(), value);
+        } catch (std::exception const& error) {
+            plan_.refusals.push_back(refusal(context_, target, error, elementTexts(value)).what());
+            return;
+        }
+        plan_.add(isThere ? "replaced" : "set", name, value);
+        if (isThere) plan_.replaced.emplace_back(target, value);
+    }
+
+    Context& context_;
+    std::string level_;
+    bool replace_;
+    Plan plan_;
+};
+
+SettingsPtr readFile(std::string const& name) {
+    namespace fs = qf::filesystem;
+    qf::ustring const file = fs::absolute(fs::from_native(name), fs::path()).str();
+    try {
+        return Settings::importAsStandaloneObject(file);
+    } catch (std::exception const& error) {
+        throw Failure(faultOfImport(file, error).toText());
+    }
+}
+
+/// The node that takes the content of the file, empty if that is a product that is not there.
+SettingsPtr targetOf(Context& context, SettingsPtr const& source, std::string const& into) {
+    if (!into.empty()) return findGroup(context, into);
+    SettingsPtr const product = context.root()->getChild(source->getName());
+    if (product) context.loading([&] { return product->getChildren(); });
+    return product;
+}
+
+void carryOut(Context& context, Plan const& plan, SettingsPtr const& source,
+              SettingsPtr const& target, std::string const& level) {
+    try {
+        if (target) {
+            target->mergeDescendants(source, level);
+        } else {
+            ZSettings::validateSettingOrGroupName(source->getName());
+            boost::dynamic_pointer_cast<ZSettings>(source)->setParent(context.root());
+        }
+    } catch (std::exception const& error) {
+        throw Failure("nothing was imported: " + messageOf(error));
+    }
+    if (!plan.replaced.empty()) {
+        auto const errors = context.root()->setMultiple(plan.replaced, level);
+        for (auto const& error : errors)
+            complain(error.first + ": " + error.second);
+        if (!errors.empty()) throw Failure("no value that was there already was replaced");
+    }
+    if (level == "user") confirmSaved(context, productOf(target ? target : source));
+}
+
+}  // namespace
+
+int importCommand(Context& context, Arguments const& arguments) {
+    std::string const level = levelForWriting(context, arguments.level);
+    SettingsPtr const source = readFile(arguments.files.front());
+    SettingsPtr const target = targetOf(context, source, arguments.into);
+    if (!target && level != "user") {
+        throw Failure(nothingThere, "there is no product " + quoted(source->getName()) +
+                                        " that could take the values; one is made on the level "
+                                        "'user' alone");
+    }
+    if (target) context.refuseToReplaceUnreadable(productOf(target));
+
+    Planner planner(context, level, arguments.replace);
+    if (target) {
+        planner.planBelow(source, target);
+    } else {
+        planner.planNew(source, source->getName());
+    }
+    Plan const& plan = planner.plan();
+    for (std::string const& text : plan.refusals)
+        complain(text);
+    if (!plan.refusals.empty()) {
+        complain("nothing was imported");
+        return refused;
+    }
+    if (!arguments.dryRun) carryOut(context, plan, source, target, level);
+    for (std::string const& row : plan.rows)
+        std::cout << row << '\n';
+    return done;
+}
+
+}  // namespace qbsettings

@@ -1,0 +1,121 @@
+#include <qbsettings/Context.hpp>
+
+#include <cstdlib>
+#include <iostream>
+
+#include <qbhost/QbHost.hpp>
+#include <qbsettings/Failure.hpp>
+#include <qbsettings/Text.hpp>
+#include <settingscore/host/Filesystem.hpp>
+#include <settingscore/host/I18n.hpp>
+#include <settingscore/prefdir/PreferencesDirectory.hpp>
+#include <settingscore/tree/ZSettings.hpp>
+
+namespace qbsettings {
+
+namespace fs = qf::filesystem;
+using settings::core::BlessedZcrID;
+using settings::core::Settings;
+using settings::core::ZSettings;
+
+namespace {
+
+fs::path absolutePath(std::string const& bytes) {
+    return fs::absolute(fs::from_native(bytes), fs::path());
+}
+
+void setEnvironment(char const* name, std::optional<std::string> const& directory) {
+    if (directory) ::setenv(name, absolutePath(*directory).native().c_str(), 1);
+}
+
+}  // namespace
+
+std::vector<std::string> const& levelNames() {
+    static std::vector<std::string> const names = {"session", "user", "factory"};
+    return names;
+}
+
+Context::Context(Places const& places) {
+    if (places.hostRoot) qbhost::setInstallPath(absolutePath(*places.hostRoot).str());
+    setEnvironment("SETTINGS_FACTORYDIR", places.factoryDirectory);
+    setEnvironment("SETTINGS_USERDIR", places.userDirectory);
+    // Standard output is for data alone.
+    auto const toError = [](std::string const& text) { std::cerr << text << std::flush; };
+    qbhost::setConsole(toError, toError);
+}
+
+SettingsPtr Context::root() {
+    if (!root_) {
+        // Asked for first: inside the library its absence would end the process.
+        userDirectory();
+        root_ = Settings::getSettingsRoot(BlessedZcrID);
+        if (!root_) throw Failure("there is no settings tree");
+    }
+    return root_;
+}
+
+qf::ustring Context::userDirectory() {
+    qf::ustring const set = qf::i18n::getenv("SETTINGS_USERDIR");
+    if (!set.empty()) return set;
+    qf::ustring const found = settings::core::getPreferencesDirectoryUStr(true);
+    if (found.empty()) {
+        throw Failure(
+            "there is no directory for the user's settings, and none can be made; name one with "
+            "--user-dir");
+    }
+    return found;
+}
+
+qf::ustring Context::userFile(std::string const& product) {
+    fs::path const directory(userDirectory());
+    return (directory / qf::i18n::to_ustring(product + Settings::settingsExtension)).str();
+}
+
+std::vector<qf::ustring> Context::factoryFiles(std::string const& product) {
+    std::vector<qf::ustring> files;
+    root();
+    fs::path const factory(ZSettings::getFactoryDir(BlessedZcrID));
+    // The job pool is defined in a folder of another name.
+    std::string const folder = product == "gridpool" ? "farmjobs" : product;
+    try {
+        for (auto const& entry :
+             fs::basic_directory_iterator(factory / qf::i18n::to_ustring(folder))) {
+            if (entry.full_pathname().extension() != u".settings") continue;
+            if ((entry.status() & fs::file_type_mask) != fs::regular_file) continue;
+            files.push_back(entry.full_pathname().str());
+        }
+    } catch (fs::FsysExceptionBase const&) {
+        // A product of the user alone has no folder.
+    }
+    return files;
+}
+
+std::string Context::definedIn(std::string const& product) {
+    std::vector<qf::ustring> const files = factoryFiles(product);
+    if (files.empty()) return pathText(userFile(product));
+    if (files.size() == 1) return pathText(files.front());
+    return pathText(fs::path(files.front()).parent_path().str());
+}
+
+void Context::lockForWriting() {
+    if (!lock_) lock_ = std::make_unique<WriteLock>(userDirectory());
+}
+
+void Context::keepFaults(settings::core::exception::ErrorReadingSettingsData const& error) {
+    for (Fault const& fault : faultsOfLoad(error.getDetailErrorMsg())) {
+        if (!quiet_) complain(fault.toText());
+        faults_.push_back(fault);
+    }
+}
+
+void Context::refuseToReplaceUnreadable(std::string const& product) {
+    qf::ustring const file = userFile(product);
+    for (Fault const& fault : faults_) {
+        if (fault.file == file) {
+            throw Failure(product + " was not changed, since saving it would replace " +
+                          pathText(file) + ", which could not be read; mend or move that file");
+        }
+    }
+}
+
+}  // namespace qbsettings

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <settingscore/host/UString.hpp>
+
+/// Text at the edges of the program: all of it is UTF-8, whatever the locale says.
+namespace qbsettings {
+
+using qf::ustring;
+
+/// True for well-formed UTF-8: no stray bytes, no overlong forms, no surrogates.
+bool isUtf8(std::string_view text);
+
+/// UTF-8 of a path for people; a byte that is none is shown as U+FFFD.
+std::string pathText(ustring const& path);
+
+/// A value as a column of a row: tab, line feed, carriage return and backslash as `\t`, `\n`, `\r`
+/// and `\\`.
+std::string asColumn(std::string const& text);
+
+/// A text as a part of a one-line message: no control character reaches a terminal.
+std::string asLine(std::string const& text);
+
+/// In single quotes, for messages.
+std::string quoted(std::string const& text);
+
+template <class Range>
+std::string join(Range const& parts, char const* separator) {
+    std::string text;
+    bool first = true;
+    for (std::string const& part : parts) {
+        if (!first) text += separator;
+        first = false;
+        text += part;
+    }
+    return text;
+}
+
+}  // namespace qbsettings

@@ -1,0 +1,59 @@
+// The program: settings read and changed from the command line.
+
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <qbsettings/CommandLine.hpp>
+#include <qbsettings/Errors.hpp>
+#include <qbsettings/Failure.hpp>
+#include <qbsettings/Text.hpp>
+
+namespace qbsettings {
+
+void complain(std::string const& message) {
+    std::cerr << "qbsettings: " + asLine(message) + "\n" << std::flush;
+}
+
+namespace {
+
+int run(std::vector<std::string> const& words) {
+    CommandLine const line = parseCommandLine(words);
+    if (!line.command) {
+        std::cout << line.text;
+        return done;
+    }
+    Context context(line.places);
+    return line.command(context, line.arguments);
+}
+
+int runToTheEnd(std::vector<std::string> const& words) {
+    int status = refused;
+    try {
+        status = run(words);
+    } catch (Failure const& failure) {
+        complain(failure.what());
+        status = failure.status();
+    } catch (std::exception const& error) {
+        complain(messageOf(error));
+    } catch (...) {
+        // A function of a plug-in can throw anything.
+        complain("something failed that cannot be told");
+    }
+    std::cout.flush();
+    if (!std::cout) {
+        complain("standard output cannot be written to");
+        return refused;
+    }
+    return status;
+}
+
+}  // namespace
+
+}  // namespace qbsettings
+
+int main(int argc, char** argv) {
+    std::ios::sync_with_stdio(false);
+    return qbsettings::runToTheEnd(std::vector<std::string>(argv + 1, argv + argc));
+}

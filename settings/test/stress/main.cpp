@@ -1,0 +1,107 @@
+// Threads that do everything to one store at once, for as long as one likes. The program ends with
+// status 1 if what a user may rely on did not hold, and prints every thread's stack and aborts if
+// nothing moves for ten seconds.
+
+#include <dirent.h>
+#include <execinfo.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <thread>
+
+#include <CLI/CLI.hpp>
+#include <settingscore/errors/Exceptions.hpp>
+
+#include "World.hpp"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+void printStack(int) {
+    void* frames[64];
+    int const count = backtrace(frames, 64);
+    char const line[] = "--- thread\n";
+    [[maybe_unused]] auto const written = write(STDERR_FILENO, line, sizeof line - 1);
+    backtrace_symbols_fd(frames, count, STDERR_FILENO);
+}
+
+/// Asks each thread in turn for its stack.
+[[noreturn]] void printAllStacksAndAbort() {
+    std::cerr << "stress: nothing moves" << std::endl;
+    if (DIR* const tasks = opendir("/proc/self/task")) {
+        while (dirent const* const task = readdir(tasks)) {
+            long const id = std::strtol(task->d_name, nullptr, 10);
+            if (id <= 0) continue;
+            syscall(SYS_tgkill, getpid(), id, SIGUSR1);
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        }
+    }
+    std::abort();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int seconds = 20;
+    int threadCount = 8;
+    std::uint64_t seed = 1;
+    CLI::App app("Stresses the settings store.\nExample: stress --seconds 600 --seed 7");
+    app.add_option("--seconds", seconds, "How long, in seconds")->capture_default_str();
+    app.add_option("--threads", threadCount, "How many threads")->capture_default_str();
+    app.add_option("--seed", seed, "Seed of the choices")->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+
+    std::signal(SIGUSR1, printStack);
+    qbstress::World world;
+    std::atomic<std::uint64_t> steps{0};
+    std::atomic<bool> stop{false};
+    std::atomic<int> running{threadCount};
+    std::vector<std::thread> threads;
+    for (int number = 0; number < threadCount; ++number) {
+        threads.emplace_back([&, number] {
+            try {
+                qbstress::Worker worker(world, number, seed * 1000 + static_cast<unsigned>(number));
+                while (!stop && !world.failed()) {
+                    worker.step();
+                    ++steps;
+                }
+            } catch (settings::core::exception::ErrorReadingSettingsData const& e) {
+                world.fail("a file was refused: " + qf::i18n::to_string(e.getDetailErrorMsg()));
+            } catch (std::exception const& e) {
+                world.fail(std::string("an operation threw: ") + e.what());
+            }
+            --running;
+        });
+    }
+
+    auto const end = Clock::now() + std::chrono::seconds(seconds);
+    auto lastMove = Clock::now();
+    std::uint64_t lastSteps = 0;
+    while (running > 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        if (Clock::now() >= end) stop = true;
+        if (steps != lastSteps) {
+            lastSteps = steps;
+            lastMove = Clock::now();
+        } else if (Clock::now() - lastMove > std::chrono::seconds(10)) {
+            printAllStacksAndAbort();
+        }
+    }
+    for (std::thread& thread : threads) thread.join();
+    // The save that the file is compared after.
+    if (!world.failed()) {
+        world.root()
+            ->getSettingsByFullName("busy.g0")
+            ->setAny("k0", qbstress::World::value(0, 99999 + seed), "user");
+        world.checkFile();
+    }
+    std::cout << steps << " operations on " << threadCount << " threads in " << seconds
+              << " s: " << (world.failed() ? "FAILED" : "good") << std::endl;
+    return world.failed() ? 1 : 0;
+}
