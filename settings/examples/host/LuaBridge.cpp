@@ -37,7 +37,6 @@ struct Push {
 // 2. And back. The type has to be the key's own: here an integer of Lua serves int64 keys, a float
 //    double ones, a table arrays of strings. Anything else is no value, which no key takes.
 static boost::any valueOnTop(lua_State* lua) {
-    if (lua_isboolean(lua, -1)) return makeAny(lua_toboolean(lua, -1) != 0);
     if (lua_isinteger(lua, -1)) return makeAny(lua_tointeger(lua, -1));
     if (lua_type(lua, -1) == LUA_TNUMBER) return makeAny(lua_tonumber(lua, -1));
     if (lua_isstring(lua, -1)) return makeAny(std::string(lua_tostring(lua, -1)));

@@ -258,11 +258,31 @@ struct Reader {
             line.command = nullptr;
         } catch (CLI::ParseError const& error) {
             auto const selected = app.get_subcommands();
-            std::string const command = selected.empty() ? "" : " " + selected.front()->get_name();
-            std::string message = error.what();
-            message.erase(std::remove(message.begin(), message.end(), mark), message.end());
-            throw Failure(wrongUsage, message + "; see 'qbsettings" + command + " --help'");
+            CLI::App const& sub = selected.empty() ? app : *selected.front();
+            throw Failure(wrongUsage, problem(sub, error) + "; see 'qbsettings" +
+                                          (selected.empty() ? "" : " " + sub.get_name()) +
+                                          " --help'");
         }
+    }
+
+    /// What is wrong with a command line, in words of the program's own where the parser's mislead.
+    std::string problem(CLI::App const& sub, CLI::ParseError const& error) const {
+        for (std::string word : sub.remaining()) {
+            unmark(word);
+            if (!word.empty() && word.front() == '-') {
+                std::string const hint =
+                    sub.get_option_no_throw("VALUE") == nullptr
+                        ? ""
+                        : ", and a value that begins with '-' goes behind '--'";
+                return "there is no option " + quoted(word) + hint;
+            }
+            if (&sub == &app) return "there is no command " + quoted(word);
+            return quoted(word) + " is one word too many";
+        }
+        if (&sub == &app && error.get_name() == "RequiredError") return "a command is missing";
+        std::string message = error.what();
+        message.erase(std::remove(message.begin(), message.end(), mark), message.end());
+        return message;
     }
 };
 

@@ -28,6 +28,7 @@ namespace {
 struct Plan {
     std::vector<std::string> rows;              ///< "what<TAB>name<TAB>value", as they are printed.
     std::vector<Settings::NodeValue> replaced;  ///< Keys whose own value gives way.
+    std::vector<SettingsPtr> dropped;           ///< Keys of the file that are not to be taken.
     std::vector<std::string> refusals;
 
     void add(char const* what, std::string const& name, boost::any const& value) {
@@ -86,6 +87,12 @@ private:
         boost::any const value = importedValue(source);
         std::string const name = target->getFullName();
         if (value.empty()) return;
+        if (target->isReadOnly() && isSame(value, valueOn(target, ""))) {
+            // A value of the user's own would outlive a change of the factory's, for good.
+            plan_.add("same", name, value);
+            plan_.dropped.push_back(source);
+            return;
+        }
         bool const isThere = hasValueOn(target, level_);
         if (isThere && isSame(value, valueOn(target, level_))) {
             plan_.add("same", name, value);
@@ -131,6 +138,9 @@ SettingsPtr targetOf(Context& context, SettingsPtr const& source, std::string co
 
 void carryOut(Context& context, Plan const& plan, SettingsPtr const& source,
               SettingsPtr const& target, std::string const& level) {
+    for (SettingsPtr const& key : plan.dropped) {
+        boost::dynamic_pointer_cast<ZSettings>(key->getParent())->removeKey(key->getName());
+    }
     try {
         if (target) {
             target->mergeDescendants(source, level);

@@ -27,7 +27,8 @@ std::string Fault::toText() const {
     std::string const column = takeNumber("ColNum=", message);
     if (file.empty()) return message;
     std::string place = pathText(file);
-    if (!line.empty() && !column.empty()) place += ":" + line + ":" + column;
+    // A file that cannot be opened has its fault on no line.
+    if (!line.empty() && line != "0") place += ":" + line + ":" + column;
     return place + ": " + message;
 }
 

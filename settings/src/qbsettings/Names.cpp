@@ -79,8 +79,7 @@ SettingsPtr nearestNode(Context& context, std::vector<std::string> const& parts)
     SettingsPtr node = context.root();
     for (std::string const& part : parts) {
         SettingsPtr const next = nearestChild(context, node, part);
-        if (!next)
-            return node->isRoot() ? SettingsPtr() : findAnywhere(context, node, parts.back());
+        if (!next) return findAnywhere(context, node, parts.back());
         node = next;
     }
     return node->isRoot() ? SettingsPtr() : node;
@@ -110,6 +109,8 @@ SettingsPtr findNode(Context& context, std::string const& name) {
     SettingsPtr node = context.loading([&] { return root->getSettingsByPathVec(parts); });
     if (!node) node = findDotted(context, root, name);
     if (node) return node;
+    // The search for another name can touch products that nobody asked about.
+    context.keepQuiet();
     std::string message = "there is no setting " + quoted(name);
     if (SettingsPtr const near = nearestNode(context, parts)) {
         message += "; did you mean " + quoted(near->getFullName()) + "?";

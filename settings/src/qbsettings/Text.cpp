@@ -74,19 +74,21 @@ std::string asColumn(std::string const& text) {
 std::string asLine(std::string const& text) {
     static constexpr char digits[] = "0123456789abcdef";
     std::string line;
-    for (char const c : wellFormed(text)) {
-        auto const byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
+    for (std::size_t at = 0; at < text.size();) {
+        auto const byte = static_cast<unsigned char>(text[at]);
+        std::size_t const length = sequenceLength(std::string_view(text).substr(at), 0);
+        if (byte == '\n') {
             line += "\\n";
-        } else if (c == '\t') {
+        } else if (byte == '\t') {
             line += "\\t";
-        } else if (byte < 0x20 || byte == 0x7F) {
+        } else if (length == 0 || byte < 0x20 || byte == 0x7F) {
             line += "\\x";
             line += digits[byte >> 4U];
             line += digits[byte & 0xFU];
         } else {
-            line += c;
+            line.append(text, at, length);
         }
+        at += length == 0 ? 1 : length;
     }
     return line;
 }

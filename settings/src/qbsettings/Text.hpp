@@ -20,7 +20,8 @@ std::string pathText(ustring const& path);
 /// and `\\`.
 std::string asColumn(std::string const& text);
 
-/// A text as a part of a one-line message: no control character reaches a terminal.
+/// A text as a part of a one-line message: line ends and tabs as `\n` and `\t`, other control
+/// characters and bytes that are no UTF-8 as `\xNN`.
 std::string asLine(std::string const& text);
 
 /// In single quotes, for messages.

@@ -129,6 +129,11 @@ void ForEachSupportedType(Functor& functor) {
     detail::TryNextType<0, false>::runFunctor<Wrapper>(functor);
 }
 
+#if defined(__GNUC__) && !defined(__clang__)
+// The compiler takes the storage of an optional that was just seen to be engaged for unset.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 /// Calls `visitor` with a reference to what `value` holds, or with nothing if it is empty, and
 /// gives back what the visitor gives (`mpl_::void_` if nothing). The type of that is the visitor's
 /// `result_type`.
@@ -143,6 +148,9 @@ typename detail::result_of<Visitor>::type applyVisitor(Visitor& visitor, boost::
     if (!invoker.result()) throw UnsupportedAnyType(value.type());
     return std::move(*invoker.result());
 }
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
 
 /// The visitor that copies a value.
 struct CreateAny {

@@ -78,8 +78,10 @@ T valueOf(boost::shared_ptr<Settings const> const& group, std::string const& key
 inline void onThreads(int count, std::function<void(int)> const& work) {
     ::alarm(60);
     std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) threads.emplace_back(work, i);
-    for (std::thread& thread : threads) thread.join();
+    for (int i = 0; i < count; ++i)
+        threads.emplace_back(work, i);
+    for (std::thread& thread : threads)
+        thread.join();
     ::alarm(0);
 }
 
@@ -110,14 +112,14 @@ protected:
     /// The product "plot": width (1..10) is 5, title has no value; below axes: grid is true, and
     /// below its group ticks count is 3.
     void installPlot() const {
-        factoryFile("plot", "plot.settings",
-                    keyXml("width", "int32",
-                           "<metadata><min>1</min><max>10</max></metadata>" + valueXml("5")) +
-                        keyXml("title", "string", "", " undef=\"true\"") +
-                        groupXml("axes", keyXml("grid", "bool", valueXml("1")) +
-                                             groupXml("ticks",
-                                                      keyXml("count", "int32", valueXml("3")))),
-                    "visible=\"true\" version=\"4\"");
+        factoryFile(
+            "plot", "plot.settings",
+            keyXml("width", "int32",
+                   "<metadata><min>1</min><max>10</max></metadata>" + valueXml("5")) +
+                keyXml("title", "string", "", " undef=\"true\"") +
+                groupXml("axes", keyXml("grid", "bool", valueXml("1")) +
+                                     groupXml("ticks", keyXml("count", "int32", valueXml("3")))),
+            "visible=\"true\" version=\"4\"");
     }
     static boost::shared_ptr<Settings> product(std::string const& name = "plot") {
         return root()->getChild(name);

@@ -173,8 +173,10 @@ private:
 /// Runs `work` with 0 to count - 1 on as many threads, and waits for them.
 inline void onThreads(int count, std::function<void(int)> const& work) {
     std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) threads.emplace_back(work, i);
-    for (std::thread& thread : threads) thread.join();
+    for (int i = 0; i < count; ++i)
+        threads.emplace_back(work, i);
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 }  // namespace qbtest

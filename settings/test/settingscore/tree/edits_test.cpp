@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include <settingscore/host/Filesystem.hpp>
+
 #include "TreeWorld.hpp"
 
 using namespace settings::core;
@@ -25,7 +27,8 @@ protected:
     }
     static Texts childNames(boost::shared_ptr<Settings> const& node) {
         Texts names;
-        for (auto const& child : node->getChildren()) names.push_back(child->getName());
+        for (auto const& child : node->getChildren())
+            names.push_back(child->getName());
         return names;
     }
     /// A group with the key `k`, which has the value 5.
@@ -52,7 +55,8 @@ protected:
     }
 };
 
-// --- Attaching ------------------------------------------------------------------------------------
+// --- Attaching
+// ------------------------------------------------------------------------------------
 
 TEST_F(EditsTest, ARefusedNodeStaysWhereItWas) {
     at("mine.g")->setValidator(CValidator("checks", "refuseWithNames"));
@@ -157,7 +161,8 @@ TEST_F(EditsTest, AProductMadeInMemoryIsNotReplacedByAFileOfItsName) {
 
 TEST_F(EditsTest, StoredValuesComeUnderTheValidatorsOfTheNewPlace) {
     Texts judged;
-    ScriptedValidators const scripts([&](std::string const& name, ScriptedValidators::Parent const& parent,
+    ScriptedValidators const scripts([&](std::string const& name,
+                                         ScriptedValidators::Parent const& parent,
                                          std::string const& key, any const& value) {
         judged.push_back(name + ":" + (parent ? parent->getName() : "") + "/" + key + "=" +
                          shown(value));
@@ -188,7 +193,8 @@ TEST_F(EditsTest, StoredValuesComeUnderTheValidatorsOfTheNewPlace) {
     EXPECT_EQ(judged, (Texts{"inner:own/k=6", "itself:branch/judgesItself=7", "outer:plain/k=8"}));
 }
 
-// --- Removing -------------------------------------------------------------------------------------
+// --- Removing
+// -------------------------------------------------------------------------------------
 
 TEST_F(EditsTest, ARefusedRemovalChangesNothing) {
     World const before = world();
@@ -256,8 +262,8 @@ TEST_F(EditsTest, RemovingRewritesOrDeletesTheFileAndTheBranchLivesOn) {
     at("mine")->removeKey("doomed");
     EXPECT_EQ(readUserFile("mine"), whole);
     heard.take();
-    auto const pending = at("mine")->addListener<SettingsRemoveNodeEvent>(
-        [&](SettingsRemoveNodeEvent const& event) {
+    auto const pending =
+        at("mine")->addListener<SettingsRemoveNodeEvent>([&](SettingsRemoveNodeEvent const& event) {
             EXPECT_EQ(shown(event.getObj()->getAny("inner", "user")), "1");
             EXPECT_FALSE(event.getObj()->getParent());
             EXPECT_EQ(readUserFile("mine"), whole) << "the event comes before the save";
@@ -334,7 +340,8 @@ TEST_F(EditsTest, ASuccessorOfTheSameNameIsNotRemovedInItsPlace) {
     EXPECT_EQ(heard.take(), Texts());
 }
 
-// --- Threads --------------------------------------------------------------------------------------
+// --- Threads
+// --------------------------------------------------------------------------------------
 
 TEST_F(EditsTest, OfManyRemoversOneRemoves) {
     TimeLimit const limit;
@@ -381,7 +388,8 @@ TEST_F(EditsTest, AFirstTouchBesideTheAttachmentLoadsNothing) {
         std::atomic<int> ready{0};
         onThreads(2, [&](int thread) {
             ++ready;
-            while (ready < 2) std::this_thread::yield();
+            while (ready < 2)
+                std::this_thread::yield();
             if (thread == 0) {
                 group->setParent(implRoot());
             } else {
@@ -396,11 +404,11 @@ TEST_F(EditsTest, AddersRemoversAndReaders) {
     TimeLimit const limit;
     Node const product = at("mine");
     product->setValidator(ZValidator("p", "f"));
-    ScriptedValidators const scripts([&](auto const&, ScriptedValidators::Parent const& parent,
-                                         auto const&, auto const&) {
-        parent->getFullName();
-        EXPECT_TRUE(product->isSet("k", ""));
-    });
+    ScriptedValidators const scripts(
+        [&](auto const&, ScriptedValidators::Parent const& parent, auto const&, auto const&) {
+            parent->getFullName();
+            EXPECT_TRUE(product->isSet("k", ""));
+        });
     auto const connection = root()->addListener<SettingsEvent>([](SettingsEvent const& event) {
         event.getObj()->getFullName();
         event.getObj()->getZcrID();

@@ -87,8 +87,8 @@ TEST_F(Load, AFaultyFileIsToldOnceAndCostsItsOwnContributionAlone) {
 TEST_F(Load, EachFaultyFileHasItsLineAndTheOthersAreMerged) {
     factoryFile("plot", "a.settings", keyXml("first", "int32", valueXml("1")));
     factoryText("plot", "b.settings", "no settings");
-    factoryFile("plot", "c.settings", keyXml("first", "int32", valueXml("2")) +
-                                          keyXml("third", "int32", valueXml("3")));
+    factoryFile("plot", "c.settings",
+                keyXml("first", "int32", valueXml("2")) + keyXml("third", "int32", valueXml("3")));
     factoryText("plot", "d.settings", settingsXml("other", keyXml("x", "int32", valueXml("1"))));
     userText("plot.settings", "");
     std::string const detail = errorsOfFirstTouch();
@@ -271,8 +271,7 @@ TEST_F(Load, ManyThreadsThatTouchAProductFirstLoadItOnce) {
 }
 
 TEST_F(Load, CheckersThatReadTheProductsBeingLoadedDoNotHang) {
-    std::string const rule =
-        R"(<validationfunc type="ZENBAR" packagename="p" functionname="f"/>)";
+    std::string const rule = R"(<validationfunc type="ZENBAR" packagename="p" functionname="f"/>)";
     for (std::string const name : {"one", "two"}) {
         factoryFile(name, "f.settings", rule + keyXml("k", "int32", valueXml("1")));
         userFile(name, keyXml("k", "int32", valueXml("2")));
@@ -287,7 +286,8 @@ TEST_F(Load, CheckersThatReadTheProductsBeingLoadedDoNotHang) {
         for (int i = 0; i < 200 && arrived < 2; ++i) {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
-        for (std::string const name : {"one", "two"}) tree->getChild(name)->getChildren();
+        for (std::string const name : {"one", "two"})
+            tree->getChild(name)->getChildren();
     });
     onThreads(2, [&](int i) { tree->getChild(i == 0 ? "one" : "two")->getChildren(); });
     EXPECT_EQ(arrived, 2);
@@ -310,7 +310,8 @@ TEST_F(Load, AReaderThatHoldsTheRootMutexMayTouchAFreshProductWhileAWriterWaits)
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
             EXPECT_EQ(valueOf<int>(plot, "width"), 5);
         } else {
-            while (!held) std::this_thread::yield();
+            while (!held)
+                std::this_thread::yield();
             other->setAny("k", 2, "session");
         }
     });
@@ -322,10 +323,10 @@ TEST_F(Load, AReaderThatHoldsTheRootMutexMayTouchAFreshProductWhileAWriterWaits)
 TEST_F(Load, EachChangeSavesTheLevelAndNodeThatItIsFor) {
     installPlot();
     std::vector<std::string> saves;
-    SettingsImpl::setSaveFunc([&](SettingsLevel const* const level, NodePtr const& node,
-                                  SaveSettingsFunctor const&) {
-        saves.push_back(level->levelName() + " " + node->nameWithLock());
-    });
+    SettingsImpl::setSaveFunc(
+        [&](SettingsLevel const* const level, NodePtr const& node, SaveSettingsFunctor const&) {
+            saves.push_back(level->levelName() + " " + node->nameWithLock());
+        });
     auto const plot = productImpl();
     auto const axes = nodeAt("plot.axes");
     auto const tree = implRoot();

@@ -51,7 +51,8 @@ TEST_F(Merge, RefusesWhatCannotBeMergedAndTouchesNothing) {
     expectError<exception::UnSupportedLevel>([&] { plot->mergeDescendants(src, "nonsense"); });
     expectError<exception::UnSupportedLevel>([&] { plot->mergeDescendants(src, ""); });
     expectError<exception::CantModifyValuesOnReadOnlyLevel>(
-        [&] { plot->mergeDescendants(src, "factory"); }, [&](auto const& e) {
+        [&] { plot->mergeDescendants(src, "factory"); },
+        [&](auto const& e) {
             EXPECT_STREQ(e.what(), "The Settings file on the give level is read-only");
         });
     expectError<exception::CannotMergeWithSettingsRoot>(
@@ -59,7 +60,8 @@ TEST_F(Merge, RefusesWhatCannotBeMergedAndTouchesNothing) {
         [&](auto const& e) { EXPECT_EQ(e.getObjectInvovled(), root()); });
     for (auto const& wrong : {plot, axes}) {
         expectError<exception::ErrorMergingWithCircularReference>(
-            [&] { axes->mergeDescendants(wrong, "user"); }, [&](auto const& e) {
+            [&] { axes->mergeDescendants(wrong, "user"); },
+            [&](auto const& e) {
                 EXPECT_EQ(e.getObjectInvovled(), wrong);
                 EXPECT_EQ(e.getCausingObject(), axes);
             });
@@ -81,7 +83,8 @@ TEST_F(Merge, FillsGapsAndOverwritesNothing) {
     makeKey("title", ustring(u"mine"), src, "session");
     auto const newGroup = makeGroup("new", src);
     makeKey("k", std::vector<int>{1, 2}, newGroup);
-    makeKey("empty", 1, newGroup)->unset("empty", "user");
+    makeKey("empty", 1, newGroup);
+    newGroup->unset("empty", "user");
     listen();
     plot->mergeDescendants(src, "user");
 
@@ -164,7 +167,9 @@ TEST_F(Merge, AConflictOrARefusedValueLeavesTreeAndFileAsTheyWere) {
              {"out of range", [](NodePtr const& s) { makeKey("width", 11, s); },
               [](auto const& merge) { expectError<exception::ValidationException>(merge); }},
              {"too many elements",
-              [](NodePtr const& s) { makeKey("width", std::vector<int>{1, 2}, s); },
+              [](NodePtr const& s) {
+                  makeKey("width", std::vector<int>{1, 2}, s);
+              },
               [](auto const& merge) { EXPECT_ANY_THROW(merge()); }},
              {"another type", [](NodePtr const& s) { makeKey("width", ustring(u"x"), s); },
               [](auto const& merge) {
@@ -198,8 +203,8 @@ TEST_F(Merge, AConflictOrARefusedValueLeavesTreeAndFileAsTheyWere) {
 TEST_F(Merge, AFirstValueIsNotHeldAgainstRangeNorReadOnlyFlag) {
     factoryFile("limits", "f.settings",
                 keyXml("k", "int32", "<metadata><max>10</max></metadata>", " undef=\"true\"") +
-                    R"(<key name="fixed" visible="true" readonly="true"><int32>)" +
-                    valueXml("1") + "</int32></key>\n");
+                    R"(<key name="fixed" visible="true" readonly="true"><int32>)" + valueXml("1") +
+                    "</int32></key>\n");
     auto const limits = product("limits");
     NodePtr const src = makeGroup("limits");
     makeKey("k", 50, src);
@@ -389,7 +394,8 @@ TEST_F(Merge, RunsBesideReadersAndWriters) {
                 // What a merge brings is there as a whole.
                 boost::shared_lock<boost::shared_mutex> const lock(*Settings::getTheRootMutex());
                 std::set<std::string> names;
-                for (auto const& key : child->getChildren()) names.insert(key->getName());
+                for (auto const& key : child->getChildren())
+                    names.insert(key->getName());
                 for (std::string const& name : names) {
                     if (name[0] == 'k' && name != "k" && !names.count("twin" + name.substr(1))) {
                         ++wrong;

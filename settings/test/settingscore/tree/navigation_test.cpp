@@ -1,5 +1,4 @@
 #include <atomic>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -42,8 +41,8 @@ TEST(Navigation, AStandaloneTreeIsNamedFromItsTop) {
     EXPECT_EQ(key->getZcrID(), UndefinedZcrID);
     EXPECT_TRUE(key->isLeafNode());
     EXPECT_FALSE(top->isRoot());
-    EXPECT_FALSE(top->addListener(boost::function<void(SettingsEvent const&)>(
-        [](SettingsEvent const&) {})));
+    EXPECT_FALSE(
+        top->addListener(boost::function<void(SettingsEvent const&)>([](SettingsEvent const&) {})));
 }
 
 TEST_F(NavigationTest, TheRootsNameIsNoPartOfNames) {
@@ -101,9 +100,11 @@ TEST_F(NavigationTest, PathsAreRelativeToTheNodeThatIsAsked) {
 
 TEST(Navigation, ChildrenComeInByteOrder) {
     Node const group = makeGroup("g");
-    for (char const* name : {"a", "B", "b", "\xc3\xa4", "A1"}) makeKey(name, group);
+    for (char const* name : {"a", "B", "b", "\xc3\xa4", "A1"})
+        makeKey(name, group);
     Texts names;
-    for (auto const& child : group->getChildren()) names.push_back(child->getName());
+    for (auto const& child : group->getChildren())
+        names.push_back(child->getName());
     EXPECT_EQ(names, (Texts{"A1", "B", "a", "b", "\xc3\xa4"}));
     boost::shared_ptr<Settings const> const constGroup = group;
     EXPECT_EQ(constGroup->getChildren().size(), 5u);
@@ -155,8 +156,8 @@ TEST_F(NavigationTest, AReadOnlyFlagIsTheOwnOrForGroupsTheNearestOne) {
         {indeterminate, indeterminate, indeterminate, false, false},
     };
     auto const make = [](std::string const& name, bool leaf, tribool readOnly, Node const& parent) {
-        auto const node = boost::make_shared<SettingsImpl>(name, leaf, true, Validator(), readOnly,
-                                                           Node());
+        auto const node =
+            boost::make_shared<SettingsImpl>(name, leaf, true, Validator(), readOnly, Node());
         node->setParentInternal(parent);
         return node;
     };
@@ -236,85 +237,7 @@ TEST(Navigation, ACopyHasTheRulesAndNeitherPlaceNorValues) {
 
 // --- Loads --------------------------------------------------------------------------------------
 
-class LoadTest : public NavigationTest {
-protected:
-    LoadTest() {
-        SettingsImpl::setLoadCallOnceFunc([this](SettingsImpl* node, ustring& errors) {
-            if (node->getName() == "plotter") ++loads_;
-            node->loadSettingsOnce(errors);
-        });
-    }
-    std::atomic<int> loads_{0};
-};
-
-TEST_F(LoadTest, OnlyOperationsThatNeedTheContentLoadIt) {
-    using Operation = std::function<void(Node const&)>;
-    std::vector<std::pair<char const*, Operation>> const lazy = {
-        {"getName", [](Node const& n) { EXPECT_EQ(n->getName(), "plotter"); }},
-        {"getFullName", [](Node const& n) { EXPECT_EQ(n->getFullName(), "plotter"); }},
-        {"getParent", [](Node const& n) { EXPECT_EQ(n->getParent(), root()); }},
-        {"isLeafNode", [](Node const& n) { EXPECT_FALSE(n->isLeafNode()); }},
-        {"isVisible", [](Node const& n) { EXPECT_FALSE(n->isVisible()); }},
-        {"isReadOnly", [](Node const& n) { EXPECT_FALSE(n->isReadOnly()); }},
-        {"getVersionNumber", [](Node const& n) { EXPECT_FALSE(n->getVersionNumber()); }},
-        {"getZcrID", [](Node const& n) { EXPECT_EQ(n->getZcrID(), BlessedZcrID); }},
-        {"isTopLevelNode", [](Node const& n) { EXPECT_TRUE(n->isTopLevelNode()); }},
-        {"addListener", [](Node const& n) { Heard const heard(n); }},
-        {"another path", [](Node const&) { EXPECT_FALSE(root()->getSettingsByFullName("x.k")); }},
-        {"the root's children", [](Node const& n) { EXPECT_EQ(root()->getChildren()[0], n); }},
-        {"getValidator", [](Node const& n) { EXPECT_EQ(n->getValidator().which(), 0); }},
-    };
-    std::vector<std::pair<char const*, Operation>> const loading = {
-        {"getAny", [](Node const& n) { n->getAny("k", ""); }},
-        {"isSet", [](Node const& n) { n->isSet("k", ""); }},
-        {"setAny", [](Node const& n) { n->setAny("k", 3, "session"); }},
-        {"validateAny", [](Node const& n) { n->validateAny("k", 3); }},
-        {"unset", [](Node const& n) { EXPECT_ANY_THROW(n->unset("k", "user")); }},
-        {"getDataTypeIndex(name)", [](Node const& n) { n->getDataTypeIndex("k"); }},
-        {"getDataTypeIndex", [](Node const& n) { n->getDataTypeIndex(); }},
-        {"getAnyMetaData", [](Node const& n) { n->getAnyMetaData("k"); }},
-        {"getChild", [](Node const& n) { EXPECT_TRUE(n->getChild("k")); }},
-        {"getChildren", [](Node const& n) { EXPECT_EQ(n->getChildren().size(), 2u); }},
-        {"a path from the root", [](Node const&) { at("plotter.axes"); }},
-        {"a path from itself", [](Node const& n) { n->getSettingsByPathVec({"k"}); }},
-        {"removeKey", [](Node const& n) { EXPECT_ANY_THROW(n->removeKey("k")); }},
-        {"its removal", [](Node const&) { EXPECT_ANY_THROW(implRoot()->removeNode("plotter")); }},
-        {"a new child", [](Node const& n) { makeKey("new")->setParent(n); }},
-        {"a batch", [](Node const& n) { n->multipleSetImpl(nullptr, nullptr, "user", true); }},
-    };
-    for (auto const& [name, operation] : lazy) {
-        freshRoot();
-        operation(implRoot()->getChildImpl("plotter"));
-        EXPECT_EQ(loads_, 0) << name;
-    }
-    for (auto const& [name, operation] : loading) {
-        loads_ = 0;
-        freshRoot();
-        Node const product = implRoot()->getChildImpl("plotter");
-        operation(product);
-        EXPECT_EQ(loads_, 1) << name;
-        EXPECT_EQ(product->getVersionNumber(), 7u) << name;
-        product->getChildren();
-        EXPECT_EQ(loads_, 1) << name;
-    }
-}
-
-TEST_F(LoadTest, AllThreadsWaitForOneLoadAndSeeItsContent) {
-    TimeLimit const limit;
-    for (int round = 0; round < 20; ++round) {
-        loads_ = 0;
-        Node const product = boost::dynamic_pointer_cast<SettingsImpl>(
-            freshRoot()->getChild("plotter"));
-        onThreads(4, [&](int) {
-            EXPECT_EQ(shown(product->getAny("k", "")), "1");
-            EXPECT_EQ(product->getVersionNumber(), 7u);
-            EXPECT_TRUE(product->isVisible());
-        });
-        EXPECT_EQ(loads_, 1);
-    }
-}
-
-TEST_F(LoadTest, ALoadThatThrowsIsRepeatedByTheNextCaller) {
+TEST_F(NavigationTest, ALoadThatThrowsIsRepeatedByAnotherOfTheWaiters) {
     TimeLimit const limit;
     Node const product = implRoot()->getChildImpl("plotter");
     std::atomic<int> attempts{0};
@@ -339,9 +262,10 @@ class JudgedLoadTest : public TreeWorld {
 protected:
     void judgedProduct(std::string const& name, std::string const& reads) {
         std::string const open = "<settings name=\"g\" visible=\"true\">";
-        std::string const key = "<key name=\"k\" visible=\"true\"><validationfunc type='ZENBAR' "
-                                "packagename='p' functionname='" +
-                                reads + "'/><int32><value>";
+        std::string const key =
+            "<key name=\"k\" visible=\"true\"><validationfunc type='ZENBAR' "
+            "packagename='p' functionname='" +
+            reads + "'/><int32><value>";
         std::string const close = "</value></int32></key></settings>";
         factoryFile(name, name + ".settings", open + key + "1" + close);
         userFile(name, open + key + "2" + close);
@@ -360,29 +284,31 @@ TEST_F(JudgedLoadTest, AValidatorMayReadTheProductThatIsBeingLoaded) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(JudgedLoadTest, LoadsThatWaitForEachOtherEnd) {
+TEST_F(JudgedLoadTest, LoadsThatWaitForEachOtherInACircleEnd) {
     TimeLimit const limit;
-    judgedProduct("a", "b");
-    judgedProduct("b", "a");
+    Texts const products = {"a", "b", "c"};
+    for (int i = 0; i < 3; ++i)
+        judgedProduct(products[i], products[(i + 1) % 3]);
     for (int round = 0; round < 10; ++round) {
         auto const tree = freshRoot();
         std::atomic<int> inside{0};
-        ScriptedValidators const scripts([&](std::string const& other, auto&&...) {
-            // Neither goes on before both loads are under way.
+        ScriptedValidators const scripts([&](std::string const& next, auto&&...) {
+            // None goes on before all loads are under way.
             ++inside;
-            while (inside < 2) std::this_thread::yield();
-            boost::shared_ptr<Settings> const group = tree->getSettingsByFullName(other + ".g");
+            while (inside < 3)
+                std::this_thread::yield();
+            boost::shared_ptr<Settings> const group = tree->getSettingsByFullName(next + ".g");
             if (group) {
                 EXPECT_EQ(shown(group->getAny("k", "user")), "2");
             }
         });
-        onThreads(2, [&](int thread) {
-            auto const group = tree->getSettingsByFullName(thread == 0 ? "a.g" : "b.g");
+        onThreads(3, [&](int thread) {
+            auto const group = tree->getSettingsByFullName(products[thread] + ".g");
             ASSERT_TRUE(group);
             EXPECT_EQ(shown(group->getAny("k", "user")), "2");
             EXPECT_EQ(shown(group->getAny("k", "factory")), "1");
         });
-        EXPECT_EQ(inside, 2);
+        EXPECT_EQ(inside, 3);
     }
 }
 

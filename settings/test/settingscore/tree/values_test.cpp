@@ -17,16 +17,16 @@ namespace {
 class ValuesTest : public TreeWorld {
 protected:
     ValuesTest() {
-        factoryFile("p", "p.settings",
-                    intKey("k", "1") + intKey("empty", "") +
-                        "<key name=\"fixed\" readonly=\"true\"><int32><value>4</value></int32></key>"
-                        "<key name=\"free\" anytype=\"true\"></key>"
-                        "<key name=\"number\"><double><value>7</value></double></key>"
-                        "<key name=\"computed\"><double></double></key>"
-                        "<settings name=\"g\" visible=\"true\">" +
-                        intKey("k", "1") +
-                        "</settings><settings name=\"locked\" readonly=\"true\">" +
-                        intKey("k", "1") + "</settings>");
+        factoryFile(
+            "p", "p.settings",
+            intKey("k", "1") + intKey("empty", "") +
+                "<key name=\"fixed\" readonly=\"true\"><int32><value>4</value></int32></key>"
+                "<key name=\"free\" anytype=\"true\"></key>"
+                "<key name=\"number\"><double><value>7</value></double></key>"
+                "<key name=\"computed\"><double></double></key>"
+                "<settings name=\"g\" visible=\"true\">" +
+                intKey("k", "1") + "</settings><settings name=\"locked\" readonly=\"true\">" +
+                intKey("k", "1") + "</settings>");
     }
     static CRunTimeDefault giving(char const* function, std::string const& level) {
         CRunTimeDefault result("defaults", function);
@@ -39,9 +39,9 @@ protected:
 
 TEST_F(ValuesTest, TheFirstLevelWithAValueWins) {
     struct Case {
-        char const* key;      // `number` has a factory value of another double
-        Texts stored;         // levels that get an own value: another double
-        char const* owner;    // of the default, which is 2.5
+        char const* key;                // `number` has a factory value of another double
+        Texts stored;                   // levels that get an own value: another double
+        char const* owner;              // of the default, which is 2.5
         std::vector<char const*> read;  // in force, session, user, factory
     };
     char const* const other = "another double";
@@ -62,8 +62,10 @@ TEST_F(ValuesTest, TheFirstLevelWithAValueWins) {
         freshRoot();
         std::filesystem::remove(userFilePath("p"));
         Node const product = at("p");
-        if (*c.owner) at(std::string("p.") + c.key)->setRunTimeDefault(giving("giveDouble", c.owner));
-        for (std::string const& level : c.stored) product->setAny(c.key, 9.0, level);
+        if (*c.owner)
+            at(std::string("p.") + c.key)->setRunTimeDefault(giving("giveDouble", c.owner));
+        for (std::string const& level : c.stored)
+            product->setAny(c.key, 9.0, level);
         Texts const levels = {"", "session", "user", "factory"};
         for (std::size_t i = 0; i < levels.size(); ++i) {
             EXPECT_EQ(shown(product->getAny(c.key, levels[i])), c.read[i]) << levels[i];
@@ -111,10 +113,11 @@ TEST_F(ValuesTest, ReadsFailWithTheNodeAndTheName) {
     }
     for (std::size_t i : {0, 2, 3, 5, 8, 9}) {
         SCOPED_TRACE(i);
-        expectThrow<exception::NotAKeyName>([&] { reads[i]("g"); }, [&](auto const& error) {
-            EXPECT_EQ(error.getObjectInvovled(), product);
-            EXPECT_EQ(error.getInputName(), "g");
-        });
+        expectThrow<exception::NotAKeyName>([&] { reads[i]("g"); },
+                                            [&](auto const& error) {
+                                                EXPECT_EQ(error.getObjectInvovled(), product);
+                                                EXPECT_EQ(error.getInputName(), "g");
+                                            });
     }
     EXPECT_THROW(product->getAny("g", "nonsense"), exception::UnSupportedLevel);
     EXPECT_THROW(product->setAny("g", 1, "user"), exception::NotAKeyName);
@@ -146,27 +149,27 @@ TEST_F(ValuesTest, ARefusedSetChangesNothing) {
     auto const files = userFiles();
     Heard heard(root());
     // The checks come in the order of the rows: each row passes those before it.
-    for (Case const& c : std::vector<Case>{
-             {"p", "x", 'c', "nonsense", "The request setting does not exist."},
-             {"p", "g", 'c', "", "The level specified is not a supported level."},
-             {"p", "g", 'c', "User", "The level specified is not a supported level."},
-             {"p", "g", 'c', "factory", "The Settings file on the give level is read-only"},
-             {"p", "g", 'c', "user",
-              "The input name is a sub node name under the parent node. It is not a settings name."},
-             {"p", "fixed", 'c', "user", "The setting is read-only, cannot change its value."},
-             {"p", "k", 'c', "user",
-              "The type of the value passed in is not on the supported list."},
-             {"p", "k", 1L, "user",
-              "The type of the value passed in is not on the supported list."},
-             {"p", "k", std::string("1"), "user",
-              "The type of the value passed in is not on the supported list."},
-             {"p.g", "k", 2.0, "user", typeError},
-             {"p.g", "k", std::vector<int>{9, 9}, "user", typeError},
-             {"p.g", "k", any(), "user", typeError},
-             {"p.g", "k", std::vector<int>{9}, "user",
-              "The value passed in is not in the predefined range"},
-             {"p.g", "k", 5, "user", "Exception thrown by the validation function."},
-         }) {
+    for (
+        Case const& c : std::vector<Case>{
+            {"p", "x", 'c', "nonsense", "The request setting does not exist."},
+            {"p", "g", 'c', "", "The level specified is not a supported level."},
+            {"p", "g", 'c', "User", "The level specified is not a supported level."},
+            {"p", "g", 'c', "factory", "The Settings file on the give level is read-only"},
+            {"p", "g", 'c', "user",
+             "The input name is a sub node name under the parent node. It is not a settings name."},
+            {"p", "fixed", 'c', "user", "The setting is read-only, cannot change its value."},
+            {"p", "k", 'c', "user",
+             "The type of the value passed in is not on the supported list."},
+            {"p", "k", 1L, "user", "The type of the value passed in is not on the supported list."},
+            {"p", "k", std::string("1"), "user",
+             "The type of the value passed in is not on the supported list."},
+            {"p.g", "k", 2.0, "user", typeError},
+            {"p.g", "k", std::vector<int>{9, 9}, "user", typeError},
+            {"p.g", "k", any(), "user", typeError},
+            {"p.g", "k", std::vector<int>{9}, "user",
+             "The value passed in is not in the predefined range"},
+            {"p.g", "k", 5, "user", "Exception thrown by the validation function."},
+        }) {
         SCOPED_TRACE(std::string(c.group) + "." + c.key + " " + c.value.type().name());
         for (bool const store : {true, false}) {
             if (!store && std::string(c.level) != "user") continue;
@@ -202,13 +205,12 @@ TEST_F(ValuesTest, RefusalsCarryTheirData) {
     expectThrow<exception::CannotChangeValueForReadOnlySetting>(
         [&] { product->setAny("fixed", 1, "user"); },
         [&](auto const& error) { EXPECT_EQ(error.getCausingObject(), at("p.fixed")); });
-    expectThrow<exception::UnsupportedType>(
-        [&] { product->setAny("k", 1L, "user"); },
-        [&](auto const& error) {
-            EXPECT_EQ(error.getCausingObject(), at("p.k"));
-            EXPECT_EQ(error.getErrorCode(), 1);
-            EXPECT_EQ(error.getTypeName(), "long");
-        });
+    expectThrow<exception::UnsupportedType>([&] { product->setAny("k", 1L, "user"); },
+                                            [&](auto const& error) {
+                                                EXPECT_EQ(error.getCausingObject(), at("p.k"));
+                                                EXPECT_EQ(error.getErrorCode(), 1);
+                                                EXPECT_EQ(error.getTypeName(), "long");
+                                            });
     expectThrow<exception::DataArraySizeOutOfRange>(
         [&] {
             at("p.free")->setValueArraySizeValidator(ValueArraySizeValidator(at("p.free"), 3, 2));
@@ -255,9 +257,7 @@ TEST_F(ValuesTest, AChangeTellsAndSavesWhereItIsSeen) {
     auto const set = [](any const& value, char const* level) {
         return [=](Settings& p) { p.setAny("k", value, level); };
     };
-    auto const unset = [](char const* level) {
-        return [=](Settings& p) { p.unset("k", level); };
-    };
+    auto const unset = [](char const* level) { return [=](Settings& p) { p.unset("k", level); }; };
     for (Step const& step : std::vector<Step>{
              {"above the factory value", set(2, "user"), {"value k"}, {"user:k"}, "2"},
              {"the value that is there", set(2, "user"), {}, {}, "2"},
@@ -283,8 +283,8 @@ TEST_F(ValuesTest, TheFileFollowsMemoryAndTheSessionStaysOut) {
     product->setAny("k", 9, "session");
     EXPECT_EQ(userFiles(), (std::map<std::string, std::string>()));
     std::string before = "not told";
-    auto const connection = product->addListener<SettingsValueChangeEvent>(
-        [&](SettingsValueChangeEvent const& event) {
+    auto const connection =
+        product->addListener<SettingsValueChangeEvent>([&](SettingsValueChangeEvent const& event) {
             EXPECT_EQ(event.getObj(), at("p.g.k"));
             EXPECT_EQ(event.getZcrId(), BlessedZcrID);
             EXPECT_EQ(shown(at("p.g")->getAny("k", "")), "2") << "memory first";
@@ -411,7 +411,8 @@ TEST_F(ValuesTest, ASetAboveADefaultThatFails) {
     EXPECT_EQ(takeSaves(), Texts());
 }
 
-// --- Levels that a change of the structure touches ------------------------------------------------
+// --- Levels that a change of the structure touches
+// ------------------------------------------------
 
 TEST_F(ValuesTest, LevelsToUpdate) {
     auto const names = [](Node const& node) {
@@ -439,7 +440,8 @@ TEST_F(ValuesTest, LevelsToUpdate) {
         });
 }
 
-// --- Threads --------------------------------------------------------------------------------------
+// --- Threads
+// --------------------------------------------------------------------------------------
 
 TEST_F(ValuesTest, ReadersAndWritersWithChecksThatRead) {
     TimeLimit const limit;
@@ -490,7 +492,8 @@ TEST_F(ValuesTest, ReadersWithoutAGapLetAWriterThrough) {
     std::atomic<long> reads{0};
     onThreads(4, [&](int thread) {
         if (thread == 0) {
-            for (int i = 0; i < 50; ++i) product->setAny("k", i + 2, "session");
+            for (int i = 0; i < 50; ++i)
+                product->setAny("k", i + 2, "session");
             over = true;
             return;
         }
@@ -518,7 +521,8 @@ TEST_F(ValuesTest, OfTwoFirstValuesOneSettlesAKeyWhole) {
         onThreads(2, [&](int thread) {
             kind = thread;
             ++ready;
-            while (ready < 2) std::this_thread::yield();
+            while (ready < 2)
+                std::this_thread::yield();
             try {
                 group->getAny("k", "");
             } catch (qf::except::IException const&) {

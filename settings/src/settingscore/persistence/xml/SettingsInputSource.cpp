@@ -1,5 +1,8 @@
 #include <settingscore/persistence/xml/SettingsInputSource.hpp>
 
+#include <algorithm>
+#include <array>
+
 #include <settingscore/host/I18n.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
@@ -11,17 +14,15 @@ namespace {
 
 class FileStream : public xercesc::BinInputStream {
 public:
+    /// Reads the beginning at once: the parser's reader loses memory if its very first read throws.
     FileStream(qf::filesystem::path const& file, std::uint64_t& bytesSinceTag)
-        : reader_(file), bytesSinceTag_(bytesSinceTag) {}
+        : reader_(file), bytesSinceTag_(bytesSinceTag) {
+        end_ = reader_.read(beginning_.data(), beginning_.size());
+    }
 
     XMLFilePos curPos() const override { return position_; }
     XMLSize_t readBytes(XMLByte* const to, XMLSize_t const size) override {
-        std::size_t count = 0;
-        try {
-            count = reader_.read(reinterpret_cast<char*>(to), size);
-        } catch (qf::filesystem::FsysExceptionBase const& error) {
-            throw xercesc::SAXException(qf::i18n::to_ustring(error.what()).c_str());
-        }
+        std::size_t const count = next(reinterpret_cast<char*>(to), size);
         position_ += count;
         bytesSinceTag_ += count;
         if (bytesSinceTag_ > SettingsInputSource::tagDistanceLimit) {
@@ -32,7 +33,24 @@ public:
     XMLCh const* getContentType() const override { return nullptr; }
 
 private:
+    std::size_t next(char* to, std::size_t size) {
+        if (taken_ < end_) {
+            std::size_t const count = std::min(size, end_ - taken_);
+            std::copy_n(beginning_.data() + taken_, count, to);
+            taken_ += count;
+            return count;
+        }
+        try {
+            return reader_.read(to, size);
+        } catch (qf::filesystem::FsysExceptionBase const& error) {
+            throw xercesc::SAXException(qf::i18n::to_ustring(error.what()).c_str());
+        }
+    }
+
     qf::filesystem::sequential_reader reader_;
+    std::array<char, 16384> beginning_;
+    std::size_t taken_ = 0;
+    std::size_t end_ = 0;
     XMLFilePos position_ = 0;
     std::uint64_t& bytesSinceTag_;
 };
@@ -41,8 +59,7 @@ private:
 
 SettingsInputSource::SettingsInputSource(qf::filesystem::path const& file,
                                          std::uint64_t& bytesSinceTag)
-    : InputSource(file.str().c_str()), file_(file), bytesSinceTag_(bytesSinceTag) {
-}
+    : InputSource(file.str().c_str()), file_(file), bytesSinceTag_(bytesSinceTag) {}
 
 xercesc::BinInputStream* SettingsInputSource::makeStream() const {
     bytesSinceTag_ = 0;

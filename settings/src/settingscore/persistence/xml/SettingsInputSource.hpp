@@ -19,8 +19,8 @@ public:
     /// The counter gets the bytes read added, and is put back by whoever sees the tags.
     SettingsInputSource(qf::filesystem::path const& file, std::uint64_t& bytesSinceTag);
 
-    /// @throws xercesc::SAXParseException if the file can't be opened; what is read throws
-    ///         xercesc::SAXException if it can't be read
+    /// @throws xercesc::SAXParseException if the file can't be opened and its beginning read; the
+    ///         stream throws xercesc::SAXException if it can't be read further
     xercesc::BinInputStream* makeStream() const override;
 
 private:

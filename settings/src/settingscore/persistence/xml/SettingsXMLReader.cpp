@@ -27,13 +27,9 @@ using xercesc::XMLUni;
 
 namespace {
 
-ustring textOf(XMLCh const* message) {
-    return message ? ustring(message) : ustring();
-}
+ustring textOf(XMLCh const* message) { return message ? ustring(message) : ustring(); }
 
-ustring numberOf(XMLFileLoc number) {
-    return qf::i18n::to_ustring(std::to_string(number));
-}
+ustring numberOf(XMLFileLoc number) { return qf::i18n::to_ustring(std::to_string(number)); }
 
 /// Runs work of the parser: its exceptions become the reader's.
 template <class Work>

@@ -18,8 +18,7 @@ XMLKey::XMLKey(xercesc::Attributes const& attributes, boost::shared_ptr<XMLNode>
           boost::optional<bool>(isTrue(attributes, u"visible")), Validator(),
           boost::logic::tribool(isTrue(attributes, u"readonly")),
           boost::shared_ptr<SettingsImpl>())),
-      canBeAnyType_(isTrue(attributes, u"anytype")) {
-}
+      canBeAnyType_(isTrue(attributes, u"anytype")) {}
 
 void XMLKey::closeTag() const {
     SettingsImpl::ValueWriterFcn writer = keyValueWriter_;
