@@ -48,7 +48,7 @@ void unmark(std::optional<std::string>& word) {
 }
 
 void requireUtf8(std::string const& text) {
-    if (!isUtf8(text)) throw Failure(quoted(asLine(text)) + " is not UTF-8");
+    if (!isUtf8(text)) throw Failure(inQuotes(asLine(text)) + " is not UTF-8");
 }
 
 struct Reader {
@@ -274,10 +274,10 @@ struct Reader {
                     sub.get_option_no_throw("VALUE") == nullptr
                         ? ""
                         : ", and a value that begins with '-' goes behind '--'";
-                return "there is no option " + quoted(word) + hint;
+                return "there is no option " + inQuotes(word) + hint;
             }
-            if (&sub == &app) return "there is no command " + quoted(word);
-            return quoted(word) + " is one word too many";
+            if (&sub == &app) return "there is no command " + inQuotes(word);
+            return inQuotes(word) + " is one word too many";
         }
         if (&sub == &app && error.get_name() == "RequiredError") return "a command is missing";
         std::string message = error.what();

@@ -167,7 +167,7 @@ int importCommand(Context& context, Arguments const& arguments) {
     SettingsPtr const source = readFile(arguments.files.front());
     SettingsPtr const target = targetOf(context, source, arguments.into);
     if (!target && level != "user") {
-        throw Failure(nothingThere, "there is no product " + quoted(source->getName()) +
+        throw Failure(nothingThere, "there is no product " + inQuotes(source->getName()) +
                                         " that could take the values; one is made on the level "
                                         "'user' alone");
     }

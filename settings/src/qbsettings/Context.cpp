@@ -1,7 +1,6 @@
 #include <qbsettings/Context.hpp>
 
 #include <cstdlib>
-#include <iostream>
 
 #include <qbhost/QbHost.hpp>
 #include <qbsettings/Failure.hpp>
@@ -40,8 +39,7 @@ Context::Context(Places const& places) {
     setEnvironment("SETTINGS_FACTORYDIR", places.factoryDirectory);
     setEnvironment("SETTINGS_USERDIR", places.userDirectory);
     // Standard output is for data alone.
-    auto const toError = [](std::string const& text) { std::cerr << text << std::flush; };
-    qbhost::setConsole(toError, toError);
+    qbhost::setConsole(&complainInPieces, &complainInPieces);
 }
 
 SettingsPtr Context::root() {

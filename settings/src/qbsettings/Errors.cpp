@@ -61,12 +61,12 @@ std::string refusedText(unsigned long element, qf::ustring const& text) {
 template <class Error>
 std::string outOfBounds(Error const& error, std::vector<std::string> const& given) {
     std::string value = given.size() == 1 ? given.front() : to_string(error.getValueToSetStr());
-    if (!error.getCausingObject()) return quoted(value) + " is not allowed";
+    if (!error.getCausingObject()) return inQuotes(value) + " is not allowed";
     auto const description = settings::core::describeKey(error.getCausingObject());
     if (given.size() != 1) {
         value = refusedText(elementOf(description), error.getValueToSetStr());
     }
-    return quoted(value) + " is not allowed: it takes " + boundsText(description);
+    return inQuotes(value) + " is not allowed: it takes " + boundsText(description);
 }
 
 std::string wrongSize(DataArraySizeOutOfRange const& error) {
@@ -113,7 +113,7 @@ void tellValues(Teller& teller, std::vector<std::string> const& given) {
         .when<ExceptionFromValidationFunction>([&](auto const& e) {
             std::vector<std::string> const value =
                 given.empty() ? elementTexts(e.getValue()) : given;
-            return quoted(join(value, ", ")) + " is refused by " + function(e) + ": " +
+            return inQuotes(join(value, ", ")) + " is refused by " + function(e) + ": " +
                    to_string(e.getErrorMsg());
         })
         .when<DataTypeNotMatch>([](auto const& e) {
@@ -145,33 +145,33 @@ void tellValues(Teller& teller, std::vector<std::string> const& given) {
 void tellNames(Teller& teller) {
     teller
         .when<NoSuchKey>(
-            [](auto const& e) { return "there is no key " + quoted(e.getInputName()); })
+            [](auto const& e) { return "there is no key " + inQuotes(e.getInputName()); })
         .when<NoSuchNode>(
-            [](auto const& e) { return "there is no group " + quoted(e.getInputName()); })
+            [](auto const& e) { return "there is no group " + inQuotes(e.getInputName()); })
         .when<NotAKeyName>(
-            [](auto const& e) { return quoted(e.getInputName()) + " is a group, not a key"; })
+            [](auto const& e) { return inQuotes(e.getInputName()) + " is a group, not a key"; })
         .when<NotANodeName>(
-            [](auto const& e) { return quoted(e.getInputName()) + " is a key, not a group"; })
+            [](auto const& e) { return inQuotes(e.getInputName()) + " is a key, not a group"; })
         .when<InvalidNodePath>(
-            [](auto const& e) { return "there is no key " + quoted(e.getInvalidName()); })
+            [](auto const& e) { return "there is no key " + inQuotes(e.getInvalidName()); })
         .when<InvalidSettingOrGroupName>([](auto const& e) {
-            return quoted(e.getInputNodeName()) +
+            return inQuotes(e.getInputNodeName()) +
                    " is no legal name: a letter, then letters, digits and '_', at most 63, and no "
                    "word of the host's language";
         })
         .when<ErrorAddingTopLevelNode>([](auto const& e) {
-            return "there is a product " + quoted(e.getExistingProductName()) +
+            return "there is a product " + inQuotes(e.getExistingProductName()) +
                    " already, and names of products may not differ in case alone";
         })
         .when<ProductNodeAlreadyExisted>([](auto const& e) {
-            return "there is a product " + quoted(e.getExistingName()) + " already";
+            return "there is a product " + inQuotes(e.getExistingName()) + " already";
         })
         .when<ErrorAddingChildNodeOrKey>([](auto const& e) {
-            return theNode(e.getObjectInvovled()) + " has a " + quoted(e.getExistingNodeKeyName()) +
-                   " already";
+            return theNode(e.getObjectInvovled()) + " has a " +
+                   inQuotes(e.getExistingNodeKeyName()) + " already";
         })
         .when<SameNameChildAlreadyExisted>([](auto const& e) {
-            return theNode(e.getObjectInvovled()) + " has a " + quoted(e.getInputName()) +
+            return theNode(e.getObjectInvovled()) + " has a " + inQuotes(e.getInputName()) +
                    " already";
         })
         .when<CanNotAddKeyToRootException>(
@@ -183,18 +183,18 @@ void tellNames(Teller& teller) {
 void tellLevels(Teller& teller) {
     teller
         .when<UnSupportedLevel>([](auto const& e) {
-            return "there is no level " + quoted(e.getInputLevel()) + "; the levels are " +
+            return "there is no level " + inQuotes(e.getInputLevel()) + "; the levels are " +
                    levels(e.getSupportedLevelList());
         })
         .when<ValueNotDefinedForGivenLevel>([](auto const& e) {
-            return "it has no value on the level " + quoted(e.getInputLevel());
+            return "it has no value on the level " + inQuotes(e.getInputLevel());
         })
         .when<CantModifyValuesOnReadOnlyLevel>([](auto const& e) {
-            return "the level " + quoted(e.getLevelToModify()) +
+            return "the level " + inQuotes(e.getLevelToModify()) +
                    " cannot be changed; 'user' and 'session' can";
         })
         .when<CannotAddRemoveNodeUnderReadOnlyParent>([](auto const& e) {
-            return "the group " + quoted(nameOf(e.getParentObject())) +
+            return "the group " + inQuotes(nameOf(e.getParentObject())) +
                    " is read-only: what it holds cannot be added to, removed or unset";
         })
         .when<NoFileWritePermissionOnMultipleLevels>([](auto const& e) {
@@ -220,14 +220,14 @@ void tellFiles(Teller& teller) {
         })
         .when<NoFileWritePermission>([](auto const& e) {
             return to_string(e.getCausingFilePath()) + " cannot be written for the level " +
-                   quoted(e.getLevelName()) + ": " + to_string(e.getReasonStr());
+                   inQuotes(e.getLevelName()) + ": " + to_string(e.getReasonStr());
         })
         .when<ErrorWriteToTempSettingsFile>([](auto const& e) {
             return to_string(e.getCausingFilePath()) +
                    " cannot be written: " + to_string(e.getReasonStr());
         })
         .when<RelativePreferencePathNotSupported>([](auto const& e) {
-            return "the preference directory " + quoted(e.getPrefdirLocation()) +
+            return "the preference directory " + inQuotes(e.getPrefdirLocation()) +
                    " is not absolute";
         })
         .when<ErrorMigratePrefsBetweenReleases>([](auto const& e) {
@@ -260,8 +260,8 @@ void tellTrees(Teller& teller) {
         .when<CannotExportStandaloneSettings>(
             [](auto const& e) { return theNode(e.getObjectInvovled()) + " is not in the tree"; })
         .when<ErrorExportMultipleNodesBelongsToDiffProducts>([](auto const& e) {
-            return "one file takes one product, and " + quoted(e.getProduct1Name()) + " and " +
-                   quoted(e.getProduct2Name()) + " were named";
+            return "one file takes one product, and " + inQuotes(e.getProduct1Name()) + " and " +
+                   inQuotes(e.getProduct2Name()) + " were named";
         })
         .when<ErrorCreateFactoryFileFromATreeNode>(
             [](auto const& e) { return theNode(e.getObjectInvovled()) + " is in the tree"; });

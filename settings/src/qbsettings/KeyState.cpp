@@ -41,7 +41,7 @@ boost::any valueOn(SettingsPtr const& key, std::string const& level) {
 void requireLevel(std::string const& level) {
     auto const& names = levelNames();
     if (std::find(names.begin(), names.end(), level) == names.end()) {
-        throw Failure(wrongUsage, "there is no level " + quoted(level) + "; the levels are " +
+        throw Failure(wrongUsage, "there is no level " + inQuotes(level) + "; the levels are " +
                                       join(names, ", "));
     }
 }

@@ -111,9 +111,9 @@ SettingsPtr findNode(Context& context, std::string const& name) {
     if (node) return node;
     // The search for another name can touch products that nobody asked about.
     context.keepQuiet();
-    std::string message = "there is no setting " + quoted(name);
+    std::string message = "there is no setting " + inQuotes(name);
     if (SettingsPtr const near = nearestNode(context, parts)) {
-        message += "; did you mean " + quoted(near->getFullName()) + "?";
+        message += "; did you mean " + inQuotes(near->getFullName()) + "?";
     }
     throw Failure(nothingThere, message);
 }
@@ -121,7 +121,7 @@ SettingsPtr findNode(Context& context, std::string const& name) {
 SettingsPtr findKey(Context& context, std::string const& name) {
     SettingsPtr const node = findNode(context, name);
     if (!node->isLeafNode()) {
-        throw Failure(quoted(node->getFullName()) +
+        throw Failure(inQuotes(node->getFullName()) +
                       " is a group, not a key; 'qbsettings list' shows the keys in it");
     }
     return node;
@@ -129,7 +129,7 @@ SettingsPtr findKey(Context& context, std::string const& name) {
 
 SettingsPtr findGroup(Context& context, std::string const& name) {
     SettingsPtr const node = findNode(context, name);
-    if (node->isLeafNode()) throw Failure(quoted(node->getFullName()) + " is a key, not a group");
+    if (node->isLeafNode()) throw Failure(inQuotes(node->getFullName()) + " is a key, not a group");
     return node;
 }
 

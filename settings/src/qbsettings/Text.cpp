@@ -93,6 +93,6 @@ std::string asLine(std::string const& text) {
     return line;
 }
 
-std::string quoted(std::string const& text) { return "'" + text + "'"; }
+std::string inQuotes(std::string const& text) { return "'" + text + "'"; }
 
 }  // namespace qbsettings

@@ -25,7 +25,7 @@ std::string asColumn(std::string const& text);
 std::string asLine(std::string const& text);
 
 /// In single quotes, for messages.
-std::string quoted(std::string const& text);
+std::string inQuotes(std::string const& text);
 
 template <class Range>
 std::string join(Range const& parts, char const* separator) {

@@ -80,7 +80,7 @@ T parse(std::string const& text) {
     if constexpr (std::is_same_v<T, ustring>) {
         std::string const bad = unstorable(wide);
         if (!bad.empty()) {
-            throw Failure(quoted(text) + " holds " + bad + ", which no settings file can hold");
+            throw Failure(inQuotes(text) + " holds " + bad + ", which no settings file can hold");
         }
         return wide;
     } else {
@@ -88,7 +88,7 @@ T parse(std::string const& text) {
             return boostany::get<T>(boost::any(wide), true);
         } catch (std::exception const&) {
             constexpr unsigned long element = boostany::ValueTraits<T>::index;
-            throw Failure(quoted(text) + " is no " + elementName(element) + ": it takes " +
+            throw Failure(inQuotes(text) + " is no " + elementName(element) + ": it takes " +
                           formOf(element));
         }
     }
@@ -145,8 +145,8 @@ KeyType typeNamed(std::string const& name) {
         }
     });
     if (type.element == 0) {
-        throw Failure(wrongUsage, "there is no type " + quoted(name) + "; the types are " + known +
-                                      ", and 'array of' each");
+        throw Failure(wrongUsage, "there is no type " + inQuotes(name) + "; the types are " +
+                                      known + ", and 'array of' each");
     }
     return type;
 }

@@ -8,13 +8,8 @@
 #include <qbsettings/CommandLine.hpp>
 #include <qbsettings/Errors.hpp>
 #include <qbsettings/Failure.hpp>
-#include <qbsettings/Text.hpp>
 
 namespace qbsettings {
-
-void complain(std::string const& message) {
-    std::cerr << "qbsettings: " + asLine(message) + "\n" << std::flush;
-}
 
 namespace {
 
@@ -41,6 +36,7 @@ int runToTheEnd(std::vector<std::string> const& words) {
         // A function of a plug-in can throw anything.
         complain("something failed that cannot be told");
     }
+    finishComplaints();
     std::cout.flush();
     if (!std::cout) {
         complain("standard output cannot be written to");

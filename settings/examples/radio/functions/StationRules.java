@@ -2,7 +2,9 @@
 public final class StationRules {
     /** A validator refuses by throwing. */
     public static String checkCallSign(String key, String value) {
-        if (!value.matches("[A-Z]{4}")) throw new IllegalArgumentException(key + " is four capitals");
+        if (!value.matches("[A-Z]{4}")) {
+            throw new IllegalArgumentException(key + " has to be four capital letters");
+        }
         return null;
     }
 

@@ -1,5 +1,7 @@
 #include <settingscore/value/AnyBridge.hpp>
 
+#include <iterator>
+
 namespace settingscore::boostany {
 namespace {
 
@@ -40,8 +42,7 @@ char const* UnsupportedAnyType::what() const noexcept {
            "settingscore::boostany::SupportedTypes.";
 }
 
-void detail::assertIfTypeNotExported(std::type_info const&) {
-}
+void detail::assertIfTypeNotExported(std::type_info const&) {}
 
 unsigned long detail::typeIndexOf(std::type_info const& type) noexcept {
     // A type has one descriptor per library at most, and mostly one in the process: the address
@@ -64,7 +65,7 @@ bool isEqual(boost::any const& a, boost::any const& b) {
     detail::assertIfTypeNotExported(a.type());
     unsigned long const index = detail::typeIndexOf(a.type());
     if (index == supportedTypeCount) throw UnsupportedAnyType(a.type());
-    if (index != detail::typeIndexOf(b.type())) return false;
+    if (&a.type() != &b.type() && index != detail::typeIndexOf(b.type())) return false;
     EqualTo const equal{b};
     return applyVisitor(equal, a, false);
 }

@@ -20,7 +20,7 @@ protected:
     static std::string errorsOfFirstTouch(std::string const& name = "plot") {
         std::string detail;
         auto const touched = product(name);
-        expectError<ErrorReadingSettingsData>(
+        expectThrow<ErrorReadingSettingsData>(
             [&] { touched->getChild("width"); },
             [&](ErrorReadingSettingsData const& error) {
                 EXPECT_EQ(error.getErrorCode(), exception::LazyLoadFailed);
@@ -218,7 +218,7 @@ TEST_F(Load, AnotherLoaderFillsTheNodeAndReports) {
     });
     auto const plot = product();
     EXPECT_THROW(plot->getChildren(), std::runtime_error);
-    expectError<ErrorReadingSettingsData>(
+    expectThrow<ErrorReadingSettingsData>(
         [&] { plot->getChildren(); },
         [](ErrorReadingSettingsData const& e) { EXPECT_EQ(e.getDetailErrorMsg(), u"half of it"); });
     EXPECT_EQ(valueOf<int>(plot, "made"), 1);
@@ -257,7 +257,7 @@ TEST_F(Load, ManyThreadsThatTouchAProductFirstLoadItOnce) {
     auto const plot = product();
     std::atomic<int> told{0};
     std::atomic<int> wrong{0};
-    onThreads(8, [&](int) {
+    concurrently(8, [&](int) {
         try {
             if (!plot->getChild("width")) ++wrong;
         } catch (ErrorReadingSettingsData const&) {
@@ -278,9 +278,9 @@ TEST_F(Load, CheckersThatReadTheProductsBeingLoadedDoNotHang) {
     }
     auto const tree = root();
     std::atomic<int> arrived{0};
-    installScript([&](std::string const&, std::string const&,
-                      boost::shared_ptr<Settings const> const&, std::string const&,
-                      boost::any const&) {
+    ScriptedValidators const script([&](std::string const&,
+                                        boost::shared_ptr<Settings const> const&,
+                                        std::string const&, boost::any const&) {
         // Both are in the midst of their loads when they look at each other and at themselves.
         ++arrived;
         for (int i = 0; i < 200 && arrived < 2; ++i) {
@@ -289,7 +289,7 @@ TEST_F(Load, CheckersThatReadTheProductsBeingLoadedDoNotHang) {
         for (std::string const name : {"one", "two"})
             tree->getChild(name)->getChildren();
     });
-    onThreads(2, [&](int i) { tree->getChild(i == 0 ? "one" : "two")->getChildren(); });
+    concurrently(2, [&](int i) { tree->getChild(i == 0 ? "one" : "two")->getChildren(); });
     EXPECT_EQ(arrived, 2);
     for (std::string const name : {"one", "two"}) {
         EXPECT_EQ(valueOf<int>(tree->getChild(name), "k", "user"), 2);
@@ -303,7 +303,7 @@ TEST_F(Load, AReaderThatHoldsTheRootMutexMayTouchAFreshProductWhileAWriterWaits)
     auto const plot = product();
     other->getChildren();
     std::atomic<bool> held{false};
-    onThreads(2, [&](int i) {
+    concurrently(2, [&](int i) {
         if (i == 0) {
             boost::shared_lock<boost::shared_mutex> const lock(*Settings::getTheRootMutex());
             held = true;
@@ -365,13 +365,13 @@ TEST_F(Load, SavingIsSwitchedOffAndOnAndCanBeMissing) {
     installPlot();
     auto const plot = product();
     plot->setAny("width", 6, "user");
-    auto const saved = userTree();
+    auto const saved = userFiles();
     turnOffSettingsSaving();
     plot->setAny("width", 7, "user");
     EXPECT_EQ(valueOf<int>(plot, "width"), 7);
-    EXPECT_EQ(userTree(), saved);
+    EXPECT_EQ(userFiles(), saved);
     turnOnSettingsSaving();
-    EXPECT_EQ(userTree(), saved);
+    EXPECT_EQ(userFiles(), saved);
     plot->setAny("title", ustring(u"t"), "user");
     resetInstances();
     EXPECT_EQ(valueOf<int>(product(), "width"), 7);
@@ -397,12 +397,12 @@ TEST_F(Load, ExplicitSavesRefuseOrPassOverWhatTheyCannotDo) {
     plot->updateSettingsFile("session");
     plot->saveThisSubTree("session");
     plot->saveThisSubTree("nonsense");
-    EXPECT_TRUE(userTree().empty());
+    EXPECT_TRUE(userFiles().empty());
     EXPECT_THROW(plot->updateSettingsFile("nonsense"), exception::UnSupportedLevel);
-    expectError<exception::CantModifyValuesOnReadOnlyLevel>(
+    expectThrow<exception::CantModifyValuesOnReadOnlyLevel>(
         [&] { plot->saveThisSubTree("factory"); });
     nodeAt("plot.axes.ticks.count")->updateSettingsFile("user");
-    EXPECT_EQ(userTree().size(), 1u);
+    EXPECT_EQ(userFiles().size(), 1u);
     EXPECT_TRUE(userFileExists("plot"));
 }
 

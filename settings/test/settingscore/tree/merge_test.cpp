@@ -44,33 +44,33 @@ TEST_F(Merge, RefusesWhatCannotBeMergedAndTouchesNothing) {
     auto const plot = productImpl();
     auto const axes = nodeAt("plot.axes");
     plot->setAny("width", 6, "user");
-    auto const before = userTree();
+    auto const before = userFiles();
     auto const src = source();
     listen();
 
-    expectError<exception::UnSupportedLevel>([&] { plot->mergeDescendants(src, "nonsense"); });
-    expectError<exception::UnSupportedLevel>([&] { plot->mergeDescendants(src, ""); });
-    expectError<exception::CantModifyValuesOnReadOnlyLevel>(
+    expectThrow<exception::UnSupportedLevel>([&] { plot->mergeDescendants(src, "nonsense"); });
+    expectThrow<exception::UnSupportedLevel>([&] { plot->mergeDescendants(src, ""); });
+    expectThrow<exception::CantModifyValuesOnReadOnlyLevel>(
         [&] { plot->mergeDescendants(src, "factory"); },
         [&](auto const& e) {
             EXPECT_STREQ(e.what(), "The Settings file on the give level is read-only");
         });
-    expectError<exception::CannotMergeWithSettingsRoot>(
+    expectThrow<exception::CannotMergeWithSettingsRoot>(
         [&] { root()->mergeDescendants(root(), "user"); },
         [&](auto const& e) { EXPECT_EQ(e.getObjectInvovled(), root()); });
     for (auto const& wrong : {plot, axes}) {
-        expectError<exception::ErrorMergingWithCircularReference>(
+        expectThrow<exception::ErrorMergingWithCircularReference>(
             [&] { axes->mergeDescendants(wrong, "user"); },
             [&](auto const& e) {
                 EXPECT_EQ(e.getObjectInvovled(), wrong);
                 EXPECT_EQ(e.getCausingObject(), axes);
             });
     }
-    expectError<exception::CanOnlyMergeTreeNodeWithStandaloneNode>(
+    expectThrow<exception::CanOnlyMergeTreeNodeWithStandaloneNode>(
         [&] { plot->mergeDescendants(axes, "user"); },
         [&](auto const& e) { EXPECT_EQ(e.getObjectInvovled(), axes); });
     EXPECT_THROW(plot->mergeDescendants({}, "user"), std::invalid_argument);
-    EXPECT_EQ(userTree(), before);
+    EXPECT_EQ(userFiles(), before);
     EXPECT_EQ(events_, Events{});
 }
 
@@ -131,12 +131,11 @@ TEST_F(Merge, AConflictOrARefusedValueLeavesTreeAndFileAsTheyWere) {
     auto const plot = product();
     plot->setAny("width", 6, "user");
     productImpl()->setValidator(ZValidator("p", "f"));
-    installScript([](std::string const&, std::string const&,
-                     boost::shared_ptr<Settings const> const&, std::string const& name,
-                     boost::any const&) {
+    ScriptedValidators const script([](std::string const&, boost::shared_ptr<Settings const> const&,
+                                       std::string const& name, boost::any const&) {
         if (name == "count") throw SettingsException("p:f", "not that", "f");
     });
-    auto const before = userTree();
+    auto const before = userFiles();
     auto const shape = product()->getChildren();
     listen();
 
@@ -147,7 +146,7 @@ TEST_F(Merge, AConflictOrARefusedValueLeavesTreeAndFileAsTheyWere) {
     };
     auto const diffAttr = [](char16_t const* attributes) {
         return [attributes](std::function<void()> const& merge) {
-            expectError<exception::ErrorMergingNodesWithDiffAttr>(merge, [&](auto const& e) {
+            expectThrow<exception::ErrorMergingNodesWithDiffAttr>(merge, [&](auto const& e) {
                 EXPECT_EQ(e.getDiffAttrNameList(), attributes);
                 EXPECT_TRUE(e.getSrcObject());
                 EXPECT_TRUE(e.getDesObject());
@@ -165,7 +164,7 @@ TEST_F(Merge, AConflictOrARefusedValueLeavesTreeAndFileAsTheyWere) {
               },
               diffAttr(u"visible, ")},
              {"out of range", [](NodePtr const& s) { makeKey("width", 11, s); },
-              [](auto const& merge) { expectError<exception::ValidationException>(merge); }},
+              [](auto const& merge) { expectThrow<exception::ValidationException>(merge); }},
              {"too many elements",
               [](NodePtr const& s) {
                   makeKey("width", std::vector<int>{1, 2}, s);
@@ -173,19 +172,19 @@ TEST_F(Merge, AConflictOrARefusedValueLeavesTreeAndFileAsTheyWere) {
               [](auto const& merge) { EXPECT_ANY_THROW(merge()); }},
              {"another type", [](NodePtr const& s) { makeKey("width", ustring(u"x"), s); },
               [](auto const& merge) {
-                  expectError<ZENBAR::settings::core::DataTypeNotMatchException>(merge);
+                  expectThrow<ZENBAR::settings::core::DataTypeNotMatchException>(merge);
               }},
              {"another type than that of a key without value",
               [](NodePtr const& s) { makeKey("title", 1, s); },
               [](auto const& merge) {
-                  expectError<ZENBAR::settings::core::DataTypeNotMatchException>(merge);
+                  expectThrow<ZENBAR::settings::core::DataTypeNotMatchException>(merge);
               }},
              {"refused by the validator in force above",
               [](NodePtr const& s) {
                   makeKey("count", 4, makeGroup("ticks", makeGroup("axes", s)));
               },
               [](auto const& merge) {
-                  expectError<exception::ExceptionFromValidationFunction>(merge);
+                  expectThrow<exception::ExceptionFromValidationFunction>(merge);
               }},
          }) {
         SCOPED_TRACE(c.what);
@@ -195,7 +194,7 @@ TEST_F(Merge, AConflictOrARefusedValueLeavesTreeAndFileAsTheyWere) {
         c.expectRefusal([&] { plot->mergeDescendants(src, "user"); });
         EXPECT_EQ(product()->getChildren(), shape);
         EXPECT_EQ(valueOf<int>(plot, "width", "user"), 6);
-        EXPECT_EQ(userTree(), before);
+        EXPECT_EQ(userFiles(), before);
     }
     EXPECT_EQ(events_, Events{});
 }
@@ -236,7 +235,6 @@ TEST_F(Merge, ARuntimeDefaultIsAdoptedWithTheLevelAndASecondOneRefused) {
     auto const src = source();
     makeKey("title", ustring(u"left behind"), src)
         ->setRunTimeDefaultInternal(CRunTimeDefault("defaults", "giveString"));
-    environment().set("QBHOST_LIBRARY_PATH", QB_TEST_PLUGIN_DIR);
     listen();
     plot->mergeDescendants(src, "user");
     auto const title = nodeAt("plot.title");
@@ -244,7 +242,7 @@ TEST_F(Merge, ARuntimeDefaultIsAdoptedWithTheLevelAndASecondOneRefused) {
     EXPECT_TRUE(title->getAnyValueInternal("user", false).empty());
     EXPECT_EQ(valueOf<ustring>(plot, "title"), u"computed");
     EXPECT_EQ(events_, Events{"value title"});
-    expectError<exception::MultipleRuntimeFuncError>(
+    expectThrow<exception::MultipleRuntimeFuncError>(
         [&] { plot->mergeDescendants(src, "user"); },
         [&](auto const& e) { EXPECT_EQ(e.getCausingObject()->getName(), "title"); });
 }
@@ -291,7 +289,7 @@ TEST_F(Merge, WorksOnAStandaloneTargetWithoutFileAndEvent) {
     makeKey("k", 1, makeGroup("g", src));
     target->mergeDescendants(src, "user");
     EXPECT_EQ(valueOf<int>(target->getChild("g"), "k", "user"), 1);
-    EXPECT_TRUE(userTree().empty());
+    EXPECT_TRUE(userFiles().empty());
 }
 
 // --- Copies and files -----------------------------------------------------------------------
@@ -367,7 +365,7 @@ TEST_F(Merge, RunsBesideReadersAndWriters) {
     std::atomic<int> merging{2};
     std::atomic<int> wrong{0};
     listen();
-    onThreads(6, [&](int thread) {
+    concurrently(6, [&](int thread) {
         if (thread < 2) {
             for (int i = 0; i < rounds; ++i) {
                 auto const src = source();

@@ -492,6 +492,8 @@ TEST_F(ValuesTest, ReadersWithoutAGapLetAWriterThrough) {
     std::atomic<long> reads{0};
     onThreads(4, [&](int thread) {
         if (thread == 0) {
+            while (reads == 0)
+                std::this_thread::yield();
             for (int i = 0; i < 50; ++i)
                 product->setAny("k", i + 2, "session");
             over = true;
@@ -503,7 +505,6 @@ TEST_F(ValuesTest, ReadersWithoutAGapLetAWriterThrough) {
         }
     });
     EXPECT_EQ(shown(product->getAny("k", "")), "51");
-    EXPECT_GT(reads, 0);
 }
 
 TEST_F(ValuesTest, OfTwoFirstValuesOneSettlesAKeyWhole) {

@@ -13,9 +13,7 @@ void put(std::ostream& stream, std::string const& text) {
     stream.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
-char const* nodeTag(bool isLeaf) {
-    return isLeaf ? "key" : "settings";
-}
+char const* nodeTag(bool isLeaf) { return isLeaf ? "key" : "settings"; }
 
 template <class Function>
 void writeFunction(char const* tag, char const* type, Function const& function,
@@ -70,9 +68,7 @@ private:
 
 }  // namespace
 
-void appendIndent(unsigned long depth, std::string& text) {
-    text.append(4 * depth, ' ');
-}
+void appendIndent(unsigned long depth, std::string& text) { text.append(4 * depth, ' '); }
 
 void writeIndent(unsigned long depth, std::ostream& stream) {
     std::string blanks;
