@@ -267,14 +267,16 @@ struct Reader {
 
     /// What is wrong with a command line, in words of the program's own where the parser's mislead.
     std::string problem(CLI::App const& sub, CLI::ParseError const& error) const {
-        for (std::string word : sub.remaining()) {
+        std::vector<std::string> unknown = sub.remaining();
+        // What a command does not take is handed up.
+        if (unknown.empty()) unknown = app.remaining();
+        if (!unknown.empty()) {
+            std::string word = unknown.front();
             unmark(word);
             if (!word.empty() && word.front() == '-') {
-                std::string const hint =
-                    sub.get_option_no_throw("VALUE") == nullptr
-                        ? ""
-                        : ", and a value that begins with '-' goes behind '--'";
-                return "there is no option " + inQuotes(word) + hint;
+                bool const takesValues = sub.get_option_no_throw("VALUE") != nullptr;
+                return "there is no option " + inQuotes(word) +
+                       (takesValues ? ", and a value that begins with '-' goes behind '--'" : "");
             }
             if (&sub == &app) return "there is no command " + inQuotes(word);
             return inQuotes(word) + " is one word too many";

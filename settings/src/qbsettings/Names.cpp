@@ -48,7 +48,8 @@ char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + '
 
 bool isNear(std::string const& a, std::string const& b, std::size_t& distance) {
     distance = editDistance(a, b);
-    return distance <= std::max<std::size_t>(1, std::min(a.size(), b.size()) / 3);
+    std::size_t const length = std::min(a.size(), b.size());
+    return distance < length && distance <= std::max<std::size_t>(1, length / 3);
 }
 
 SettingsPtr nearestChild(Context& context, SettingsPtr const& node, std::string const& name) {

@@ -125,7 +125,7 @@ TEST_F(EditTest, ToldOfEveryRefusedLineItSetsNone) {
     std::string const text =
         "p.n = 2\n"
         "p.n = 11\n"
-        "p.m = 1\n"
+        "p.lst = 1\n"
         "nonsense\n"
         "p.list = 1\n"
         "p.list = [1, [2]]\n"
@@ -143,11 +143,11 @@ TEST_F(EditTest, ToldOfEveryRefusedLineItSetsNone) {
         (Outcome{1, "",
                  lines({
                      "line 2: p.n: '11' is not allowed: it takes at most 10" + place,
-                     "line 3: there is no setting 'p.m'; did you mean 'p.n'?",
+                     "line 3: there is no setting 'p.lst'; did you mean 'p.list'?",
                      "line 4: a line is written as NAME = VALUE",
                      "line 5: p.list: an array is written as [1, 2]",
                      "line 6: p.list: an array cannot hold arrays",
-                     "line 7: p.list: the JSON is broken at character 5",
+                     "line 7: p.list: the JSON is broken at character 4",
                      "line 8: p.list: null is no value",
                      "line 9: p.list: an object is no value",
                      "line 10: p.list: 0 values were given, it takes at least 1 value" + place,

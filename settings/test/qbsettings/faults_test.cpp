@@ -23,7 +23,7 @@ TEST_F(FaultsTest, CheckTellsThePlaceOfEveryFault) {
         char const* start;  ///< What the line on the file begins with.
     };
     std::vector<Case> const cases = {
-        {"cut.settings", "<?xml version=\"1.0\"?>\n<settings name=\"p\"", ":3:1: "},
+        {"cut.settings", "<?xml version=\"1.0\"?>\n<settings name=\"p\"", ":2:19: "},
         {"unknown.settings", xml("p", "<oddity/>\n"), ":3:10: "},
         {"number.settings", xml("p", key("n", "int32", "<value>x</value>")), ": "},
         {"empty.settings", "", ":1:1: "},

@@ -14,7 +14,7 @@ protected:
 };
 
 TEST_F(UsageTest, HelpIsEverywhereAndHasAnExample) {
-    for (std::string const& command :
+    for (std::string const command :
          {"", "list", "get", "set", "unset", "describe", "check", "dirs", "add", "add-group",
           "remove", "set-many", "export", "import", "make-factory"}) {
         std::vector<std::string> words = {"--help"};

@@ -5,14 +5,12 @@
 namespace settingscore::boostany {
 namespace {
 
-std::type_info const* const typesByIndex[] = {&typeid(void),
-#define SETTINGSCORE_ROW(type, place, text, wide, word) &typeid(type),
-                                              SETTINGSCORE_ELEMENT_TYPES(SETTINGSCORE_ROW)
-#undef SETTINGSCORE_ROW
-#define SETTINGSCORE_ROW(type, place, text, wide, word) &typeid(std::vector<type>),
-                                                  SETTINGSCORE_ELEMENT_TYPES(SETTINGSCORE_ROW)
-#undef SETTINGSCORE_ROW
-};
+#define SETTINGSCORE_SCALAR(type, place, text, wide, word) , &typeid(type)
+#define SETTINGSCORE_ARRAY(type, place, text, wide, word) , &typeid(std::vector<type>)
+std::type_info const* const typesByIndex[] = {&typeid(void) SETTINGSCORE_ELEMENT_TYPES(
+    SETTINGSCORE_SCALAR) SETTINGSCORE_ELEMENT_TYPES(SETTINGSCORE_ARRAY)};
+#undef SETTINGSCORE_SCALAR
+#undef SETTINGSCORE_ARRAY
 static_assert(std::size(typesByIndex) == supportedTypeCount);
 
 /// Compares what it is given with a value of the same type.
