@@ -84,14 +84,17 @@ unsigned upath_directory_entry::status() const {
         failFsys("cannot tell the status of", full_, errno);
     }
     if (!S_ISLNK(info.st_mode)) return kindOf(info);
-    unsigned const target = filesystem::status(full_);
-    return symbolic_link | (target == no_file ? unsigned(other_file) : target);
+    // A link into a place that is out of reach must not end the walk that meets it.
+    bool const known = ::stat(bytes.c_str(), &info) == 0;
+    return symbolic_link | (known ? kindOf(info) : unsigned(other_file));
 }
 
 void create_directories(path const& p) {
     char const* const operation = "cannot make the folder";
     std::string folder = nativePath(operation, p);
-    while (folder.size() > 1 && folder.back() == '/')
+    // With a final "." the folder would be found there just after it was made as a parent.
+    while (folder.size() > 1 &&
+           (folder.back() == '/' || folder.compare(folder.size() - 2, 2, "/.") == 0))
         folder.pop_back();
     int error = makeFolder(folder);
     if (error == ENOENT) {
@@ -129,10 +132,12 @@ void copy_file(path const& from, path const& to, copy_option option) {
     struct stat sourceInfo {};
     if (::fstat(source.get(), &sourceInfo) != 0) failFsys("cannot read", from, errno);
 
-    // Not truncated by the opening: it may turn out to be the source.
+    // Not truncated by the opening: it may turn out to be the source. A new file never grants more
+    // than the source does, not even while it is written.
     int const exclusive = option == copy_option::fail_if_exists ? O_EXCL : 0;
     Descriptor copy(qbhost::detail::openRetrying(
-        target.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | exclusive, 0666));
+        target.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | exclusive,
+        sourceInfo.st_mode & 0777));
     struct stat info {};
     if (!copy.isOpen() || ::fstat(copy.get(), &info) != 0) failFsys(operation, to, errno);
     if (!S_ISREG(info.st_mode)) failFsys(operation, to, EINVAL);

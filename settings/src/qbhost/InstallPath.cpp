@@ -27,13 +27,18 @@ std::string libraryFile() {
     return real ? real.get() : info.dli_fname;
 }
 
-/// The data folder installed with the library, the source tree for a library in a build tree. The
-/// library may lie some folders below the prefix, as in PREFIX/lib/ARCHITECTURE.
+void toParent(std::string& folder) {
+    folder.resize(folder.rfind('/') == std::string::npos ? 0 : folder.rfind('/'));
+}
+
+/// The data folder installed with the library, which lies in PREFIX/lib or PREFIX/lib/ARCHITECTURE;
+/// the source tree for a library in a build tree. Looking further up would give a build tree
+/// somewhere below a prefix the data of what is installed there.
 std::string pathByLibrary() {
     std::string folder = libraryFile();
-    folder.resize(folder.rfind('/') == std::string::npos ? 0 : folder.rfind('/'));
-    while (!folder.empty()) {
-        folder.resize(folder.rfind('/') == std::string::npos ? 0 : folder.rfind('/'));
+    toParent(folder);
+    for (int level = 0; level < 2 && !folder.empty(); ++level) {
+        toParent(folder);
         std::string data = folder + "/share/qbsettings";
         if (::access((data + "/settings/src/settingscore/settings.xsd").c_str(), F_OK) == 0)
             return data;

@@ -150,6 +150,8 @@ TEST_F(FilesystemTest, FoldersAreMadeWithTheirParentsButNotTwice) {
     EXPECT_TRUE(std::filesystem::is_directory(std_at("a/b/c")));
     EXPECT_THROW(create_directories(at("a/b/c")), FileExistsError);
     EXPECT_THROW(create_directories(at("a/")), FileExistsError);
+    create_directories(at("new/deep/./"));
+    EXPECT_THROW(create_directories(at("new/deep/.")), FileExistsError);
     file("file");
     EXPECT_THROW(create_directories(at("file")), FileExistsError);
     EXPECT_EQ(ENOTDIR, errorOf([&] { create_directories(at("file/below/deep")); }));
@@ -219,6 +221,7 @@ TEST_F(FilesystemTest, RefusedCopiesLeaveAllAsItWas) {
 
 TEST_F(FilesystemTest, AMissingPermissionIsAnErrorOfItsOwn) {
     file("locked/x");
+    std::filesystem::create_symlink("locked/x", std_at("link"));
     ASSERT_EQ(0, ::chmod(std_at("locked").c_str(), 0));
     // Nothing is forbidden to root.
     bool const root = ::geteuid() == 0;
@@ -231,6 +234,7 @@ TEST_F(FilesystemTest, AMissingPermissionIsAnErrorOfItsOwn) {
     EXPECT_THROW(create_directories(at("locked/y")), AccessDenied);
     EXPECT_THROW(qf::filesystem::remove(at("locked/x")), AccessDenied);
     EXPECT_THROW(basic_directory_iterator{at("locked")}, AccessDenied);
+    EXPECT_EQ(unsigned(other_file | symbolic_link), upath_directory_entry(at("link")).status());
     if (root) {
         ASSERT_EQ(0, ::seteuid(0));
     }

@@ -141,8 +141,9 @@ public:
     explicit upath_directory_entry(path full) : full_(std::move(full)) {}
     ustring filename() const { return full_.filename().str(); }
     path const& full_pathname() const { return full_; }
-    /// Kind, links followed, with `symbolic_link` beside it if the entry is a link; a dangling
-    /// link is `other_file`, an entry that is gone by now `no_file`. @throws FsysExceptionBase
+    /// Kind, links followed, with `symbolic_link` beside it if the entry is a link; a link that is
+    /// dangling, or leads where the kind can't be told, is `other_file`, an entry that is gone by
+    /// now `no_file`. @throws FsysExceptionBase
     unsigned status() const;
 
 private:

@@ -16,9 +16,7 @@
 namespace settingscore::boostany {
 namespace {
 
-bool isSign(char c) {
-    return c == '+' || c == '-';
-}
+bool isSign(char c) { return c == '+' || c == '-'; }
 
 /// Compares ASCII letters without regard to case; `word` is in lower case.
 bool startsWithWord(std::string_view text, std::string_view word) {

@@ -26,15 +26,18 @@ void failToRename(Path const& from, Path const&) {
     throw fs::FsysExceptionBase("refused for the test", from.str(), 5);
 }
 
-int renames = 0;
-int movesAway = 0;
-int restores = 0;
+// Counted on the thread that saves and read on others.
+std::atomic<int> renames{0};
+std::atomic<int> movesAway{0};
+std::atomic<int> restores{0};
 
 class File : public ProductWorld {
 protected:
     File() {
         installPlot();
-        renames = movesAway = restores = 0;
+        renames = 0;
+        movesAway = 0;
+        restores = 0;
     }
     ~File() override {
         SettingsFile::setRenameTempToRealFunc(&SettingsFile::renameExistingFile);

@@ -401,6 +401,9 @@ TEST_F(Events, ARootThatWasLetGoDropsItsEventsAndDies) {
             tree->addListener<SettingsEvent>(Listener([&](SettingsEvent const&) { ++heard; }));
         makeGroup("late")->setParent(tree);
         makeGroup("child")->setParent(made);
+        // One that was on its way when the instance ended.
+        tree->enqueue(boost::make_shared<SettingsAddNodeEvent const>(tree, made,
+                                                                     std::vector<ustring>(), c.id));
         Queue queue;
         tree->getEventQueue(queue);
         EXPECT_TRUE(queue.empty());

@@ -21,9 +21,7 @@ namespace {
 double const inf = std::numeric_limits<double>::infinity();
 double const nan = std::numeric_limits<double>::quiet_NaN();
 
-std::string shown(ustring const& text) {
-    return '\'' + qf::i18n::to_string(text) + '\'';
-}
+std::string shown(ustring const& text) { return '\'' + qf::i18n::to_string(text) + '\''; }
 template <class T>
 std::string shown(T const& number) {
     return lexicalText(number);
@@ -92,9 +90,7 @@ void check(std::vector<Row> const& rows) {
     }
 }
 
-ustring text(char const* narrow) {
-    return qf::i18n::to_ustring(narrow);
-}
+ustring text(char const* narrow) { return qf::i18n::to_ustring(narrow); }
 
 TEST(Get, ChangesTheShapeInBothModesAndTheElementTypeInOne) {
     using Ints = std::vector<int>;
