@@ -6,8 +6,9 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
 missing=()
 while read -r package; do
-    state=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
-    if [[ $state != installed ]]; then
+    # One line for each architecture that is known.
+    states=$(dpkg-query --show --showformat='${db:Status-Status}\n' "$package" 2>/dev/null || true)
+    if ! grep --quiet --line-regexp installed <<<"$states"; then
         missing+=("$package")
     fi
 done < <(sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "$here/packages.txt")
@@ -25,7 +26,9 @@ if ((EUID != 0)); then
     # Never asks for a password: there may be no terminal.
     as_root=(sudo --non-interactive)
 fi
-apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes)
+# A machine that has just started is often still updating itself: its lock is waited for.
+apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive
+    apt-get --quiet --yes --option DPkg::Lock::Timeout=300)
 
 echo "Installing: ${missing[*]}"
 "${apt[@]}" update </dev/null

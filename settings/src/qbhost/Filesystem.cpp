@@ -125,7 +125,9 @@ void remove_all(path const& p) {
     if (error && !meansAbsent(error.value())) failFsys("cannot remove all of", p, error.value());
 }
 
-void copy_file(path const& from, path const& to, copy_option option) {
+namespace {
+
+void copyFile(path const& from, path const& to, copy_option option, bool syncToDisk) {
     Descriptor const source(qbhost::detail::openRegular(from));
     std::string const operation = "cannot copy to";
     std::string const target = nativePath(operation, to);
@@ -149,11 +151,41 @@ void copy_file(path const& from, path const& to, copy_option option) {
     if (error == 0 && ::fchmod(copy.get(), sourceInfo.st_mode & 0777) != 0 && errno != EPERM &&
         errno != ENOTSUP)
         error = errno;
+    if (error == 0 && syncToDisk && ::fsync(copy.get()) != 0) error = errno;
     if (::close(copy.release()) != 0 && error == 0 && errno != EINTR) error = errno;
     if (error != 0) {
         ::unlink(target.c_str());
         failFsys(operation, to, error);
     }
+}
+
+}  // namespace
+
+void copy_file(path const& from, path const& to, copy_option option) {
+    copyFile(from, to, option, false);
+}
+
+void link_or_copy(path const& from, path const& to) {
+    std::string const operation = "cannot give a second name to";
+    if (::link(nativePath(operation, from).c_str(), nativePath(operation, to).c_str()) == 0) return;
+    // The file system has no links, none to this file, or no more of them.
+    if (errno == EOPNOTSUPP || errno == ENOSYS || errno == EPERM || errno == EMLINK) {
+        copyFile(from, to, copy_option::fail_if_exists, true);
+    } else {
+        failFsys(operation, from, errno);
+    }
+}
+
+unsigned permissions(path const& p) {
+    std::string const operation = "cannot tell the permissions of";
+    struct stat info {};
+    if (::stat(nativePath(operation, p).c_str(), &info) != 0) failFsys(operation, p, errno);
+    return info.st_mode & 0777U;
+}
+
+void set_permissions(path const& p, unsigned bits) {
+    std::string const operation = "cannot set the permissions of";
+    if (::chmod(nativePath(operation, p).c_str(), bits & 0777U) != 0) failFsys(operation, p, errno);
 }
 
 std::FILE* fopen(path const& p, char const* mode) {

@@ -7,6 +7,7 @@
 #include <qbsettings/Text.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/DurableSaving.hpp>
 #include <settingscore/prefdir/PreferencesDirectory.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 
@@ -40,6 +41,7 @@ Context::Context(Places const& places) {
     setEnvironment("SETTINGS_USERDIR", places.userDirectory);
     // Standard output is for data alone.
     qbhost::setConsole(&complainInPieces, &complainInPieces);
+    settings::core::turnOnDurableSaving();
 }
 
 SettingsPtr Context::root() {

@@ -127,6 +127,15 @@ enum class copy_option { fail_if_exists, overwrite_if_exists };
 /// @throws FileExistsError under `fail_if_exists`, or if both are the same file.
 QBHOST_API void copy_file(path const& from, path const& to, copy_option option);
 
+/// Gives a regular file a second name. A file system without links gets a copy, brought to the
+/// disk; the entry of the new name is not. @throws FileExistsError if `to` is there already
+QBHOST_API void link_or_copy(path const& from, path const& to);
+
+/// The permission bits of what `p` names (of 0777), links followed. @throws FsysExceptionBase if
+/// they can't be told or set, also if nothing is there.
+QBHOST_API unsigned permissions(path const& p);
+QBHOST_API void set_permissions(path const& p, unsigned bits);
+
 /// C stream on a path, null on failure with `errno` set. Descriptors are closed on exec.
 QBHOST_API std::FILE* fopen(path const& p, char const* mode);
 

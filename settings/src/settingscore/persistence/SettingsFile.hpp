@@ -45,12 +45,19 @@ public:
     using SaveToFileFunc = void (*)(SettingsLevel const*,
                                     boost::shared_ptr<SettingsImpl const> const&,
                                     SaveSettingsFunctor const&, Path const&);
+    /// Why a save ends without an error and without having tried to replace the file.
+    enum class GivenUp { noTemporaryFolder, noWritePermission };
+    using GivenUpFunc = void (*)(GivenUp, SettingsLevel const*,
+                                 boost::shared_ptr<SettingsImpl const> const& product,
+                                 Path const& file);
 
     static void setRenameTempToRealFunc(RenameFunc function);
     static void setRenameRealToTempFunc(RenameFunc function);
     /// Kept, and never called: the save has no step that restores.
     static void setRenameBackupFileFunc(RenameFunc function);
     static void setSaveToFileFunc(SaveToFileFunc function);
+    /// Called when a save gives up. What it throws reaches the caller of the save.
+    static void setGivenUpFunc(GivenUpFunc function);
 
     /// Directory of the level for a root; empty for a level without files and for a null root.
     static ustring getRootPathForLevel(SettingsLevel const* level,
@@ -84,18 +91,20 @@ public:
 
     /// Saves the product that `obj` belongs to, at one level. Called with the tree held shared.
     ///
-    /// | failure                            | real file                              | reported |
-    /// |------------------------------------|----------------------------------------|----------|
-    /// | level without files                | untouched                              | no       |
-    /// | level that can't be modified       | untouched                              | `CantModifyValuesOnReadOnlyLevel` |
-    /// | no access to the level's directory | untouched                              | `NoWritePermissionOnDirectory` |
-    /// | no temporary folder in 1000 tries  | untouched                              | no       |
-    /// | temporary file incomplete          | replaced by what was written           | no       |
-    /// | existing file not writable         | untouched                              | no       |
-    /// | rename refused by an existing file | replaced by the second try             | no       |
-    /// | rename fails 1000 times            | untouched, or gone if it was moved away | no      |
+    /// | failure                      | real file           | reported                          |
+    /// |------------------------------|---------------------|-----------------------------------|
+    /// | level without files          | untouched           | no                                |
+    /// | level that can't be modified | untouched           | `CantModifyValuesOnReadOnlyLevel` |
+    /// | no access to the directory   | untouched           | `NoWritePermissionOnDirectory`    |
+    /// | 1000 temporary folders fail  | untouched           | no                                |
+    /// | temporary file incomplete    | replaced by it      | no                                |
+    /// | existing file not writable   | untouched           | no                                |
+    /// | existing file refuses rename | replaced by 2nd try | no                                |
+    /// | rename fails 1000 times      | untouched, or gone  | no                                |
     ///
-    /// No temporary folder stays behind in any of these cases.
+    /// The file is gone if it could be moved out of the way and the next rename failed as well.
+    /// No temporary folder stays behind in any of these cases. Durable saves, which
+    /// `turnOnDurableSaving` turns on, tell all of them and lose nothing.
     static void saveSettings(SettingsLevel const* level,
                              boost::shared_ptr<SettingsImpl> const& obj,
                              SaveSettingsFunctor const& functor);
@@ -104,6 +113,10 @@ public:
                            boost::shared_ptr<SettingsImpl const> const& obj,
                            SaveSettingsFunctor const& functor, Path const& path);
     static void renameExistingFile(Path const& from, Path const& to);
+    /// Does nothing.
+    static void giveUpInSilence(GivenUp why, SettingsLevel const* level,
+                                boost::shared_ptr<SettingsImpl const> const& product,
+                                Path const& file);
     /// Removes the product's file from the directory that the level itself names. A missing file is
     /// no error.
     static void deleteSettingsFile(SettingsLevel const* level, std::string const& product);

@@ -15,6 +15,7 @@
 #include <settingscore/host/ScopeGuard.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
 #include <settingscore/persistence/SettingsLevel.hpp>
+#include <settingscore/persistence/UnreadFiles.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
@@ -34,10 +35,10 @@ std::atomic<SettingsFile::RenameFunc> renameRealToTempFunc_{&SettingsFile::renam
 std::atomic<SettingsFile::RenameFunc> renameTempRealBackUpToRealFunc_{
     &SettingsFile::renameExistingFile};
 std::atomic<SettingsFile::SaveToFileFunc> saveToFileFunc_{&SettingsFile::saveToFile};
+std::atomic<SettingsFile::GivenUpFunc> givenUpFunc_{&SettingsFile::giveUpInSilence};
 
 void logSave(std::string const& product, std::string const& level) {
-    static auto const* const logger =
-        new qf::log::basic_diagnostic_logger<char>("settings::core");
+    static auto const* const logger = new qf::log::basic_diagnostic_logger<char>("settings::core");
     constexpr int severity = 1;
     if (logger->is_enabled(severity)) {
         logger->record(severity, "SaveObj : " + product + " Level : " + level);
@@ -64,8 +65,12 @@ void SettingsFile::setRenameBackupFileFunc(RenameFunc function) {
     renameTempRealBackUpToRealFunc_ = function;
 }
 void SettingsFile::setSaveToFileFunc(SaveToFileFunc function) { saveToFileFunc_ = function; }
+void SettingsFile::setGivenUpFunc(GivenUpFunc function) { givenUpFunc_ = function; }
 
 void SettingsFile::renameExistingFile(Path const& from, Path const& to) { fs::rename(from, to); }
+
+void SettingsFile::giveUpInSilence(GivenUp, SettingsLevel const*,
+                                   boost::shared_ptr<SettingsImpl const> const&, Path const&) {}
 
 void SettingsFile::saveSettings(SettingsLevel const* level,
                                 boost::shared_ptr<SettingsImpl> const& obj,
@@ -94,10 +99,15 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
         Path const tmpPath = tempDir / Path(fileName + u".tmp");
         saveToFileFunc_.load()(level, top, functor, tmpPath);
         Path const previousPath = tempDir / Path(fileName + u".previous");
-        if (!checkWritePermission(level, top)) return;
+        if (!checkWritePermission(level, top)) {
+            givenUpFunc_.load()(GivenUp::noWritePermission, level, top, realPath);
+            return;
+        }
         replaceRealFile(tmpPath, realPath, previousPath);
     } catch (qf::except::Exception<msg::CanNotCreateTempDirectory, std::exception, void> const&) {
-        // Without a temporary folder the save ends in silence, the file unchanged.
+        // Without a temporary folder the save ends, the file unchanged.
+        givenUpFunc_.load()(GivenUp::noTemporaryFolder, level, top,
+                            getSettingsFilePathForObj(level, top));
     }
 }
 
@@ -125,6 +135,7 @@ void SettingsFile::replaceRealFile(Path const& tmpPath, Path const& realPath,
     for (int attempt = 1;; ++attempt) {
         try {
             renameTempToRealFunc_.load()(tmpPath, realPath);
+            UnreadFiles::set(realPath, false);
             return;
         } catch (fs::FsysExceptionBase const&) {
             try {

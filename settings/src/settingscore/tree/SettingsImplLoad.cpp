@@ -7,6 +7,7 @@
 #include <settingscore/persistence/SettingsFile.hpp>
 #include <settingscore/persistence/SettingsLevel.hpp>
 #include <settingscore/persistence/SettingsLevelManager.hpp>
+#include <settingscore/persistence/UnreadFiles.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
@@ -98,6 +99,7 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
     for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
         for (qf::filesystem::path const& file :
              SettingsFile::getAllSettingsFileForProduct(name_, &*level, root)) {
+            std::size_t const errorsBefore = errors.size();
             // Whatever a file can do wrong costs the contribution of that file alone.
             try {
                 if (auto const object = SettingsFile::loadSettingsObject(file)) {
@@ -111,6 +113,7 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
             } catch (std::exception const& e) {
                 appendLine(errors, file.str(), qf::i18n::to_ustring(e.what()));
             }
+            if (level->canBeModified()) UnreadFiles::set(file, errors.size() != errorsBefore);
         }
     }
     if (!merged->visible_) {

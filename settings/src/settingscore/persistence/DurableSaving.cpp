@@ -1,0 +1,146 @@
+#include <settingscore/persistence/DurableSaving.hpp>
+
+#include <cerrno>
+#include <cstdio>
+
+#include <boost/variant/apply_visitor.hpp>
+#include <settingscore/errors/Exceptions.hpp>
+#include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/SettingsFile.hpp>
+#include <settingscore/persistence/SettingsLevel.hpp>
+#include <settingscore/persistence/UnreadFiles.hpp>
+#include <settingscore/persistence/writer/FileContent.hpp>
+#include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
+
+namespace settings::core {
+
+namespace fs = qf::filesystem;
+using Node = boost::shared_ptr<SettingsImpl const>;
+
+namespace {
+
+[[noreturn]] void fail(Node const& node, fs::path const& file, int errorNumber,
+                       std::string const& reason) {
+    throw exception::ErrorWriteToTempSettingsFile(node, file.str(), errorNumber,
+                                                  qf::i18n::to_ustring(reason));
+}
+
+/// Runs a step; what the file layer throws becomes the error that callers of a save know.
+template <class Step>
+auto telling(Node const& node, fs::path const& file, Step const& step) {
+    try {
+        return step();
+    } catch (fs::FsysExceptionBase const& error) {
+        fail(node, file, error.errorNumber(), error.reason());
+    }
+}
+
+// --- The temporary file -----------------------------------------------------------------------
+
+void writeWhole(SettingsLevel const* level, Node const& product, SaveSettingsFunctor const& functor,
+                fs::path const& temporary) {
+    fs::path const real = SettingsFile::getSettingsFilePathForObj(level, product);
+    if (UnwritableContent const found = findUnwritable(functor, product, level->levelName())) {
+        fail(found.node, real, EILSEQ, found.reason);
+    }
+    telling(product, real, [&] {
+        fs::basic_ofstream stream(temporary);
+        // Before a byte of the content is in the file, so that nobody else can read it there.
+        if (stream && fs::exists(real)) {
+            unsigned const bits = fs::permissions(real);
+            if (bits != fs::permissions(temporary)) fs::set_permissions(temporary, bits);
+        }
+        functor(product, stream, level->levelName());
+        stream.sync_to_disk_on_close();
+        stream.close();
+        if (stream) return;
+        int const error = stream.error() != 0 ? stream.error() : EIO;
+        throw fs::FsysExceptionBase("cannot write", temporary.str(), error);
+    });
+}
+
+// --- The rename -------------------------------------------------------------------------------
+
+/// Gives the file a second name under which it stays; returns that name.
+fs::path keepAside(fs::path const& file) {
+    for (unsigned number = 1;; ++number) {
+        std::string const suffix =
+            number == 1 ? ".rejected" : ".rejected." + std::to_string(number);
+        fs::path const aside(file.str() + qf::i18n::to_ustring(suffix));
+        try {
+            fs::link_or_copy(file, aside);
+            return aside;
+        } catch (fs::FileExistsError const&) {
+            // A file that was kept before stays: the next number is tried.
+        }
+    }
+}
+
+/// Brings the folder's new entry to the disk. The first file of a folder may stand in folders that
+/// the save had to make, whose entries count as well; what the user may not open was there before.
+void syncFolders(fs::path folder, bool fileIsNew) {
+    fs::sync_directory(folder);
+    while (fileIsNew && folder != folder.parent_path() && !folder.parent_path().empty()) {
+        folder = folder.parent_path();
+        try {
+            fs::sync_directory(folder);
+        } catch (fs::AccessDenied const&) {  // NOLINT(bugprone-empty-catch)
+        }
+    }
+}
+
+/// Other than the default's, its failure is none of the file layer, so that the save does not try
+/// again with the old file out of the way, where nothing would bring it back.
+void renameDurably(fs::path const& temporary, fs::path const& real) {
+    telling({}, real, [&] {
+        fs::path const folder = real.parent_path();
+        bool const isNew = !fs::exists(real);
+        fs::path aside;
+        try {
+            if (!isNew && UnreadFiles::contains(real)) {
+                aside = keepAside(real);
+                // On the disk before the content has lost its own name.
+                fs::sync_directory(folder);
+            }
+            fs::rename(temporary, real);
+        } catch (fs::FsysExceptionBase const&) {
+            if (!aside.empty()) fs::remove(aside);
+            throw;
+        }
+        UnreadFiles::set(real, false);
+        syncFolders(folder, isNew);
+    });
+}
+
+// --- What the default says nothing about ------------------------------------------------------
+
+void tellGivenUp(SettingsFile::GivenUp why, SettingsLevel const* level,
+                 boost::shared_ptr<SettingsImpl const> const& product, fs::path const& file) {
+    if (why == SettingsFile::GivenUp::noTemporaryFolder) {
+        fail(product, file, EEXIST, "no temporary folder could be made beside it");
+    }
+    std::FILE* const opened = fs::fopen(file, "a");
+    int const error = opened ? EACCES : errno;
+    if (opened) std::fclose(opened);
+    throw exception::NoFileWritePermission(
+        boost::const_pointer_cast<SettingsImpl>(product), *level, file.str(),
+        qf::i18n::to_ustring(fs::FsysExceptionBase("cannot write", file.str(), error).reason()),
+        ustring(), level->levelName());
+}
+
+}  // namespace
+
+void turnOnDurableSaving() {
+    SettingsFile::setSaveToFileFunc(&writeWhole);
+    SettingsFile::setRenameTempToRealFunc(&renameDurably);
+    SettingsFile::setGivenUpFunc(&tellGivenUp);
+}
+
+void turnOffDurableSaving() {
+    SettingsFile::setSaveToFileFunc(&SettingsFile::saveToFile);
+    SettingsFile::setRenameTempToRealFunc(&SettingsFile::renameExistingFile);
+    SettingsFile::setGivenUpFunc(&SettingsFile::giveUpInSilence);
+}
+
+}  // namespace settings::core

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <settingscore/Export.hpp>
+
+namespace settings::core {
+
+/// Makes saves durable: a save that returns is on the disk, and one that could not be made whole
+/// changes no file and is told. Without this mode a save replaces the file even by an incomplete
+/// one, and says nothing (see `SettingsFile::saveSettings`).
+///
+/// What fails leaves the old file whole and nothing else in the directory, and is thrown by the
+/// change that was to be saved, which stays in memory:
+/// - `ErrorWriteToTempSettingsFile` for a value or a name that no file can hold (with the key or
+///   group, EILSEQ and a reason that has its name); for opening, writing, syncing and closing the
+///   temporary file and for its permission bits; for a temporary folder that could not be made in
+///   1000 tries; for an old file that could not be kept aside; for the rename;
+/// - `NoFileWritePermission` for a file that is not writable;
+/// - `NoWritePermissionOnDirectory`, and errors of the file layer for other trouble with making the
+///   temporary folder, as without this mode.
+///
+/// One failure comes later: if the directory can't be brought to the disk after the rename, the
+/// new file is in place, `ErrorWriteToTempSettingsFile` is thrown, and a power failure can still
+/// bring the old one back. A process or machine that dies on the way leaves the old or the new
+/// file, whole, and perhaps the temporary folder "temp..." beside it.
+///
+/// An `ErrorWriteToTempSettingsFile` has the path of the user file, an error number and the reason.
+/// It names the product if no node is at fault, and nothing where the rename or what follows fails.
+///
+/// A file holds neither control characters but tab and line feed, nor U+FFFE, U+FFFF and lone
+/// surrogates, nor an array in a key that takes any type, nor names with `<`, `&`, `"` or a line
+/// end, nor what the reader's bounds on nesting and length refuse. A carriage return is refused as
+/// well: it would come back as a line feed.
+///
+/// The new file has the permission bits of the old one. A user file that could not be read wholly
+/// when its product was loaded is kept aside as NAME.settings.rejected before a save replaces it;
+/// while that name is taken, as NAME.settings.rejected.2 and so on. It is never looked at again.
+///
+/// The cost is a walk over the product and three waits for the disk a save. The mode belongs to the
+/// process and goes through the replaceable steps of `SettingsFile`: turning it on or off puts
+/// functions of its own into them. To be called while no save runs.
+SETTINGSCORE_API void turnOnDurableSaving();
+
+/// From now on saves are made in the library's default way.
+SETTINGSCORE_API void turnOffDurableSaving();
+
+}  // namespace settings::core

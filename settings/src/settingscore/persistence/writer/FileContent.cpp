@@ -1,0 +1,188 @@
+#include <settingscore/persistence/writer/FileContent.hpp>
+
+#include <type_traits>
+#include <vector>
+
+#include <boost/variant/apply_visitor.hpp>
+#include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
+#include <settingscore/persistence/writer/ValueWriter.hpp>
+#include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/value/AnyBridge.hpp>
+#include <settingscore/value/ValueTraits.hpp>
+
+namespace settings::core {
+
+using detail::HeldLock;
+using settingscore::boostany::ValueTraits;
+
+namespace {
+
+std::string nameOfUnit(char16_t unit) {
+    static constexpr char digits[] = "0123456789ABCDEF";
+    unsigned const number = unit;
+    std::string name = "U+";
+    for (unsigned shift = 16; shift != 0; shift -= 4)
+        name += digits[(number >> (shift - 4)) & 0xFU];
+    return name;
+}
+
+/// The first character of the text that does not read back, as "U+XXXX"; empty if there is none.
+std::string unwritableCharacter(ustring const& text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char16_t const c = text[i];
+        // Most texts are nothing else.
+        if (c >= 0x20 && c < 0xD800) continue;
+        bool const low = i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF;
+        if (c >= 0xD800 && c <= 0xDBFF && low) {
+            ++i;
+        } else if ((c < 0x20 && c != u'\t' && c != u'\n') || (c >= 0xD800 && c <= 0xDFFF) ||
+                   c >= 0xFFFE) {
+            return nameOfUnit(c);
+        }
+    }
+    return {};
+}
+
+/// The same for a text that stands in an attribute without escapes.
+std::string unwritableInAttribute(std::string const& text, char const* marks) {
+    if (text.find_first_of(marks) != std::string::npos) {
+        return text.substr(text.find_first_of(marks), 1);
+    }
+    ustring const wide = qf::i18n::to_ustring(text);
+    if (qf::i18n::to_string(wide) != text) return "bytes that are no UTF-8";
+    std::size_t const blank = wide.find_first_of(u"\t\n\r");
+    return blank == ustring::npos ? unwritableCharacter(wide) : nameOfUnit(wide[blank]);
+}
+
+/// Why a value can't be written, as the end of a sentence; empty if it can.
+class ValueFault {
+public:
+    using result_type = std::string;
+
+    std::string operator()() const { return {}; }
+    template <class T>
+    std::string operator()(T const& value) const {
+        if constexpr (std::is_same_v<T, ustring>) {
+            if (value.size() > SettingsSaxHandler::textLimit) return "is too long a text";
+            std::string const character = unwritableCharacter(value);
+            if (!character.empty()) return "holds " + character;
+        }
+        return {};
+    }
+    template <class T>
+    std::string operator()(std::vector<T> const& values) const {
+        if constexpr (std::is_same_v<T, ustring>) {
+            for (ustring const& value : values) {
+                std::string fault = (*this)(value);
+                if (!fault.empty()) return fault;
+            }
+        }
+        return {};
+    }
+};
+
+struct IsArray {
+    using result_type = bool;
+    bool operator()() const { return false; }
+    template <class T>
+    bool operator()(T const&) const {
+        return ValueTraits<T>::isArray;
+    }
+};
+
+/// Why a validator or runtime default can't be written, as a part of a sentence.
+struct FunctionFault {
+    using result_type = std::string;
+
+    std::string operator()(boost::mpl::void_ const&) const { return {}; }
+    template <class Function>
+    std::string operator()(Function const& function) const {
+        for (std::string const& name : {function.getPackageName(), function.getFunctionName()}) {
+            std::string const fault = unwritableInAttribute(name, "<&\"'");
+            if (!fault.empty()) return "the function '" + name + "' of it has " + fault;
+        }
+        return {};
+    }
+};
+
+class ContentCheck {
+public:
+    ContentCheck(HeldLock const& lock, std::string const& level) : lock_(lock), level_(level) {}
+
+    UnwritableContent const& run(SettingsImpl const& product) {
+        visit(product, 1);
+        return found_;
+    }
+
+private:
+    void visit(SettingsImpl const& node, std::size_t depth) {
+        if (found_) return;
+        // A key has its type element inside, and that its values.
+        if (depth + (node.isLeafWithLock() ? 2 : 0) > SettingsSaxHandler::nestingLimit) {
+            found(node, "is nested too deeply");
+            return;
+        }
+        std::string const name = unwritableInAttribute(node.nameWithLock(), "<&\"");
+        if (!name.empty()) {
+            found(node, "has a name with " + name);
+        } else if (node.isLeafWithLock()) {
+            checkKey(node);
+        } else {
+            checkFunction(node,
+                          boost::apply_visitor(FunctionFault(), node.validatorWithLock(lock_)));
+            auto const below = [&](SettingsImpl const& child) { visit(child, depth + 1); };
+            node.writeSettingsByGroup<SettingsImpl::FilterLeafNode<true>>(below);
+            node.writeSettingsByGroup<SettingsImpl::FilterLeafNode<false>>(below);
+        }
+    }
+
+    void checkKey(SettingsImpl const& key) {
+        if (key.shouldWriteRules(lock_, level_)) {
+            checkFunction(key, boost::apply_visitor(FunctionFault(), key.validatorWithLock(lock_)));
+        }
+        auto const writer = key.getValueWriterFcn();
+        if (!writer) return;
+        if (key.isRuntimeOwningLevelWithLock(lock_, level_)) {
+            checkFunction(key,
+                          boost::apply_visitor(FunctionFault(), key.runTimeDefaultWithLock(lock_)));
+            return;
+        }
+        boost::any const value = key.getAnyValueInternalWithLock(lock_, level_, false);
+        IsArray isArray;
+        if (writer == &writeValues<ZenbarAny> &&
+            settingscore::boostany::applyVisitor(isArray, value, true)) {
+            found(key, "takes values of any type, of which a file holds no arrays");
+            return;
+        }
+        ValueFault fault;
+        std::string const text = settingscore::boostany::applyVisitor(fault, value, true);
+        if (!text.empty()) found(key, "has a value that " + text);
+    }
+
+    void checkFunction(SettingsImpl const& node, std::string const& fault) {
+        if (!fault.empty()) found(node, "cannot be written: " + fault);
+    }
+
+    void found(SettingsImpl const& node, std::string const& fault) {
+        if (found_) return;
+        found_.node = node.shared_from_this();
+        found_.reason =
+            node.getFullNameWithLock(lock_, false) + " " + fault + ", which would not read back";
+    }
+
+    HeldLock lock_;
+    std::string const& level_;
+    UnwritableContent found_;
+};
+
+}  // namespace
+
+UnwritableContent findUnwritable(SaveSettingsFunctor const& functor,
+                                 boost::shared_ptr<SettingsImpl const> const& product,
+                                 std::string const& level) {
+    return ContentCheck(functor.lock(), level).run(*product);
+}
+
+}  // namespace settings::core
