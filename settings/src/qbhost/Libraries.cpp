@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <dlfcn.h>
+#include <link.h>
 #include <unistd.h>
 
 #include <settingscore/host/Filesystem.hpp>
@@ -65,13 +66,20 @@ void* quGetModule(char const* fileName, int* status) {
 
 void* quFindSymbolInLibrary(void* handle, char const* name) {
     // A null handle would search the whole program.
-    return handle && name ? ::dlsym(handle, name) : nullptr;
+    if (!handle || !name) return nullptr;
+    void* const symbol = ::dlsym(handle, name);
+    // The search goes on in the libraries that this one needs; a misspelt function must not end up
+    // in the C library.
+    link_map* library = nullptr;
+    link_map* owner = nullptr;
+    Dl_info info;
+    bool const isOwn =
+        symbol && ::dlinfo(handle, RTLD_DI_LINKMAP, &library) == 0 &&
+        ::dladdr1(symbol, &info, reinterpret_cast<void**>(&owner), RTLD_DL_LINKMAP) != 0 &&
+        owner == library;
+    return isOwn ? symbol : nullptr;
 }
 
-char const* quLastLibraryError() {
-    return lastError().c_str();
-}
+char const* quLastLibraryError() { return lastError().c_str(); }
 
-char const* quLibrarySuffix() {
-    return ".so";
-}
+char const* quLibrarySuffix() { return ".so"; }

@@ -126,6 +126,7 @@ TEST(LibrariesTest, FoldersOfTheHostComeFirst) {
     ASSERT_EQ(0, status) << quLastLibraryError();
     EXPECT_NE(nullptr, quFindSymbolInLibrary(library, "cos"));
     EXPECT_EQ(nullptr, quFindSymbolInLibrary(library, "no_such_function"));
+    EXPECT_EQ(nullptr, quFindSymbolInLibrary(library, "accept")) << "that is the C library's";
     EXPECT_EQ(nullptr, quFindSymbolInLibrary(nullptr, "cos"));
 
     // Found in the host's folder, so that its failure is told and nothing else is tried.

@@ -107,9 +107,12 @@ ustring RangeAndChoiceChecker::getValueStrForErrorMessage(T const& value) const 
     }
 }
 
-#define SETTINGSCORE_ROW(type, place, text, wide, word)                 \
-    template void RangeAndChoiceChecker::operator()(type const&) const; \
-    template void RangeAndChoiceChecker::operator()(std::vector<type> const&) const;
+#define SETTINGSCORE_ROW(type, place, text, wide, word)                                       \
+    template void RangeAndChoiceChecker::operator()(type const&) const;                       \
+    template void RangeAndChoiceChecker::operator()(std::vector<type> const&) const;          \
+    template ustring RangeAndChoiceChecker::getChoicesStr(std::vector<type> const&) const;    \
+    template ustring RangeAndChoiceChecker::getBoundUstr(boost::optional<type> const&) const; \
+    template ustring RangeAndChoiceChecker::getValueStrForErrorMessage(type const&) const;
 SETTINGSCORE_ELEMENT_TYPES(SETTINGSCORE_ROW)
 #undef SETTINGSCORE_ROW
 

@@ -381,6 +381,8 @@ private:
     void adoptNewDescendantsFromSrc(detail::HeldLock const& exclusive, SettingsImpl const& src,
                                     std::string const& levelName,
                                     std::vector<GatheredEvent>& events);
+    /// Gives the value the shape that the key wants (one element to an array and back), if it fits.
+    static void takeShape(KeyRules const& rules, boost::any& value);
     void adoptNewValue(detail::HeldLock const& exclusive, SettingsImpl const& src,
                        std::string const& levelName, std::vector<GatheredEvent>& events);
     bool isAscendantWithLock(SettingsImpl const* node) const;

@@ -134,6 +134,15 @@ void SettingsImpl::adoptNewDescendantsFromSrc(HeldLock const& exclusive, Setting
     }
 }
 
+void SettingsImpl::takeShape(KeyRules const& rules, boost::any& value) {
+    if (rules.dataTypeIndex_ == anyTypeIndex) return;
+    try {
+        (*rules.valueTypeChecker_)(value);
+    } catch (qf::except::IMsgIDException const&) {
+        // The first value of a key comes unchecked; the checker leaves it as it is.
+    }
+}
+
 void SettingsImpl::adoptNewValue(HeldLock const& exclusive, SettingsImpl const& src,
                                  std::string const& levelName,
                                  std::vector<GatheredEvent>& events) {
@@ -143,8 +152,7 @@ void SettingsImpl::adoptNewValue(HeldLock const& exclusive, SettingsImpl const& 
         if (value.empty() || levelValues_.hasValue(position)) return;
         // A key without rules takes them from the value: without a writer it would not be saved.
         KeyRules const rules = settledRules(value);
-        // The dry run saw that the value fits; here it takes the shape that the key wants.
-        if (rules.dataTypeIndex_ != anyTypeIndex) (*rules.valueTypeChecker_)(value);
+        takeShape(rules, value);
         levelValues_.put(position, value);
     } else {
         runTimeDefault_ = src.runTimeDefault_;
@@ -205,11 +213,8 @@ void SettingsImpl::mergeIntoLeafNode(HeldLock const& lock, SettingsImpl const& s
     if (levelValues_.holdsAnyValue()) {
         validateAnyValueWhenMerge(lock, value);
     } else {
-        // The first value comes unchecked, since definition and value may be of one file; but a
-        // value of another type would be saved as a text that no reader takes, and the user would
-        // lose the whole file.
-        KeyRules const rules = settledRules(value);
-        if (rules.dataTypeIndex_ != anyTypeIndex) (*rules.valueTypeChecker_)(value);
+        // The first value comes unchecked: definition and value may be of one file.
+        initSetters(value);
     }
     std::size_t const position = SettingsLevelManager::findLevel(levelName)->position();
     if (!levelValues_.hasValue(position)) levelValues_.put(position, value);

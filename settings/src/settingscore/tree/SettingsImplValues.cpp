@@ -165,7 +165,7 @@ SettingsImpl::Stored SettingsImpl::storeAnyValueWithLock(UpgradeLock& lock,
     boost::any const old = getCurrentStateWithLock(lock, true);
     boost::any const oldOnLevel = getAnyValueWithLock(lock, level, true);
     if (boostany::isEqual(value, oldOnLevel)) return {false, false};
-    boostany::CreateAny copier;
+    boostany::detail::CreateAny copier;
     boost::any copy = boostany::applyVisitor(copier, value, true);
     {
         ExclusiveTreeLock const exclusive(lock);

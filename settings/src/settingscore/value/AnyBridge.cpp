@@ -69,7 +69,7 @@ bool isEqual(boost::any const& a, boost::any const& b) {
 }
 
 SupportedVariant convertAnyToVariant(boost::any const& value) {
-    CreateVariant creator;
+    detail::CreateVariant creator;
     return applyVisitor(creator, value, true);
 }
 

@@ -152,6 +152,8 @@ typename detail::result_of<Visitor>::type applyVisitor(Visitor& visitor, boost::
 #pragma GCC diagnostic pop
 #endif
 
+namespace detail {
+
 /// The visitor that copies a value.
 struct CreateAny {
     using result_type = boost::any;
@@ -171,5 +173,7 @@ struct CreateVariant {
         return SupportedVariant(value);
     }
 };
+
+}  // namespace detail
 
 }  // namespace settingscore::boostany

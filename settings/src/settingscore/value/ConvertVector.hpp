@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cmath>
 #include <cstddef>
+#include <limits>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -46,6 +48,11 @@ T castElement(E const& from) {
                          (std::is_floating_point_v<T> && !std::is_same_v<E, double>)) {
         return static_cast<T>(from);
     } else {
+        if constexpr (std::is_floating_point_v<E> && std::is_integral_v<T> &&
+                      !std::is_same_v<T, bool>) {
+            // A NaN passes the check of the range, but the language gives it no integer.
+            if (std::isnan(from)) return std::numeric_limits<T>::lowest();
+        }
         return boost::numeric_cast<T>(from);
     }
 }

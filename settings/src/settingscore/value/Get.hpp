@@ -15,8 +15,8 @@ namespace settingscore::boostany {
 /// element, an array of one element a scalar; the element type has to be T's own already. (One
 /// exception: a `std::vector<bool>` of one element does not become a `bool`.) With
 /// `allowConversion` true elements are converted as well: numbers with a check of the range, a
-/// floating number to an integer by truncation, anything to text and back in the forms of
-/// NumberText.hpp.
+/// floating number to an integer by truncation (a NaN to the lowest integer of the type), anything
+/// to text and back in the forms of NumberText.hpp.
 ///
 /// There is an instance for each of the 24 types; `std::int64_t`, `std::uint64_t` and `std::size_t`
 /// are `long` types, for which there is none: ask for `long long` or `unsigned long long`.

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
@@ -378,6 +379,10 @@ TEST_F(Reader, saysWhereAFileIsNotValid) {
         {header + "<settings name=\"p\" xmlns=\"urn:other\"/>", "LineNum=2  ColNum="},
         {fileText(body), "LineNum=3  ColNum="},
         {header + entities + valid.substr(header.size()), "LineNum=2  ColNum="},
+        {header + "<!DOCTYPE settings>\n" + valid.substr(header.size()), "LineNum=2  ColNum="},
+        // It would let characters through that no file of version 1.0 can hold.
+        {"<?xml version=\"1.1\"?>\n" + fileText("<key name=\"a&#1;b\"/>").substr(header.size()),
+         "LineNum=1  ColNum="},
         {header + "<!DOCTYPE settings SYSTEM \"file:///etc/passwd\">" + valid.substr(header.size()),
          "LineNum=2  ColNum="},
         {fileText(keyWith(std::string(1, '\0'))), "LineNum=3  ColNum="},
@@ -431,6 +436,26 @@ TEST_F(Reader, boundsNestingAndTheLengthOfATextAlone) {
     std::string const value = "<string><value>" + many + "</value></string>";
     auto const top = folder_.parse(fileText(keyWith(value)));
     EXPECT_EQ(boost::any_cast<ustring>(valueAt(top, "k")).size(), 400000u);
+}
+
+TEST_F(Reader, keepsNothingOfARefusedFile) {
+    // Sanitizers count for themselves: there this is always zero.
+    auto const inUse = [] {
+        auto const info = ::mallinfo2();
+        return info.uordblks + info.hblkhd;
+    };
+    std::size_t const million = 1 << 20;
+    auto const parse = [&](char c) {
+        std::string const nameSpace(million, c);
+        auto const refusal =
+            refusalOf([&] { folder_.parse(fileText("<x:a xmlns:x=\"urn:" + nameSpace + "\"/>")); });
+        EXPECT_EQ(refusal.code, 4);
+    };
+    parse('a');
+    std::size_t const before = inUse();
+    for (char c = 'b'; c != 'h'; ++c)
+        parse(c);
+    EXPECT_LT(inUse(), before + 2 * million);
 }
 
 /// No attributes at all, as without a schema that supplies some.

@@ -59,8 +59,6 @@ TEST_F(Load, AFaultyFileIsToldOnceAndCostsItsOwnContributionAlone) {
              {"out of the factory's range", good + keyXml("width", "int32", valueXml("11")),
               "predefined range"},
              {"another type", good + keyXml("width", "string", valueXml("x")), "int32"},
-             {"another type where there is no value", keyXml("title", "int32", valueXml("1")),
-              "string"},
              {"a key in place of a group", good + keyXml("axes", "int32", valueXml("1")),
               "different attributes' value"},
              {"the same key twice", good + good, ""},

@@ -174,11 +174,6 @@ TEST_F(Merge, AConflictOrARefusedValueLeavesTreeAndFileAsTheyWere) {
               [](auto const& merge) {
                   expectThrow<ZENBAR::settings::core::DataTypeNotMatchException>(merge);
               }},
-             {"another type than that of a key without value",
-              [](NodePtr const& s) { makeKey("title", 1, s); },
-              [](auto const& merge) {
-                  expectThrow<ZENBAR::settings::core::DataTypeNotMatchException>(merge);
-              }},
              {"refused by the validator in force above",
               [](NodePtr const& s) {
                   makeKey("count", 4, makeGroup("ticks", makeGroup("axes", s)));

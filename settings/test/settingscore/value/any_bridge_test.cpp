@@ -106,7 +106,7 @@ TEST(SupportedTypes, KeepTheirPlacesNamesAndValues) {
         EXPECT_TRUE(back.type() == row.value.type());
         EXPECT_TRUE(isEqual(back, row.value));
 
-        CreateAny const copier;
+        detail::CreateAny const copier;
         boost::any const copy = applyVisitor(copier, row.value, true);
         EXPECT_TRUE(copy.type() == row.value.type());
         EXPECT_TRUE(isEqual(row.value, copy));

@@ -42,4 +42,54 @@ xercesc::XMLGrammarPool& schemaGrammars(qf::filesystem::path const& schema,
     return *pools.emplace(location, std::move(pool)).first->second;
 }
 
+// What would change the shared grammars does nothing, as in any locked pool.
+
+ParseGrammars::ParseGrammars(xercesc::XMLGrammarPool& shared)
+    : shared_(shared), names_(shared.getURIStringPool()) {}
+
+bool ParseGrammars::cacheGrammar(xercesc::Grammar*) { return false; }
+
+xercesc::Grammar* ParseGrammars::retrieveGrammar(xercesc::XMLGrammarDescription* description) {
+    return shared_.retrieveGrammar(description);
+}
+
+xercesc::Grammar* ParseGrammars::orphanGrammar(XMLCh const*) { return nullptr; }
+
+xercesc::RefHashTableOfEnumerator<xercesc::Grammar> ParseGrammars::getGrammarEnumerator() const {
+    return shared_.getGrammarEnumerator();
+}
+
+bool ParseGrammars::clear() { return false; }
+
+void ParseGrammars::lockPool() {}
+
+void ParseGrammars::unlockPool() {}
+
+xercesc::DTDGrammar* ParseGrammars::createDTDGrammar() { return shared_.createDTDGrammar(); }
+
+xercesc::SchemaGrammar* ParseGrammars::createSchemaGrammar() {
+    return shared_.createSchemaGrammar();
+}
+
+xercesc::XMLDTDDescription* ParseGrammars::createDTDDescription(XMLCh const* systemId) {
+    return shared_.createDTDDescription(systemId);
+}
+
+xercesc::XMLSchemaDescription* ParseGrammars::createSchemaDescription(
+    XMLCh const* targetNamespace) {
+    return shared_.createSchemaDescription(targetNamespace);
+}
+
+xercesc::XSModel* ParseGrammars::getXSModel(bool& wasChanged) {
+    return shared_.getXSModel(wasChanged);
+}
+
+xercesc::XMLStringPool* ParseGrammars::getURIStringPool() { return &names_; }
+
+void ParseGrammars::serializeGrammars(xercesc::BinOutputStream* stream) {
+    shared_.serializeGrammars(stream);
+}
+
+void ParseGrammars::deserializeGrammars(xercesc::BinInputStream*) {}
+
 }  // namespace settings::core

@@ -3,11 +3,8 @@
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/UString.hpp>
 
-#include <xercesc/util/XercesDefs.hpp>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class XMLGrammarPool;
-XERCES_CPP_NAMESPACE_END
+#include <xercesc/framework/XMLGrammarPool.hpp>
+#include <xercesc/util/SynchronizedStringPool.hpp>
 
 namespace settings::core {
 
@@ -16,5 +13,33 @@ namespace settings::core {
 /// @throws xercesc::SAXException, xercesc::XMLException if the schema can't be read
 xercesc::XMLGrammarPool& schemaGrammars(qf::filesystem::path const& schema,
                                         ustring const& location);
+
+/// One parse's view of shared, locked grammars. A locked pool keeps the name of every namespace
+/// that any file ever told; here they go with the parse.
+class ParseGrammars : public xercesc::XMLGrammarPool {
+public:
+    /// Refers to the grammars, which have to live as long.
+    explicit ParseGrammars(xercesc::XMLGrammarPool& shared);
+
+    bool cacheGrammar(xercesc::Grammar* grammar) override;
+    xercesc::Grammar* retrieveGrammar(xercesc::XMLGrammarDescription* description) override;
+    xercesc::Grammar* orphanGrammar(XMLCh const* nameSpaceKey) override;
+    xercesc::RefHashTableOfEnumerator<xercesc::Grammar> getGrammarEnumerator() const override;
+    bool clear() override;
+    void lockPool() override;
+    void unlockPool() override;
+    xercesc::DTDGrammar* createDTDGrammar() override;
+    xercesc::SchemaGrammar* createSchemaGrammar() override;
+    xercesc::XMLDTDDescription* createDTDDescription(XMLCh const* systemId) override;
+    xercesc::XMLSchemaDescription* createSchemaDescription(XMLCh const* targetNamespace) override;
+    xercesc::XSModel* getXSModel(bool& wasChanged) override;
+    xercesc::XMLStringPool* getURIStringPool() override;
+    void serializeGrammars(xercesc::BinOutputStream* stream) override;
+    void deserializeGrammars(xercesc::BinInputStream* stream) override;
+
+private:
+    xercesc::XMLGrammarPool& shared_;
+    xercesc::XMLSynchronizedStringPool names_;
+};
 
 }  // namespace settings::core

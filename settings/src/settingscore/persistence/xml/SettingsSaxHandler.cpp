@@ -93,7 +93,14 @@ void SettingsSaxHandler::characters(XMLCh const* chars, XMLSize_t length) {
 }
 
 void SettingsSaxHandler::startDTD(XMLCh const*, XMLCh const*, XMLCh const*) {
-    XMLCh const* const message = u"A settings file has no document type declaration";
+    refuse(u"A settings file has no document type declaration");
+}
+
+void SettingsSaxHandler::startXML(XMLCh const* version) const {
+    if (version != ustring(u"1.0")) refuse(u"A settings file is of XML version 1.0");
+}
+
+void SettingsSaxHandler::refuse(XMLCh const* message) const {
     if (locator_) throw xercesc::SAXParseException(message, *locator_);
     throw xercesc::SAXParseException(message, u"", u"", 0, 0);
 }

@@ -38,8 +38,11 @@ public:
     void characters(XMLCh const* chars, XMLSize_t length) override;
     void setDocumentLocator(xercesc::Locator const* locator) override { locator_ = locator; }
     void startDTD(XMLCh const* name, XMLCh const* publicId, XMLCh const* systemId) override;
+    /// The XML declaration. Other versions take characters that could not be written back.
+    void startXML(XMLCh const* version) const;
 
 private:
+    [[noreturn]] void refuse(XMLCh const* message) const;
     using TopNodesHandlerMap = XMLNode::HandlerMap;
     static TopNodesHandlerMap const& topNodesHandlerMap();
     void tagSeen();

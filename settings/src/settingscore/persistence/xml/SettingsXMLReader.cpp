@@ -13,16 +13,16 @@
 #include <settingscore/persistence/xml/SettingsSaxErrorHandler.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
-#include <xercesc/sax2/SAX2XMLReader.hpp>
-#include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/framework/XMLGrammarPool.hpp>
+#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/validators/DTD/DTDElementDecl.hpp>
 
 namespace settings::core {
 
 using exception::ErrorReadingSettingsData;
 using qf::filesystem::path;
-using xercesc::SAX2XMLReader;
 using xercesc::XMLUni;
 
 namespace {
@@ -82,18 +82,41 @@ ustring schemaLocation(path const& schema) {
     return qf::i18n::to_ustring(location);
 }
 
-std::unique_ptr<SAX2XMLReader> createReader() {
+/// The parser. It tells the handler also what it would keep to itself.
+class FileParser : private ParseGrammars, public xercesc::SAX2XMLReaderImpl {
+public:
+    FileParser(xercesc::XMLGrammarPool& grammars, SettingsSaxHandler& handler)
+        : ParseGrammars(grammars),
+          SAX2XMLReaderImpl(xercesc::XMLPlatformUtils::fgMemoryManager,
+                            static_cast<ParseGrammars*>(this)),
+          handler_(handler) {}
+
+    void XMLDecl(XMLCh const* version, XMLCh const*, XMLCh const*, XMLCh const*) override {
+        handler_.startXML(version);
+    }
+    // Lexical handlers do not hear of a document type without a subset.
+    void doctypeDecl(xercesc::DTDElementDecl const& root, XMLCh const* publicId,
+                     XMLCh const* systemId, bool, bool) override {
+        handler_.startDTD(root.getFullName(), publicId, systemId);
+    }
+
+private:
+    SettingsSaxHandler& handler_;
+};
+
+std::unique_ptr<FileParser> createReader(SettingsSaxHandler& handler) {
     path const schema = schemaFile();
     ustring location = schemaLocation(schema);
-    std::unique_ptr<SAX2XMLReader> reader;
+    std::unique_ptr<FileParser> reader;
     parsing([&] {
         auto& grammars = schemaGrammars(schema, location);
-        reader.reset(xercesc::XMLReaderFactory::createXMLReader(
-            xercesc::XMLPlatformUtils::fgMemoryManager, &grammars));
+        try {
+            reader = std::make_unique<FileParser>(grammars, handler);
+        } catch (xercesc::XMLException const&) {
+            throw ErrorReadingSettingsData(exception::ReaderNotCreated,
+                                           u"Failed to create XMLReader.");
+        }
     });
-    if (!reader) {
-        throw ErrorReadingSettingsData(exception::ReaderNotCreated, u"Failed to create XMLReader.");
-    }
     try {
         reader->setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
         reader->setFeature(XMLUni::fgXercesSchema, true);
@@ -118,8 +141,8 @@ std::unique_ptr<SAX2XMLReader> createReader() {
 
 boost::shared_ptr<SettingsImpl> SettingsXMLReader::getParsedSettings(ustring const& startingFile) {
     startParserOnce();
-    std::unique_ptr<SAX2XMLReader> const reader = createReader();
     SettingsSaxHandler handler;
+    std::unique_ptr<FileParser> const reader = createReader(handler);
     SettingsSaxErrorHandler errorHandler;
     ClosedEntityResolver resolver;
     reader->setContentHandler(&handler);
