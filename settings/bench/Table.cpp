@@ -56,7 +56,7 @@ void Table::ReportRuns(std::vector<Run> const& runs) {
     std::cerr << '.' << std::flush;
 }
 
-void Table::Finalize() { std::cerr << '\n'; }
+void Table::Finalize() { std::cerr << std::endl; }
 
 double Table::median(std::string const& benchmark) const {
     std::vector<double> figures = figures_.at(benchmark);

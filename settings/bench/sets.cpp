@@ -34,6 +34,7 @@ void upgradeAlone(benchmark::State& state) {
     }
 }
 
+/// The first one may find its value there already.
 void setInTurn(benchmark::State& state, Node const& group) {
     boost::any const values[] = {0.5, 1.5};
     std::size_t turn = 0;
@@ -51,7 +52,7 @@ void setHeard(benchmark::State& state) {
     auto const connection = loaded.product->addListener(
         boost::function<void(SettingsEvent const&)>([&](SettingsEvent const&) { ++heard; }));
     setInTurn(state, loaded.group);
-    if (heard < state.iterations()) state.SkipWithError("changes were not heard");
+    if (heard + 1 < state.iterations()) state.SkipWithError("changes were not heard");
 }
 
 void setEqual(benchmark::State& state) {

@@ -65,7 +65,7 @@ Entry readLine(Context& context, std::size_t number, std::string const& line) {
     std::size_t const equals = line.find('=');
     if (equals == std::string::npos) throw Failure("a line is written as NAME = VALUE");
     SettingsPtr const key = findKey(context, trimmed(line.substr(0, equals)));
-    context.refuseToReplaceUnreadable(productOf(key));
+    context.warnOfUnreadable(productOf(key));
     KeyType const type = typeOf(settings::core::describeKey(key));
     std::vector<std::string> texts;
     try {

@@ -61,6 +61,20 @@ bool checkFolder(qf::ustring const& folder) {
     }
 }
 
+/// Tells of the user files that saves kept aside.
+void printKeptAside(qf::ustring const& folder) {
+    static qf::ustring const mark = u".settings.rejected";
+    if (!fs::exists(folder)) return;
+    for (fs::upath_directory_entry const& entry : fs::basic_directory_iterator(folder)) {
+        qf::ustring const name = entry.filename();
+        std::size_t const at = name.rfind(mark);
+        if (at == qf::ustring::npos || at == 0) continue;
+        if (name.find_first_not_of(u".0123456789", at + mark.size()) != qf::ustring::npos) continue;
+        print({entry.full_pathname().str(),
+               "note: kept aside, since it could not be read when its product was saved"});
+    }
+}
+
 bool checkProduct(Context& context, SettingsPtr const& product) {
     std::string const name = product->getName();
     std::size_t const before = context.faults().size();
@@ -82,7 +96,9 @@ bool checkAll(Context& context) {
     context.keepQuiet();
     SettingsPtr const root = context.root();
     bool good = checkFolder(ZSettings::getFactoryDir(BlessedZcrID));
-    good = checkFolder(context.userDirectory()) && good;
+    bool const userFolder = checkFolder(context.userDirectory());
+    if (userFolder) printKeptAside(context.userDirectory());
+    good = userFolder && good;
     for (SettingsPtr const& product : root->getChildren()) {
         good = checkProduct(context, product) && good;
     }

@@ -171,7 +171,7 @@ int importCommand(Context& context, Arguments const& arguments) {
                                         " that could take the values; one is made on the level "
                                         "'user' alone");
     }
-    if (target) context.refuseToReplaceUnreadable(productOf(target));
+    if (target) context.warnOfUnreadable(productOf(target));
 
     Planner planner(context, level, arguments.replace);
     if (target) {

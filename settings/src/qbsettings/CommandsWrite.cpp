@@ -28,7 +28,7 @@ boost::shared_ptr<ZSettings> scripted(SettingsPtr const& node) {
 std::pair<SettingsPtr, std::string> placeFor(Context& context, std::string const& name) {
     auto const [parentName, ownName] = splitLast(name);
     SettingsPtr const parent = parentName.empty() ? context.root() : findGroup(context, parentName);
-    if (!parent->isRoot()) context.refuseToReplaceUnreadable(productOf(parent));
+    if (!parent->isRoot()) context.warnOfUnreadable(productOf(parent));
     ZSettings::validateSettingOrGroupName(ownName);
     return {parent, ownName};
 }
@@ -64,7 +64,7 @@ SettingsPtr makeKey(std::string const& name, KeyType type, std::vector<std::stri
 int setCommand(Context& context, Arguments const& arguments) {
     std::string const level = levelForWriting(context, arguments.level);
     SettingsPtr const key = findKey(context, arguments.name());
-    if (level == "user") context.refuseToReplaceUnreadable(productOf(key));
+    if (level == "user") context.warnOfUnreadable(productOf(key));
     boost::any const value = valueForKey(context, key, arguments.values, arguments.type);
     try {
         key->getParent()->setAny(key->getName(), value, level);
@@ -79,7 +79,7 @@ int setCommand(Context& context, Arguments const& arguments) {
 int unsetCommand(Context& context, Arguments const& arguments) {
     std::string const level = levelForWriting(context, arguments.level);
     SettingsPtr const key = findKey(context, arguments.name());
-    if (level == "user") context.refuseToReplaceUnreadable(productOf(key));
+    if (level == "user") context.warnOfUnreadable(productOf(key));
     try {
         key->getParent()->unset(key->getName(), level);
     } catch (settings::core::exception::ValueNotDefinedForGivenLevel const& error) {
@@ -119,8 +119,12 @@ int removeCommand(Context& context, Arguments const& arguments) {
     SettingsPtr const node = findNode(context, arguments.name());
     std::string const name = node->getFullName();
     std::string const product = productOf(node);
-    context.refuseToReplaceUnreadable(product);
     boost::shared_ptr<ZSettings> const parent = scripted(node->getParent());
+    if (parent->isRoot()) {
+        context.refuseToRemoveUnreadable(product);
+    } else {
+        context.warnOfUnreadable(product);
+    }
     try {
         if (node->isLeafNode()) {
             parent->removeKey(node->getName());

@@ -1,5 +1,6 @@
 #include <qbsettings/Context.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include <qbhost/QbHost.hpp>
@@ -108,14 +109,24 @@ void Context::keepFaults(settings::core::exception::ErrorReadingSettingsData con
     }
 }
 
-void Context::refuseToReplaceUnreadable(std::string const& product) {
+bool Context::isUserFileFaulty(std::string const& product) {
     qf::ustring const file = userFile(product);
-    for (Fault const& fault : faults_) {
-        if (fault.file == file) {
-            throw Failure(product + " was not changed, since saving it would replace " +
-                          pathText(file) + ", which could not be read; mend or move that file");
-        }
-    }
+    return std::any_of(faults_.begin(), faults_.end(),
+                       [&](Fault const& fault) { return fault.file == file; });
+}
+
+void Context::warnOfUnreadable(std::string const& product) {
+    if (!isUserFileFaulty(product) || !warnedOf_.insert(product).second) return;
+    complain(pathText(userFile(product)) +
+             " could not be read; a save keeps it aside, with .rejected behind its name, and what "
+             "it held is no longer in force");
+}
+
+void Context::refuseToRemoveUnreadable(std::string const& product) {
+    if (!isUserFileFaulty(product)) return;
+    throw Failure(product + " was not removed, since that would delete " +
+                  pathText(userFile(product)) +
+                  ", which could not be read; mend or move that file");
 }
 
 }  // namespace qbsettings

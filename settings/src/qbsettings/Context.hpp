@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -67,16 +68,21 @@ public:
     void keepQuiet() { quiet_ = true; }
     std::vector<Fault> const& faults() const { return faults_; }
 
-    /// @throws Failure if the product's user file could not be read: a save would replace it by
-    /// what was understood of it
-    void refuseToReplaceUnreadable(std::string const& product);
+    /// Tells, once a product, that its user file could not be read: a save keeps it aside and
+    /// replaces it by what was understood of it.
+    void warnOfUnreadable(std::string const& product);
+    /// @throws Failure if the product's user file could not be read: it would be lost with the
+    /// product
+    void refuseToRemoveUnreadable(std::string const& product);
 
 private:
+    bool isUserFileFaulty(std::string const& product);
     void keepFaults(settings::core::exception::ErrorReadingSettingsData const& error);
 
     SettingsPtr root_;
     std::unique_ptr<WriteLock> lock_;
     std::vector<Fault> faults_;
+    std::set<std::string> warnedOf_;
     bool quiet_ = false;
 };
 

@@ -10,7 +10,7 @@
 /// on failure. A name without a folder is looked for in the host's own folders first, then where
 /// the system looks. A library is never unloaded.
 QBHOST_API void* quGetModule(char const* fileName, int* status);
-/// Address of an exported symbol, null if it is missing.
+/// Address of a symbol that the library itself exports, null if it has none of that name.
 QBHOST_API void* quFindSymbolInLibrary(void* handle, char const* name);
 /// Text of this thread's last load failure.
 QBHOST_API char const* quLastLibraryError();

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstdio>
 
-#include <boost/variant/apply_visitor.hpp>
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>

@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <type_traits>
+#include <utility>
 
 #include <tbb/concurrent_hash_map.h>
 #include <boost/thread/lock_types.hpp>
@@ -110,7 +112,10 @@ public:
     }
 
 private:
-    using Table = tbb::concurrent_hash_map<K, V, Hash<K>>;
+    // The standard allocator, whose memory leak checkers look into: instances that live to the end
+    // of the process are not lost.
+    using Table =
+        tbb::concurrent_hash_map<K, V, Hash<K>, std::allocator<std::pair<K const, V>>>;
     using SharedLock = boost::shared_lock<boost::shared_mutex>;
 
     /// Exclusive access, by way of upgrade: a waiter on that road bars no shared holder, so that a

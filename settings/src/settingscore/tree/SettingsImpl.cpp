@@ -56,7 +56,9 @@ SettingsImpl::SettingsImpl(SettingsImpl const& other)
       validator_(other.validator_),
       metaData_(other.metaData_),
       rules_(other.copyOfRules()),
-      runTimeDefault_(other.runTimeDefault_) {}
+      runTimeDefault_(other.runTimeDefault_) {
+    rulesAreComplete_ = rules_.isComplete();
+}
 
 SettingsImpl::~SettingsImpl() = default;
 
@@ -170,9 +172,10 @@ boost::shared_ptr<SettingsImpl const> SettingsImpl::getTopLevelNodeWithLock(
 
 boost::shared_ptr<SettingsImpl const> SettingsImpl::getRootForThisObjectWithLock(
     HeldLock const&) const {
-    boost::shared_ptr<SettingsImpl const> node = sharedThis();
-    while (boost::shared_ptr<SettingsImpl const> const parent = node->getParentImpl()) {
-        node = parent;
+    boost::shared_ptr<SettingsImpl const> node = getParentImpl();
+    if (!node) return sharedThis();
+    while (boost::shared_ptr<SettingsImpl const> parent = node->getParentImpl()) {
+        node = std::move(parent);
     }
     return node;
 }
@@ -185,7 +188,8 @@ boost::shared_ptr<SettingsImplRoot const> SettingsImpl::getTreeRootWithLock(
 ZcrID SettingsImpl::getZcrID() const {
     SharedTreeLock const lock;
     boost::shared_ptr<SettingsImpl> ancestor = getParentImpl();
-    while (ancestor && !ancestor->isSettingsTreeRoot()) ancestor = ancestor->getParentImpl();
+    while (ancestor && !ancestor->isSettingsTreeRoot())
+        ancestor = ancestor->getParentImpl();
     return ancestor ? ancestor->getZcrID() : UndefinedZcrID;  // The root's answer takes no lock.
 }
 
@@ -196,7 +200,8 @@ bool SettingsImpl::isAscendant(boost::shared_ptr<SettingsImpl const> const& node
 
 bool SettingsImpl::isAscendantWithLock(SettingsImpl const* node) const {
     boost::shared_ptr<SettingsImpl const> ancestor = getParentImpl();
-    while (ancestor && ancestor.get() != node) ancestor = ancestor->getParentImpl();
+    while (ancestor && ancestor.get() != node)
+        ancestor = ancestor->getParentImpl();
     return ancestor != nullptr;
 }
 
@@ -231,7 +236,8 @@ std::vector<boost::shared_ptr<SettingsImpl>> SettingsImpl::getChildrenImplWithLo
     HeldLock const&) const {
     std::vector<boost::shared_ptr<SettingsImpl>> children;
     children.reserve(childMap().size());
-    for (auto const& entry : childMap()) children.push_back(entry.second);
+    for (auto const& entry : childMap())
+        children.push_back(entry.second);
     return children;
 }
 
@@ -255,6 +261,7 @@ std::vector<boost::shared_ptr<Settings const>> SettingsImpl::getChildren() const
 
 boost::shared_ptr<Settings> SettingsImpl::getSettingsByFullName(std::string const& fullName) const {
     std::vector<std::string> path;
+    path.reserve(1 + static_cast<std::size_t>(std::count(fullName.begin(), fullName.end(), '.')));
     for (std::size_t begin = 0; begin < fullName.size();) {
         std::size_t const end = std::min(fullName.find('.', begin), fullName.size());
         if (end > begin) path.push_back(fullName.substr(begin, end - begin));

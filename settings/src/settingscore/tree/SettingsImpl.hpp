@@ -26,6 +26,7 @@
 #include <settingscore/rules/ValueArraySizeValidator.hpp>
 #include <settingscore/tree/LevelValues.hpp>
 #include <settingscore/tree/LoadOnce.hpp>
+#include <settingscore/tree/Rare.hpp>
 #include <settingscore/tree/TreeLock.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 
@@ -187,6 +188,7 @@ public:
     void setAnyInternal(boost::any const& value, std::string const& level);
     Validator getValidatorToUse() const;
     Validator getValidatorFromParentChain(detail::HeldLock const& lock) const;
+    bool hasValidatorFromParentChain(detail::HeldLock const& lock) const;
     void validateLevelName(std::string const& level) const;
     void validateAnyValueWithLock(detail::HeldLock const& lock, boost::any& value) const;
     void validateAnyValueWhenMerge(detail::HeldLock const& lock, boost::any& value) const {
@@ -215,7 +217,7 @@ public:
     void setMetaDataInternal(SettingsKeyMetaData<boost::any> const& metaData);
     SettingsKeyMetaData<boost::any> getKeyMetaData() const;
     SettingsKeyMetaData<boost::any> const& metaDataWithLock(detail::HeldLock const&) const {
-        return metaData_;
+        return metaData_.get();
     }
     void setVersionNumber(unsigned int version);
     /// The first definition wins.
@@ -225,7 +227,7 @@ public:
     void setRunTimeDefaultInternal(RunTimeDefault const& runTimeDefault);
     RunTimeDefault const& getRunTimeDefault() const;
     RunTimeDefault const& runTimeDefaultWithLock(detail::HeldLock const&) const {
-        return runTimeDefault_;
+        return runTimeDefault_.get();
     }
     void setValidatorInternal(Validator const& validator);
     Validator const& validatorWithLock(detail::HeldLock const&) const { return validator_; }
@@ -342,22 +344,32 @@ private:
     bool isContentPending() const { return contentPending_.load(std::memory_order_acquire); }
     SettingsImpl* findChild(std::string const& name) const;
     void addChild(boost::shared_ptr<SettingsImpl> const& child);
-    boost::any valueOnLevel(detail::HeldLock const& lock, SettingsLevel const* level,
-                            std::string const& levelName, bool runDefault) const;
+    // The value where it is stored, without a copy; where there is none, `computed`, with what a
+    // runtime default gives or empty.
+    boost::any const& viewOnLevel(detail::HeldLock const& lock, SettingsLevel const* level,
+                                  std::string const& levelName, bool runDefault,
+                                  boost::any& computed) const;
+    boost::any const& viewInForce(detail::HeldLock const& lock, bool runDefault,
+                                  boost::any& computed) const;
     /// What became of a value that was to be stored.
     struct Stored {
         bool changed;        ///< The level has a new value.
-        bool tellListeners;  ///< The value in force of a connected key changed.
+        bool tellListeners;  ///< The value in force changed.
     };
     Stored storeAnyValueWithLock(UpgradeLock& lock, boost::any const& value,
-                                 std::string const& level);
-    /// True if this key is connected and its value in force is no longer `old`.
+                                 SettingsLevel const& level);
+    /// True if the value in force is no longer `old`.
     bool currentStateDiffersWithLock(detail::HeldLock const& lock, boost::any const& old) const;
     boost::optional<bool> definiteReadOnly() const;
     void checkLevelIsModifiable(std::string const& level) const;
     KeyRules copyOfRules() const;
-    /// The rules, with what was missing taken from `value`.
-    KeyRules settledRules(boost::any const& value) const;
+    /// The rules, with what was missing taken from `value`. From then on they are changed by
+    /// nobody but the operations that need exclusive access or a node of the thread's own.
+    KeyRules const& settledRules(boost::any const& value) const;
+    void takeOverRules(SettingsImpl const& src);
+    /// Changes the rules under their mutex.
+    template <class Change>
+    void changeRules(Change const& change) const;
     boost::shared_ptr<SettingsImpl> sharedThis();
     boost::shared_ptr<SettingsImpl const> sharedThis() const;
     void saveWithLock(detail::SharedTreeLock const& lock, SettingsLevel const* level);
@@ -393,6 +405,7 @@ private:
     /// thread that loads it.
     std::atomic<bool> contentPending_{false};
     detail::LoadOnce loadOnce_;
+    mutable std::atomic<bool> rulesAreComplete_{false};
     boost::logic::tribool readOnly_;
     boost::optional<bool> visible_;
     boost::optional<unsigned int> versionNumber_;
@@ -400,11 +413,12 @@ private:
     detail::LevelValues levelValues_;
     ChildMap children_;
     Validator validator_;
-    SettingsKeyMetaData<boost::any> metaData_;
-    /// Filled from const operations under shared locks: guarded by a mutex of its own.
+    detail::Rare<SettingsKeyMetaData<boost::any>> metaData_;
+    /// Filled from const operations under shared locks: guarded by a mutex of its own until they
+    /// are complete.
     mutable KeyRules rules_;
     corebus::msg_svc::exchange::IDType nodeEventId_;
-    RunTimeDefault runTimeDefault_;
+    detail::Rare<RunTimeDefault> runTimeDefault_;
 };
 
 /// From now on changes stay in memory.

@@ -2,6 +2,7 @@
 
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/SettingsLevelManager.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -17,9 +18,8 @@ namespace {
 std::string reasonOf(InternalException const& refusal) {
     if (auto const* thrown =
             dynamic_cast<exception::ExceptionFromValidationFunction const*>(&refusal)) {
-        return "Validation function throw. Reason: " +
-               qf::i18n::to_string(thrown->getErrorMsg()) + " function=" +
-               thrown->getFunctionName() + " libname=" + thrown->getPackageName();
+        return "Validation function throw. Reason: " + qf::i18n::to_string(thrown->getErrorMsg()) +
+               " function=" + thrown->getFunctionName() + " libname=" + thrown->getPackageName();
     }
     if (dynamic_cast<exception::ValidationException const*>(&refusal)) return refusal.what();
     return "Unknown Exception";
@@ -36,11 +36,12 @@ BatchErrors SettingsImpl::multipleSetImpl(NodeValue* first, NodeValue* last,
     UpgradeTreeLock lock;
     multipleValidateWithLock(lock, first, last, rethrow, errors);
     if (!errors.empty()) return errors;
+    SettingsLevel const& settingsLevel = *SettingsLevelManager::findLevel(level);
     for (; first != last; ++first) {
-        auto const node = boost::dynamic_pointer_cast<SettingsImpl>(first->first);
+        auto* const node = dynamic_cast<SettingsImpl*>(first->first.get());
         Stored stored{false, false};
         try {
-            stored = node->storeAnyValueWithLock(lock.get(), first->second, level);
+            stored = node->storeAnyValueWithLock(lock.get(), first->second, settingsLevel);
         } catch (qf::except::IMsgIDException const&) {
             // "setAny caught exception other than FileIO, something is totally  wrong": a runtime
             // default that stands behind the value failed. The write counts as not done, and on
@@ -66,7 +67,7 @@ void SettingsImpl::multipleValidateWithLock(HeldLock const& lock, NodeValue* fir
                                             NodeValue const* last, bool rethrow,
                                             BatchErrors& errors) const {
     for (std::size_t index = 0; first != last; ++first, ++index) {
-        auto const node = boost::dynamic_pointer_cast<SettingsImpl const>(first->first);
+        auto const* const node = dynamic_cast<SettingsImpl const*>(first->first.get());
         if (!node) {
             errors.emplace_back("NULLOBJ",
                                 "The obj[" + std::to_string(index) + "] passed in is NULL.");

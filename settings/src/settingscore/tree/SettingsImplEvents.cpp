@@ -1,6 +1,5 @@
 // What a node tells its listeners.
 
-#include <settingscore/host/I18n.hpp>
 #include <settingscore/roots/SettingsEvent.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
@@ -11,7 +10,13 @@ using detail::HeldLock;
 
 template <class Event>
 ustring SettingsImpl::createEventIdentifier(HeldLock const&) const {
-    return Event::typeTag() + qf::i18n::to_ustring(nodeEventId_.toString());
+    // Never destroyed: threads may still set values while the process ends.
+    static ustring const& tag = *new ustring(Event::typeTag());
+    std::string const id = nodeEventId_.toString();
+    ustring identifier;
+    identifier.reserve(tag.size() + id.size());
+    // The id is ASCII.
+    return identifier.append(tag).append(id.begin(), id.end());
 }
 
 template <class Event>

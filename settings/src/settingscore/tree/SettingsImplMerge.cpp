@@ -144,19 +144,18 @@ void SettingsImpl::takeShape(KeyRules const& rules, boost::any& value) {
 }
 
 void SettingsImpl::adoptNewValue(HeldLock const& exclusive, SettingsImpl const& src,
-                                 std::string const& levelName,
-                                 std::vector<GatheredEvent>& events) {
-    if (isVoidRuntimeDefault(src.runTimeDefault_)) {
+                                 std::string const& levelName, std::vector<GatheredEvent>& events) {
+    if (isVoidRuntimeDefault(src.runTimeDefault_.get())) {
         std::size_t const position = SettingsLevelManager::findLevel(levelName)->position();
         boost::any value = src.getCurrentStateWithLock(exclusive, false);
         if (value.empty() || levelValues_.hasValue(position)) return;
         // A key without rules takes them from the value: without a writer it would not be saved.
-        KeyRules const rules = settledRules(value);
+        KeyRules const& rules = settledRules(value);
         takeShape(rules, value);
         levelValues_.put(position, value);
     } else {
         runTimeDefault_ = src.runTimeDefault_;
-        detail::setBelongingLevel(runTimeDefault_, levelName);
+        detail::setBelongingLevel(runTimeDefault_.edit(), levelName);
     }
     events.push_back({GatheredEvent::Kind::valueChanged, nullptr, sharedThis()});
 }
@@ -193,7 +192,7 @@ void SettingsImpl::mergePreCheck(HeldLock const&, SettingsImpl const& src, bool 
 }
 
 void SettingsImpl::defaultValidatorMergeCheck(HeldLock const&, SettingsImpl const& src) {
-    rules_ = src.copyOfRules();
+    takeOverRules(src);
     metaData_ = src.metaData_;
     versionNumber_ = src.versionNumber_;
     readOnly_ = src.readOnly_;
@@ -201,12 +200,12 @@ void SettingsImpl::defaultValidatorMergeCheck(HeldLock const&, SettingsImpl cons
 
 void SettingsImpl::mergeIntoLeafNode(HeldLock const& lock, SettingsImpl const& src,
                                      std::string const& levelName) {
-    if (!isVoidRuntimeDefault(src.runTimeDefault_)) {
-        if (!isVoidRuntimeDefault(runTimeDefault_)) {
+    if (!isVoidRuntimeDefault(src.runTimeDefault_.get())) {
+        if (!isVoidRuntimeDefault(runTimeDefault_.get())) {
             throw exception::MultipleRuntimeFuncError(sharedThis());
         }
         runTimeDefault_ = src.runTimeDefault_;
-        detail::setBelongingLevel(runTimeDefault_, levelName);
+        detail::setBelongingLevel(runTimeDefault_.edit(), levelName);
     }
     boost::any value = src.getCurrentStateWithLock(lock, false);
     if (value.empty()) return;

@@ -32,9 +32,19 @@ SettingsImpl::KeyRules SettingsImpl::copyOfRules() const {
 
 void SettingsImpl::initSetters(boost::any const& value) const { settledRules(value); }
 
-SettingsImpl::KeyRules SettingsImpl::settledRules(boost::any const& value) const {
-    KeyRules rules = copyOfRules();
-    if (rules.isComplete()) return rules;
+template <class Change>
+void SettingsImpl::changeRules(Change const& change) const {
+    RulesLock const lock(rulesMutex);
+    change(rules_);
+    rulesAreComplete_.store(rules_.isComplete(), std::memory_order_release);
+}
+
+void SettingsImpl::takeOverRules(SettingsImpl const& src) {
+    changeRules([rules = src.copyOfRules()](KeyRules& own) { own = rules; });
+}
+
+SettingsImpl::KeyRules const& SettingsImpl::settledRules(boost::any const& value) const {
+    if (rulesAreComplete_.load(std::memory_order_acquire)) return rules_;
 
     namespace boostany = settingscore::boostany;
     TypeValidatorSetter checker;
@@ -48,13 +58,14 @@ SettingsImpl::KeyRules SettingsImpl::settledRules(boost::any const& value) const
     fromValue.dataTypeIndex_ = boostany::applyVisitor(index, value, true);
 
     // Filled at once, so that of two first values one fixes the rules whole.
-    RulesLock const lock(rulesMutex);
-    if (!rules_.valueTypeChecker_) rules_.valueTypeChecker_ = fromValue.valueTypeChecker_;
-    if (!rules_.valueArraySizeValidator_) {
-        rules_.valueArraySizeValidator_ = fromValue.valueArraySizeValidator_;
-    }
-    if (!rules_.valueWriter_) rules_.valueWriter_ = fromValue.valueWriter_;
-    if (!rules_.dataTypeIndex_) rules_.dataTypeIndex_ = fromValue.dataTypeIndex_;
+    changeRules([&fromValue](KeyRules& own) {
+        if (!own.valueTypeChecker_) own.valueTypeChecker_ = fromValue.valueTypeChecker_;
+        if (!own.valueArraySizeValidator_) {
+            own.valueArraySizeValidator_ = fromValue.valueArraySizeValidator_;
+        }
+        if (!own.valueWriter_) own.valueWriter_ = fromValue.valueWriter_;
+        if (!own.dataTypeIndex_) own.dataTypeIndex_ = fromValue.dataTypeIndex_;
+    });
     return rules_;
 }
 
@@ -85,13 +96,11 @@ void SettingsImpl::setDataTypeIndex(unsigned long index) {
 }
 
 void SettingsImpl::setDataTypeIndexInternal(unsigned long index) {
-    RulesLock const lock(rulesMutex);
-    rules_.dataTypeIndex_ = index;
+    changeRules([&](KeyRules& own) { own.dataTypeIndex_ = index; });
 }
 
 void SettingsImpl::setValueWriterFcnInternal(ValueWriterFcn writer) {
-    RulesLock const lock(rulesMutex);
-    rules_.valueWriter_ = writer;
+    changeRules([&](KeyRules& own) { own.valueWriter_ = writer; });
 }
 
 SettingsImpl::ValueWriterFcn SettingsImpl::getValueWriterFcn() const {
@@ -100,13 +109,11 @@ SettingsImpl::ValueWriterFcn SettingsImpl::getValueWriterFcn() const {
 }
 
 void SettingsImpl::setValidateValueTypeFunc(ValueTypeChecker checker) {
-    RulesLock const lock(rulesMutex);
-    rules_.valueTypeChecker_ = checker;
+    changeRules([&](KeyRules& own) { own.valueTypeChecker_ = checker; });
 }
 
 void SettingsImpl::setValueArraySizeValidator(ValueArraySizeValidator const& sizes) {
-    RulesLock const lock(rulesMutex);
-    rules_.valueArraySizeValidator_ = sizes;
+    changeRules([&](KeyRules& own) { own.valueArraySizeValidator_ = sizes; });
 }
 
 boost::optional<ValueArraySizeValidator> SettingsImpl::getValueArraySizeValidator() const {
@@ -118,23 +125,23 @@ SettingsKeyMetaData<boost::any> SettingsImpl::getAnyMetaData(std::string const& 
     SharedTreeLock const lock;
     SettingsImpl const* const child = findChild(name);
     if (!child) throw exception::NoSuchKey(sharedThis(), name);
-    return child->metaData_;
+    return child->metaData_.get();
 }
 
 SettingsKeyMetaData<boost::any> SettingsImpl::getKeyMetaData() const {
     SharedTreeLock const lock;
-    return metaData_;
+    return metaData_.get();
 }
 
 void SettingsImpl::setMetaData(SettingsKeyMetaData<boost::any> const& metaData) {
-    SettingsKeyMetaData<boost::any> copy(metaData);
+    detail::Rare<SettingsKeyMetaData<boost::any>> copy(metaData);
     UpgradeTreeLock lock;
     ExclusiveTreeLock const exclusive(lock.get());
-    std::swap(metaData_, copy);
+    metaData_.swap(copy);
 }
 
 void SettingsImpl::setMetaDataInternal(SettingsKeyMetaData<boost::any> const& metaData) {
-    metaData_ = metaData;
+    metaData_.edit() = metaData;
 }
 
 Validator const& SettingsImpl::getValidator() const {
@@ -156,6 +163,14 @@ Validator SettingsImpl::getValidatorToUse() const {
     return getValidatorFromParentChain(lock);
 }
 
+bool SettingsImpl::hasValidatorFromParentChain(HeldLock const&) const {
+    if (validator_.which() != 0) return true;
+    for (auto ancestor = getParentImpl(); ancestor; ancestor = ancestor->getParentImpl()) {
+        if (ancestor->validator_.which() != 0) return true;
+    }
+    return false;
+}
+
 Validator SettingsImpl::getValidatorFromParentChain(HeldLock const&) const {
     if (validator_.which() != 0) return validator_;
     for (auto ancestor = getParentImpl(); ancestor; ancestor = ancestor->getParentImpl()) {
@@ -165,19 +180,19 @@ Validator SettingsImpl::getValidatorFromParentChain(HeldLock const&) const {
 }
 
 void SettingsImpl::setRunTimeDefault(RunTimeDefault const& runTimeDefault) {
-    RunTimeDefault copy(runTimeDefault);
+    detail::Rare<RunTimeDefault> copy(runTimeDefault);
     UpgradeTreeLock lock;
     ExclusiveTreeLock const exclusive(lock.get());
     runTimeDefault_.swap(copy);
 }
 
 void SettingsImpl::setRunTimeDefaultInternal(RunTimeDefault const& runTimeDefault) {
-    runTimeDefault_ = runTimeDefault;
+    runTimeDefault_.edit() = runTimeDefault;
 }
 
 RunTimeDefault const& SettingsImpl::getRunTimeDefault() const {
     SharedTreeLock const lock;
-    return runTimeDefault_;
+    return runTimeDefault_.get();
 }
 
 }  // namespace settings::core

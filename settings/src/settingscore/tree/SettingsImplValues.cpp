@@ -54,34 +54,47 @@ bool SettingsImpl::isSet(std::string const& name, std::string const& level) cons
 }
 
 boost::any SettingsImpl::getCurrentStateWithLock(HeldLock const& lock, bool runDefault) const {
-    for (SettingsLevel const& level : SettingsLevelManager::levels()) {
-        boost::any value = valueOnLevel(lock, &level, level.levelName(), runDefault);
-        if (!value.empty()) return value;
-    }
-    return boost::any();
+    boost::any computed;
+    boost::any const& value = viewInForce(lock, runDefault, computed);
+    if (&value == &computed) return computed;
+    return value;
 }
 
 boost::any SettingsImpl::getAnyValueWithLock(HeldLock const& lock, std::string const& level,
                                              bool runDefault) const {
-    return valueOnLevel(lock, SettingsLevelManager::findLevel(level), level, runDefault);
+    boost::any computed;
+    boost::any const& value =
+        viewOnLevel(lock, SettingsLevelManager::findLevel(level), level, runDefault, computed);
+    if (&value == &computed) return computed;
+    return value;
 }
 
-boost::any SettingsImpl::valueOnLevel(HeldLock const& lock, SettingsLevel const* level,
-                                      std::string const& levelName, bool runDefault) const {
+boost::any const& SettingsImpl::viewInForce(HeldLock const& lock, bool runDefault,
+                                            boost::any& computed) const {
+    for (SettingsLevel const& level : SettingsLevelManager::levels()) {
+        boost::any const& value =
+            viewOnLevel(lock, &level, level.levelName(), runDefault, computed);
+        if (!value.empty()) return value;
+    }
+    return computed;
+}
+
+boost::any const& SettingsImpl::viewOnLevel(HeldLock const& lock, SettingsLevel const* level,
+                                            std::string const& levelName, bool runDefault,
+                                            boost::any& computed) const {
     if (!isLeaf_) throw exception::NotAKeyName(getParentImpl(), name_);
     if (level) {
         // An entry wins over a runtime default, also an empty one.
         if (boost::any const* const entry = levelValues_.find(level->position())) return *entry;
     }
-    if (!runDefault || isVoidRuntimeDefault(runTimeDefault_)) return boost::any();
+    if (!runDefault || isVoidRuntimeDefault(runTimeDefault_.get())) return computed;
     if (isConnectedWithLock(lock) && !isRuntimeOwningLevelWithLock(lock, levelName)) {
-        return boost::any();
+        return computed;
     }
-    boost::any result;
-    RuntimeDefaultVisitor const visitor(result);
-    boost::apply_visitor(visitor, runTimeDefault_);
-    validatePrecheckWithLock(result, lock);
-    return result;
+    RuntimeDefaultVisitor const visitor(computed);
+    boost::apply_visitor(visitor, runTimeDefault_.get());
+    validatePrecheckWithLock(computed, lock);
+    return computed;
 }
 
 boost::any SettingsImpl::getAnyValueInternal(std::string const& level, bool runDefault) const {
@@ -90,8 +103,7 @@ boost::any SettingsImpl::getAnyValueInternal(std::string const& level, bool runD
     return getAnyValueInternalWithLock(lock, level, runDefault);
 }
 
-boost::any SettingsImpl::getAnyValueInternalWithLock(HeldLock const& lock,
-                                                     std::string const& level,
+boost::any SettingsImpl::getAnyValueInternalWithLock(HeldLock const& lock, std::string const& level,
                                                      bool runDefault) const {
     return level.empty() ? getCurrentStateWithLock(lock, runDefault)
                          : getAnyValueWithLock(lock, level, runDefault);
@@ -104,7 +116,7 @@ bool SettingsImpl::isUndefined() const {
 
 bool SettingsImpl::isUndefinedWithLock(HeldLock const&) const {
     if (!isLeaf_) throw exception::NotAKeyName(getParentImpl(), name_);
-    return !levelValues_.holdsAnyValue() && isVoidRuntimeDefault(runTimeDefault_);
+    return !levelValues_.holdsAnyValue() && isVoidRuntimeDefault(runTimeDefault_.get());
 }
 
 bool SettingsImpl::isRuntimeOwningLevel(std::string const& level) const {
@@ -113,7 +125,7 @@ bool SettingsImpl::isRuntimeOwningLevel(std::string const& level) const {
 }
 
 bool SettingsImpl::isRuntimeOwningLevelWithLock(HeldLock const&, std::string const& level) const {
-    return detail::belongsToLevel(runTimeDefault_, level);
+    return detail::belongsToLevel(runTimeDefault_.get(), level);
 }
 
 // --- Checks ---------------------------------------------------------------------------------
@@ -124,16 +136,19 @@ void SettingsImpl::validateAnyValueWithLock(HeldLock const& lock, boost::any& va
         throw exception::CannotChangeValueForReadOnlySetting(sharedThis());
     }
     validatePrecheckWithLock(value, lock);
-    callValidator(lock, getParentImpl(), value);
+    // Most keys have no validator in force: found out without a copy of the value.
+    if (hasValidatorFromParentChain(lock)) callValidator(lock, getParentImpl(), value);
 }
 
 void SettingsImpl::validatePrecheckWithLock(boost::any& value, HeldLock const& lock) const {
     if (!boostany::isSupported(value)) {
         throw exception::UnsupportedType(sharedThis(), getReadableName(value.type()));
     }
-    KeyRules const rules = settledRules(value);
+    KeyRules const& rules = settledRules(value);
     if (rules.dataTypeIndex_ != anyTypeIndex) (*rules.valueTypeChecker_)(value);
     (*rules.valueArraySizeValidator_)(value);
+    // Without metadata the checker refuses no value but the empty one.
+    if (metaData_.get().empty() && !value.empty()) return;
     detail::RangeAndChoiceChecker checker(sharedThis(), lock);
     boostany::applyVisitor(checker, value, true);
 }
@@ -141,11 +156,6 @@ void SettingsImpl::validatePrecheckWithLock(boost::any& value, HeldLock const& l
 void SettingsImpl::callValidator(HeldLock const& lock,
                                  boost::shared_ptr<SettingsImpl const> const& parent,
                                  boost::any const& value) const {
-    // Most keys have no validator in force: found out without a copy of the value.
-    bool const mayApply =
-        getValidatorFromParentChain(lock).which() != 0 ||
-        (parent && parent->getValidatorFromParentChain(lock).which() != 0);
-    if (!mayApply) return;
     detail::ValidationVisitor visitor(lock, parent, sharedThis(), value);
     boost::apply_visitor(visitor, validator_);
 }
@@ -154,24 +164,28 @@ void SettingsImpl::callValidator(HeldLock const& lock,
 
 bool SettingsImpl::setAnyValueWithLock(UpgradeLock& lock, boost::any const& value,
                                        std::string const& level) {
-    Stored const stored = storeAnyValueWithLock(lock, value, level);
+    Stored const stored =
+        storeAnyValueWithLock(lock, value, *SettingsLevelManager::findLevel(level));
     if (stored.tellListeners) fireValueChangeWithLock(lock);
     return stored.changed;
 }
 
-SettingsImpl::Stored SettingsImpl::storeAnyValueWithLock(UpgradeLock& lock,
-                                                         boost::any const& value,
-                                                         std::string const& level) {
-    boost::any const old = getCurrentStateWithLock(lock, true);
-    boost::any const oldOnLevel = getAnyValueWithLock(lock, level, true);
-    if (boostany::isEqual(value, oldOnLevel)) return {false, false};
+SettingsImpl::Stored SettingsImpl::storeAnyValueWithLock(UpgradeLock& lock, boost::any const& value,
+                                                         SettingsLevel const& level) {
+    boost::any computedBefore;
+    boost::any computedOnLevel;
+    boost::any const& inForce = viewInForce(lock, true, computedBefore);
+    boost::any const& onLevel = viewOnLevel(lock, &level, level.levelName(), true, computedOnLevel);
+    if (boostany::isEqual(value, onLevel)) return {false, false};
     boostany::detail::CreateAny copier;
     boost::any copy = boostany::applyVisitor(copier, value, true);
+    bool const replacesInForce = &inForce == &onLevel;
     {
         ExclusiveTreeLock const exclusive(lock);
-        levelValues_.put(SettingsLevelManager::findLevel(level)->position(), copy);
+        levelValues_.put(level.position(), copy);
     }
-    return {true, currentStateDiffersWithLock(lock, old)};
+    // The entry that was replaced has been swapped into the copy.
+    return {true, currentStateDiffersWithLock(lock, replacesInForce ? copy : inForce)};
 }
 
 void SettingsImpl::setAnyInternal(boost::any const& value, std::string const& level) {
@@ -224,8 +238,10 @@ void SettingsImpl::removeValueFromMapWithLock(UpgradeLock& lock, std::string con
 }
 
 bool SettingsImpl::currentStateDiffersWithLock(HeldLock const& lock, boost::any const& old) const {
-    boost::any const now = getCurrentStateWithLock(lock, true);
-    return isConnectedWithLock(lock) && !boostany::isEqual(now, old);
+    boost::any computed;
+    boost::any const& now = viewInForce(lock, true, computed);
+    // The same object counts as equal even if it is a NaN, which the same value does not.
+    return !boostany::isEqual(now, &now == &old ? boost::any(old) : old);
 }
 
 // --- Levels that a change of the structure touches --------------------------------------------
@@ -234,7 +250,8 @@ namespace {
 
 std::string joined(std::set<std::string> const& names) {
     std::string text;
-    for (std::string const& name : names) text += (text.empty() ? "" : ", ") + name;
+    for (std::string const& name : names)
+        text += (text.empty() ? "" : ", ") + name;
     return text;
 }
 
@@ -263,7 +280,8 @@ void SettingsImpl::getlevelsContainValue(HeldLock const& lock,
             if (levelValues_.hasValue(level.position())) levels.insert(level.levelName());
         }
     } else {
-        for (auto const& entry : childMap()) entry.second->getlevelsContainValue(lock, levels);
+        for (auto const& entry : childMap())
+            entry.second->getlevelsContainValue(lock, levels);
     }
     levels.insert("user");
 }

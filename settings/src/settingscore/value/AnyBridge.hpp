@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <type_traits>
 #include <typeinfo>
@@ -96,6 +97,7 @@ public:
     }
 
     boost::optional<Result>& result() { return result_; }
+    unsigned long index() const { return index_; }
 
 private:
     boost::any const& value_;
@@ -120,6 +122,15 @@ struct TryNextType<Index, true> {
     static void runFunctor(Functor&) {}
 };
 
+/// The steps of the walk one by one: where the type is known, the one that counts is enough.
+template <class Functor, std::size_t... Index>
+constexpr auto stepsOf(std::index_sequence<Index...>) {
+    using Step = void (*)(Functor&);
+    return std::array<Step, sizeof...(Index)>{[](Functor& functor) {
+        functor(AnyTypeWrapper<std::tuple_element_t<Index, SupportedTuple>>());
+    }...};
+}
+
 }  // namespace detail
 
 /// Calls `functor` with a `Wrapper<T>`, such as `detail::AnyTypeWrapper<T>`, for each of the 25
@@ -143,9 +154,12 @@ typename detail::result_of<Visitor>::type applyVisitor(Visitor& visitor, boost::
                                                        bool assertExported) {
     if (assertExported) detail::assertIfTypeNotExported(value.type());
     using Result = typename detail::result_of<Visitor>::type;
-    detail::InvokeVisitor<Visitor, Result> invoker(value, visitor);
-    ForEachSupportedType<detail::AnyTypeWrapper>(invoker);
-    if (!invoker.result()) throw UnsupportedAnyType(value.type());
+    using Invoker = detail::InvokeVisitor<Visitor, Result>;
+    static constexpr auto steps =
+        detail::stepsOf<Invoker>(std::make_index_sequence<supportedTypeCount>());
+    Invoker invoker(value, visitor);
+    if (invoker.index() == supportedTypeCount) throw UnsupportedAnyType(value.type());
+    steps[invoker.index()](invoker);
     return std::move(*invoker.result());
 }
 #if defined(__GNUC__) && !defined(__clang__)

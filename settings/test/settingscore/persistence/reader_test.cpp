@@ -444,9 +444,9 @@ TEST_F(Reader, keepsNothingOfARefusedFile) {
         auto const info = ::mallinfo2();
         return info.uordblks + info.hblkhd;
     };
-    std::size_t const million = 1 << 20;
+    std::size_t const length = 1 << 20;
     auto const parse = [&](char c) {
-        std::string const nameSpace(million, c);
+        std::string const nameSpace(length, c);
         auto const refusal =
             refusalOf([&] { folder_.parse(fileText("<x:a xmlns:x=\"urn:" + nameSpace + "\"/>")); });
         EXPECT_EQ(refusal.code, 4);
@@ -455,7 +455,7 @@ TEST_F(Reader, keepsNothingOfARefusedFile) {
     std::size_t const before = inUse();
     for (char c = 'b'; c != 'h'; ++c)
         parse(c);
-    EXPECT_LT(inUse(), before + 2 * million);
+    EXPECT_LT(inUse(), before + 2 * length);
 }
 
 /// No attributes at all, as without a schema that supplies some.

@@ -136,7 +136,7 @@ TEST_F(BatchTest, WhatIsNoRefusalLeavesEitherMode) {
 TEST_F(BatchTest, TheSameKeyTwiceIsJudgedByTheOldStateBothTimes) {
     at("p")->setValidator(CValidator("checks", "withinLimit"));
     attachedKey("limit", at("p"));
-    at("p.limit")->setValidator(CValidator("checks", "accept"));
+    at("p.limit")->setValidator(CValidator("checks", "acceptAll"));
     at("p")->setAny("limit", 10, "session");
     EXPECT_THROW(at("p")->setMultipleOrThrow(Names{{"limit", 20}, {"a", 15}}, "session"),
                  exception::ExceptionFromValidationFunction);

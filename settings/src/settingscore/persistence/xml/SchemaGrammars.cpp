@@ -12,9 +12,8 @@
 
 namespace settings::core {
 
-xercesc::XMLGrammarPool& schemaGrammars(qf::filesystem::path const& schema,
-                                        ustring const& location) {
-    using Pools = std::map<ustring, std::unique_ptr<xercesc::XMLGrammarPoolImpl>>;
+SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const& location) {
+    using Pools = std::map<ustring, SchemaGrammars>;
     static std::mutex mutex;
     // Never destroyed: the parser is never ended either, and parses may go on in static
     // destructors.
@@ -22,7 +21,7 @@ xercesc::XMLGrammarPool& schemaGrammars(qf::filesystem::path const& schema,
 
     std::lock_guard<std::mutex> const lock(mutex);
     auto const found = pools.find(location);
-    if (found != pools.end()) return *found->second;
+    if (found != pools.end()) return found->second;
 
     auto pool = std::make_unique<xercesc::XMLGrammarPoolImpl>();
     {
@@ -38,14 +37,19 @@ xercesc::XMLGrammarPool& schemaGrammars(qf::filesystem::path const& schema,
         reader->loadGrammar(SettingsInputSource(schema, bytes), xercesc::Grammar::SchemaGrammarType,
                             true);
     }
+    // Asked for before the pool is locked and hands out one that takes more names.
+    xercesc::XMLStringPool const& names = *pool->getURIStringPool();
     pool->lockPool();
-    return *pools.emplace(location, std::move(pool)).first->second;
+    SchemaGrammars const grammars{*pool, names};
+    pools.emplace(location, grammars);
+    pool.release();
+    return grammars;
 }
 
 // What would change the shared grammars does nothing, as in any locked pool.
 
-ParseGrammars::ParseGrammars(xercesc::XMLGrammarPool& shared)
-    : shared_(shared), names_(shared.getURIStringPool()) {}
+ParseGrammars::ParseGrammars(SchemaGrammars const& shared)
+    : shared_(shared.pool), names_(&shared.names) {}
 
 bool ParseGrammars::cacheGrammar(xercesc::Grammar*) { return false; }
 

@@ -8,18 +8,23 @@
 
 namespace settings::core {
 
+struct SchemaGrammars {
+    xercesc::XMLGrammarPool& pool;
+    /// The names that the pool's grammars use. They stay as they are.
+    xercesc::XMLStringPool const& names;
+};
+
 /// The parsed schema of a location. It is parsed once, locked, and then shared by the parsers of
 /// all threads for the rest of the process; a failed attempt is repeated by the next caller.
 /// @throws xercesc::SAXException, xercesc::XMLException if the schema can't be read
-xercesc::XMLGrammarPool& schemaGrammars(qf::filesystem::path const& schema,
-                                        ustring const& location);
+SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const& location);
 
 /// One parse's view of shared, locked grammars. A locked pool keeps the name of every namespace
 /// that any file ever told; here they go with the parse.
 class ParseGrammars : public xercesc::XMLGrammarPool {
 public:
     /// Refers to the grammars, which have to live as long.
-    explicit ParseGrammars(xercesc::XMLGrammarPool& shared);
+    explicit ParseGrammars(SchemaGrammars const& shared);
 
     bool cacheGrammar(xercesc::Grammar* grammar) override;
     xercesc::Grammar* retrieveGrammar(xercesc::XMLGrammarDescription* description) override;

@@ -85,7 +85,7 @@ ustring schemaLocation(path const& schema) {
 /// The parser. It tells the handler also what it would keep to itself.
 class FileParser : private ParseGrammars, public xercesc::SAX2XMLReaderImpl {
 public:
-    FileParser(xercesc::XMLGrammarPool& grammars, SettingsSaxHandler& handler)
+    FileParser(SchemaGrammars const& grammars, SettingsSaxHandler& handler)
         : ParseGrammars(grammars),
           SAX2XMLReaderImpl(xercesc::XMLPlatformUtils::fgMemoryManager,
                             static_cast<ParseGrammars*>(this)),
@@ -109,7 +109,7 @@ std::unique_ptr<FileParser> createReader(SettingsSaxHandler& handler) {
     ustring location = schemaLocation(schema);
     std::unique_ptr<FileParser> reader;
     parsing([&] {
-        auto& grammars = schemaGrammars(schema, location);
+        auto const grammars = schemaGrammars(schema, location);
         try {
             reader = std::make_unique<FileParser>(grammars, handler);
         } catch (xercesc::XMLException const&) {

@@ -13,11 +13,12 @@ using XMLHelperFunctions::isTrue;
 
 XMLKey::XMLKey(xercesc::Attributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
     : XMLNode(parent),
-      settings_(boost::make_shared<SettingsImpl>(
-          getAttribute(attributes, u"name"), true,
-          boost::optional<bool>(isTrue(attributes, u"visible")), Validator(),
-          boost::logic::tribool(isTrue(attributes, u"readonly")),
-          boost::shared_ptr<SettingsImpl>())),
+      // Not in one block with its count: the loaded key takes over a size rule that goes on
+      // referring weakly to this node, and would keep its memory.
+      settings_(new SettingsImpl(getAttribute(attributes, u"name"), true,
+                                 boost::optional<bool>(isTrue(attributes, u"visible")), Validator(),
+                                 boost::logic::tribool(isTrue(attributes, u"readonly")),
+                                 boost::shared_ptr<SettingsImpl>())),
       canBeAnyType_(isTrue(attributes, u"anytype")) {}
 
 void XMLKey::closeTag() const {
