@@ -10,9 +10,9 @@
 #include <settingscore/host/MsgID.hpp>
 #include <settingscore/host/UString.hpp>
 
-/// The host's exception bases. An exception of the system is an `Exception<Tag, std::exception>`:
-/// it can be caught by its tag (`IInternalException`, a message id class), by `IException`, and as
-/// a `std::exception`. None of the interfaces derives from `std::exception` itself, so that the
+/// The host's exception bases. An exception of the system is an `Exception<Tag, std::exception>`,
+/// with a marker interface or a message-id class as its tag. It can be caught as that, by its
+/// interface (`IInternalException`, `IMsgIDException`, `IException`), and as a `std::exception`. None of the interfaces derives from `std::exception` itself, so that the
 /// latter is never an ambiguous base.
 namespace qf::except {
 
