@@ -5,6 +5,7 @@
 #include <mutex>
 #include <stdexcept>
 
+#include <unistd.h>
 #include <qbhost/QbHost.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/tree/ZSettings.hpp>
@@ -37,6 +38,15 @@ std::string productText(std::string const& name, Files::Shape const& shape) {
     return text + "</settings>\n";
 }
 
+std::unique_ptr<qbtest::TempFolder> makeFolder(Files::Place place) {
+    char const* const inMemory = "/dev/shm";
+    qbtest::ScopedEnvironment environment;
+    if (place == Files::Place::memory && ::access(inMemory, W_OK | X_OK) == 0) {
+        environment.set("TMPDIR", inMemory);
+    }
+    return std::make_unique<qbtest::TempFolder>();
+}
+
 settings::core::ZcrID nextInstance() {
     static int next = 0;
     return settings::core::ZcrID(++next);
@@ -44,7 +54,7 @@ settings::core::ZcrID nextInstance() {
 
 }  // namespace
 
-Files::Files(Shape const& shape) {
+Files::Files(Shape const& shape, Place place) : folder_(makeFolder(place)) {
     std::filesystem::create_directories(userDir());
     for (int i = 0; i < shape.products; ++i) {
         std::string const text = productText(number('p', i), shape);
@@ -71,9 +81,9 @@ Instance::Instance(Files const& files) : id_(nextInstance()) {
 
 Instance::~Instance() { qbhost::endInstance(id_); }
 
-LoadedProduct::LoadedProduct(int count)
+LoadedProduct::LoadedProduct(int count, Files::Place place)
     : keys(count),
-      files({1, count / keysInGroup, keysInGroup, true}),
+      files({1, count / keysInGroup, keysInGroup, true}, place),
       instance(files),
       root(instance.root()),
       product(root->getChild("p0")),

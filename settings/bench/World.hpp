@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include <boost/any.hpp>
@@ -23,16 +24,19 @@ public:
         int keys = 1;    ///< In each group.
         bool userValues = false;
     };
-    explicit Files(Shape const& shape);
+    /// In memory, where the machine has such a folder, the figures are those of the library and not
+    /// of a disk; the disk is where temporary files go.
+    enum class Place { memory, disk };
+    explicit Files(Shape const& shape, Place place = Place::memory);
 
-    std::string factoryDir() const { return (folder_.path() / "toolbox").string(); }
-    std::string userDir() const { return (folder_.path() / "user").string(); }
+    std::string factoryDir() const { return (folder_->path() / "toolbox").string(); }
+    std::string userDir() const { return (folder_->path() / "user").string(); }
     std::string factoryFile(int product = 0) const;
     std::string userFile(int product = 0) const;
     std::string scratchFile(std::string const& name) const { return userDir() + "/" + name; }
 
 private:
-    qbtest::TempFolder folder_;
+    std::unique_ptr<qbtest::TempFolder> folder_;
 };
 
 /// An instance of the host that reads such files, until the end of the scope.
@@ -54,7 +58,7 @@ private:
 /// the same size, and never destroyed.
 struct LoadedProduct {
     static constexpr int keysInGroup = 50;
-    explicit LoadedProduct(int count);
+    explicit LoadedProduct(int count, Files::Place place = Files::Place::memory);
     static LoadedProduct const& of(int count);
 
     int const keys;

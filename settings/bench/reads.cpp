@@ -15,7 +15,7 @@ std::string const key = "k1";
 std::string const inForce;
 
 void sharedLock(benchmark::State& state) {
-    boost::shared_mutex mutex;
+    static auto& mutex = *new boost::shared_mutex;
     for (auto _ : state) {
         boost::shared_lock<boost::shared_mutex> const lock(mutex);
         benchmark::ClobberMemory();

@@ -8,44 +8,12 @@
 #include <CLI/CLI.hpp>
 #include <qbsettings/Failure.hpp>
 #include <qbsettings/Text.hpp>
+#include <qbsettings/Words.hpp>
 #include <settingscore/roots/SettingsContext.hpp>
 
 namespace qbsettings {
 
 namespace {
-
-/// Stands before a word that the option parser would not hand on as it is: it takes "[a]" and "{}"
-/// for lists, and "-inf" for an option. A value that begins with this character is marked as well.
-constexpr char mark = '\x01';
-
-bool isNegativeNumber(std::string const& word) {
-    if (word.size() < 2 || word.front() != '-') return false;
-    if ((word[1] >= '0' && word[1] <= '9') || word[1] == '.') return true;
-    std::string rest = word.substr(1);
-    for (char& c : rest) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return rest == "inf" || rest == "infinity" || rest.compare(0, 3, "nan") == 0;
-}
-
-std::string marked(std::string const& word) {
-    bool const special = word.empty() || word.front() == '[' || word.front() == '{' ||
-                         word.front() == mark || isNegativeNumber(word);
-    return special ? mark + word : word;
-}
-
-void unmark(std::string& word) {
-    if (!word.empty() && word.front() == mark) word.erase(0, 1);
-}
-
-void unmark(std::vector<std::string>& words) {
-    for (std::string& word : words)
-        unmark(word);
-}
-
-void unmark(std::optional<std::string>& word) {
-    if (word) unmark(*word);
-}
 
 void requireUtf8(std::string const& text) {
     if (!isUtf8(text)) throw Failure(inQuotes(asLine(text)) + " is not UTF-8");
@@ -108,6 +76,10 @@ struct Reader {
             ->type_name("");
     }
 
+    void addJson(CLI::App& sub) {
+        sub.add_flag("--json", line.arguments.json, "Print one line of JSON");
+    }
+
     void addTarget(CLI::App& sub) {
         sub.add_option("--to", line.arguments.to, "File to write")->required()->type_name("FILE");
         sub.add_flag("--force", line.arguments.force, "Replace the file if it is there");
@@ -117,17 +89,20 @@ struct Reader {
         CLI::App& list = add("list", &listCommand, "Show every key below a name, one line each",
                              "list plotter.pen");
         addName(list, false, "Product, group or key; all products if absent");
+        addJson(list);
 
         CLI::App& get =
             add("get", &getCommand, "Print a value, one element a line", "get plotter.pen.width");
         addName(get, true, "Key");
         addLevel(get, "Look at this level alone: session, user or factory");
+        addJson(get);
 
         CLI::App& describe = add("describe", &describeCommand,
                                  "Tell the rules of a key and its values on every level, or what "
                                  "a group holds",
                                  "describe plotter.pen.width");
         addName(describe, true, "Key, group or product");
+        addJson(describe);
 
         CLI::App& check = add("check", &checkCommand,
                               "Tell every fault of the settings files with file, line and column",
@@ -137,8 +112,15 @@ struct Reader {
                         "Files to check; those of all products if "
                         "absent")
             ->type_name("");
+        addJson(check);
 
-        add("dirs", &dirsCommand, "Print the directories in force", "dirs");
+        addJson(add("dirs", &dirsCommand, "Print the directories in force", "dirs"));
+
+        CLI::App& complete = add("complete", &completeCommand, "Print the names that begin so",
+                                 "complete plotter.p");
+        // For the completion of shells, not for people.
+        complete.group("");
+        addName(complete, false, "Beginning of a name");
     }
 
     void addWriteCommands() {
@@ -163,6 +145,7 @@ struct Reader {
                                 "set-many changes.txt");
         addFile(setMany, false, "File with the lines; standard input if absent or '-'");
         addLevel(setMany, "Level to write: user (default) or session");
+        addJson(setMany);
 
         CLI::App& newKey = add("add", &addCommand, "Add a key of the user's own",
                                "add plotter.mine.speed --type double 1.5");
@@ -207,6 +190,7 @@ struct Reader {
                           "Tell what would come, change nothing");
         imported.add_flag("--replace", line.arguments.replace,
                           "Set the values that are there already as well");
+        addJson(imported);
 
         CLI::App& factory =
             add("make-factory", &makeFactoryCommand, "Make a factory file of a settings file",
@@ -244,10 +228,8 @@ struct Reader {
 
     void parse(std::vector<std::string> const& words) {
         // The parser takes words from the end.
-        std::vector<std::string> reversed;
-        for (auto word = words.rbegin(); word != words.rend(); ++word) {
-            reversed.push_back(marked(*word));
-        }
+        std::vector<std::string> reversed = markWords(words);
+        std::reverse(reversed.begin(), reversed.end());
         try {
             app.parse(reversed);
             finish();
@@ -282,9 +264,7 @@ struct Reader {
             return inQuotes(word) + " is one word too many";
         }
         if (&sub == &app && error.get_name() == "RequiredError") return "a command is missing";
-        std::string message = error.what();
-        message.erase(std::remove(message.begin(), message.end(), mark), message.end());
-        return message;
+        return withoutMarks(error.what());
     }
 };
 

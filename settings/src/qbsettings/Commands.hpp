@@ -21,6 +21,7 @@ struct Arguments {
     bool force = false;
     bool dryRun = false;
     bool replace = false;
+    bool json = false;  ///< Print JSON in the place of rows.
 
     std::string const& name() const { return names.front(); }
 };
@@ -34,6 +35,7 @@ int getCommand(Context& context, Arguments const& arguments);
 int describeCommand(Context& context, Arguments const& arguments);
 int dirsCommand(Context& context, Arguments const& arguments);
 int checkCommand(Context& context, Arguments const& arguments);
+int completeCommand(Context& context, Arguments const& arguments);
 
 int setCommand(Context& context, Arguments const& arguments);
 int unsetCommand(Context& context, Arguments const& arguments);

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <iterator>
 
+#include <nlohmann/json.hpp>
 #include <qbsettings/Commands.hpp>
 #include <qbsettings/Failure.hpp>
 #include <qbsettings/Json.hpp>
@@ -84,9 +85,18 @@ Entry readLine(Context& context, std::size_t number, std::string const& line) {
     return {number, key, value};
 }
 
-/// Reads all lines; tells every refusal. False if there was one.
-bool readLines(Context& context, std::string const& text, std::vector<Entry>& entries) {
-    bool good = true;
+/// What became of the lines.
+struct Result {
+    std::vector<Entry> entries;
+    Json refused = Json::array();
+
+    void refuse(Json const& line, std::string const& message) {
+        refused.push_back({{"line", line}, {"message", message}});
+    }
+};
+
+/// Reads all lines; tells every refusal.
+void readLines(Context& context, std::string const& text, Result& result) {
     std::size_t number = 0;
     for (std::size_t at = 0; at < text.size();) {
         std::size_t const end = std::min(text.find('\n', at), text.size());
@@ -96,13 +106,42 @@ bool readLines(Context& context, std::string const& text, std::vector<Entry>& en
         std::string const content = trimmed(line);
         if (content.empty() || content.front() == '#') continue;
         try {
-            entries.push_back(readLine(context, number, content));
+            result.entries.push_back(readLine(context, number, content));
         } catch (Failure const& failure) {
             complain("line " + std::to_string(number) + ": " + failure.what());
-            good = false;
+            result.refuse(number, failure.what());
         }
     }
-    return good;
+}
+
+/// Sets the keys, all or none.
+void setAll(Context& context, std::string const& level, Result& result) {
+    std::vector<Settings::NodeValue> batch;
+    for (Entry const& entry : result.entries)
+        batch.emplace_back(entry.key, entry.value);
+    // A key that was named twice, or one whose rules the first line fixed, can still be refused.
+    for (auto const& [name, message] : context.root()->setMultiple(batch, level)) {
+        std::string const text = name + ": " + message;
+        complain(text);
+        Json line;
+        for (Entry const& entry : result.entries) {
+            if (entry.key->getFullName() == name) line = entry.line;
+        }
+        result.refuse(line, text);
+    }
+}
+
+/// A JSON object that tells which names got which value; none if a line was refused.
+void printResult(Result const& result) {
+    Json rows = Json::array();
+    for (Entry const& entry : result.entries) {
+        if (!result.refused.empty()) break;
+        KeyType const type = typeOf(settings::core::describeKey(entry.key));
+        rows.push_back({{"line", entry.line},
+                        {"name", entry.key->getFullName()},
+                        {"value", jsonOf(entry.value, type)}});
+    }
+    printJson({{"set", rows}, {"refused", result.refused}});
 }
 
 /// What holds after the last line that names a key.
@@ -125,21 +164,16 @@ int setManyCommand(Context& context, Arguments const& arguments) {
     std::string const text = readInput(arguments);
     std::string const level = levelForWriting(context, arguments.level);
     if (level == "factory") throw Failure("the level 'factory' cannot be changed");
-    std::vector<Entry> entries;
-    if (!readLines(context, text, entries)) {
+    Result result;
+    readLines(context, text, result);
+    if (!result.refused.empty()) {
         complain("nothing was set");
-        return refused;
+    } else {
+        setAll(context, level, result);
     }
-    std::vector<Settings::NodeValue> batch;
-    for (Entry const& entry : entries)
-        batch.emplace_back(entry.key, entry.value);
-    // A key that was named twice, or one whose rules the first line fixed, can still be refused.
-    auto const errors = context.root()->setMultiple(batch, level);
-    for (auto const& error : errors)
-        complain(error.first + ": " + error.second);
-    if (!errors.empty()) return refused;
-    confirmAll(context, entries, level);
-    return done;
+    if (result.refused.empty()) confirmAll(context, result.entries, level);
+    if (arguments.json) printResult(result);
+    return result.refused.empty() ? done : refused;
 }
 
 }  // namespace qbsettings

@@ -4,9 +4,11 @@
 #include <iostream>
 
 #include <boost/mpl/void.hpp>
+#include <nlohmann/json.hpp>
 #include <qbsettings/Commands.hpp>
 #include <qbsettings/Failure.hpp>
 #include <qbsettings/Faults.hpp>
+#include <qbsettings/Json.hpp>
 #include <qbsettings/Text.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/tree/ZSettings.hpp>
@@ -20,26 +22,61 @@ using settings::core::ZSettings;
 
 namespace {
 
-void print(Fault const& fault) { std::cout << asLine(fault.toText()) << '\n'; }
+/// Takes what is found, and prints it line by line or gathers it for JSON.
+class Findings {
+public:
+    explicit Findings(bool json) : json_(json) {}
+
+    void addFault(Fault const& fault) {
+        good_ = false;
+        add("fault", fault);
+    }
+    /// Of what is no fault.
+    void addNote(qf::ustring const& file, std::string const& text) { add("note", {file, text}); }
+    int finish() const {
+        if (json_) printJson(document_);
+        return good_ ? done : refused;
+    }
+
+private:
+    void add(std::string const& kind, Fault const& fault) {
+        Fault::Parts const parts = fault.parts();
+        if (json_) {
+            document_.push_back({{"kind", kind},
+                                 {"file", fault.file.empty() ? Json() : Json(pathText(fault.file))},
+                                 {"line", numberOf(parts.line)},
+                                 {"column", numberOf(parts.column)},
+                                 {"message", parts.message}});
+        } else {
+            std::string const mark = kind == "note" ? "note: " : "";
+            std::cout << asLine(Fault{fault.file, mark + fault.text}.toText()) << '\n';
+        }
+    }
+    static Json numberOf(std::string const& digits) {
+        return digits.empty() ? Json() : Json::parse(digits);
+    }
+
+    bool json_;
+    bool good_ = true;
+    Json document_ = Json::array();
+};
 
 /// Tells what is legal in a file and has no effect.
-void printNotes(qf::ustring const& file, Settings const& top) {
+void findIdle(qf::ustring const& file, Settings const& top, Findings& findings) {
     if (top.isReadOnly()) {
-        print({file, "note: 'readonly' on the product's own element has no effect"});
+        findings.addNote(file, "'readonly' on the product's own element has no effect");
     }
     if (top.getValidator().which() != 0) {
-        print({file, "note: 'validationfunc' of the product's own element has no effect"});
+        findings.addNote(file, "'validationfunc' of the product's own element has no effect");
     }
 }
 
-/// Reads one file by itself. False if it has a fault.
-bool checkFile(qf::ustring const& file) {
+/// Reads one file by itself.
+void checkFile(qf::ustring const& file, Findings& findings) {
     try {
-        printNotes(file, *Settings::importAsStandaloneObject(file));
-        return true;
+        findIdle(file, *Settings::importAsStandaloneObject(file), findings);
     } catch (std::exception const& error) {
-        print(faultOfImport(file, error));
-        return false;
+        findings.addFault(faultOfImport(file, error));
     }
 }
 
@@ -50,19 +87,19 @@ bool isFaulty(Context const& context, qf::ustring const& file) {
 }
 
 /// A folder that cannot be listed counts as empty in a load. False if it is there and cannot be.
-bool checkFolder(qf::ustring const& folder) {
+bool checkFolder(qf::ustring const& folder, Findings& findings) {
     try {
         if (!folder.empty() && fs::exists(folder))
             fs::basic_directory_iterator const entries(folder);
         return true;
     } catch (fs::FsysExceptionBase const& error) {
-        print({folder, error.reason()});
+        findings.addFault({folder, error.reason()});
         return false;
     }
 }
 
 /// Tells of the user files that saves kept aside.
-void printKeptAside(qf::ustring const& folder) {
+void findKeptAside(qf::ustring const& folder, Findings& findings) {
     static qf::ustring const mark = u".settings.rejected";
     if (!fs::exists(folder)) return;
     for (fs::upath_directory_entry const& entry : fs::basic_directory_iterator(folder)) {
@@ -70,50 +107,45 @@ void printKeptAside(qf::ustring const& folder) {
         std::size_t const at = name.rfind(mark);
         if (at == qf::ustring::npos || at == 0) continue;
         if (name.find_first_not_of(u".0123456789", at + mark.size()) != qf::ustring::npos) continue;
-        print({entry.full_pathname().str(),
-               "note: kept aside, since it could not be read when its product was saved"});
+        findings.addNote(entry.full_pathname().str(),
+                         "kept aside, since it could not be read when its product was saved");
     }
 }
 
-bool checkProduct(Context& context, SettingsPtr const& product) {
+void checkProduct(Context& context, SettingsPtr const& product, Findings& findings) {
     std::string const name = product->getName();
     std::size_t const before = context.faults().size();
     context.loading([&] { return product->getChildren(); });
     auto const& faults = context.faults();
-    bool good = faults.size() == before;
     for (std::size_t i = before; i < faults.size(); ++i)
-        print(faults[i]);
+        findings.addFault(faults[i]);
 
     std::vector<qf::ustring> files = context.factoryFiles(name);
     files.push_back(context.userFile(name));
     for (qf::ustring const& file : files) {
-        if (!isFaulty(context, file) && fs::exists(file)) good = checkFile(file) && good;
+        if (!isFaulty(context, file) && fs::exists(file)) checkFile(file, findings);
     }
-    return good;
 }
 
-bool checkAll(Context& context) {
+void checkAll(Context& context, Findings& findings) {
     context.keepQuiet();
     SettingsPtr const root = context.root();
-    bool good = checkFolder(ZSettings::getFactoryDir(BlessedZcrID));
-    bool const userFolder = checkFolder(context.userDirectory());
-    if (userFolder) printKeptAside(context.userDirectory());
-    good = userFolder && good;
-    for (SettingsPtr const& product : root->getChildren()) {
-        good = checkProduct(context, product) && good;
+    checkFolder(ZSettings::getFactoryDir(BlessedZcrID), findings);
+    if (checkFolder(context.userDirectory(), findings)) {
+        findKeptAside(context.userDirectory(), findings);
     }
-    return good;
+    for (SettingsPtr const& product : root->getChildren())
+        checkProduct(context, product, findings);
 }
 
 }  // namespace
 
 int checkCommand(Context& context, Arguments const& arguments) {
-    if (arguments.files.empty()) return checkAll(context) ? done : refused;
-    bool good = true;
-    for (std::string const& name : arguments.files) {
-        good = checkFile(fs::absolute(fs::from_native(name), fs::path()).str()) && good;
-    }
-    return good ? done : refused;
+    Findings findings(arguments.json);
+    if (arguments.files.empty()) checkAll(context, findings);
+    for (std::string const& name : arguments.files)
+        checkFile(fs::absolute(fs::from_native(name), fs::path()).str(), findings);
+    return findings.finish();
 }
 
 }  // namespace qbsettings

@@ -2,10 +2,12 @@
 
 #include <iostream>
 
+#include <nlohmann/json.hpp>
 #include <qbsettings/Commands.hpp>
 #include <qbsettings/Errors.hpp>
 #include <qbsettings/Failure.hpp>
 #include <qbsettings/Faults.hpp>
+#include <qbsettings/Json.hpp>
 #include <qbsettings/KeyState.hpp>
 #include <qbsettings/Names.hpp>
 #include <qbsettings/Saved.hpp>
@@ -26,16 +28,39 @@ namespace {
 
 /// What an import will do.
 struct Plan {
-    std::vector<std::string> rows;              ///< "what<TAB>name<TAB>value", as they are printed.
+    struct Row {
+        std::string change;
+        std::string name;
+        KeyType type;
+        boost::any value;
+    };
+
+    std::vector<Row> rows;
     std::vector<Settings::NodeValue> replaced;  ///< Keys whose own value gives way.
     std::vector<SettingsPtr> dropped;           ///< Keys of the file that are not to be taken.
     std::vector<std::string> refusals;
 
-    void add(char const* what, std::string const& name, boost::any const& value) {
-        rows.push_back(std::string(what) + '\t' + asColumn(name) + '\t' +
-                       asColumn(join(elementTexts(value), ", ")));
+    void add(char const* change, std::string const& name, SettingsPtr const& key,
+             boost::any const& value) {
+        rows.push_back({change, name, typeOf(settings::core::describeKey(key)), value});
     }
 };
+
+/// Prints the rows, or all that was planned as a JSON object.
+void print(Plan const& plan, bool json) {
+    Json changes = Json::array();
+    for (Plan::Row const& row : plan.rows) {
+        if (json) {
+            changes.push_back({{"change", row.change},
+                               {"name", row.name},
+                               {"value", jsonOf(row.value, row.type)}});
+        } else {
+            std::cout << row.change << '\t' << asColumn(row.name) << '\t'
+                      << asColumn(join(elementTexts(row.value), ", ")) << '\n';
+        }
+    }
+    if (json) printJson({{"changes", changes}, {"refused", plan.refusals}});
+}
 
 bool hasValueOn(SettingsPtr const& key, std::string const& level) {
     auto const stored = settings::core::describeKey(key).storedLevels;
@@ -72,7 +97,7 @@ public:
     /// A node that the target lacks, under the name that it will have.
     void planNew(SettingsPtr const& node, std::string const& name) {
         if (node->isLeafNode()) {
-            plan_.add("added", name, importedValue(node));
+            plan_.add("added", name, node, importedValue(node));
             return;
         }
         for (SettingsPtr const& child : node->getChildren()) {
@@ -89,17 +114,17 @@ private:
         if (value.empty()) return;
         if (target->isReadOnly() && isSame(value, valueOn(target, ""))) {
             // A value of the user's own would outlive a change of the factory's, for good.
-            plan_.add("same", name, value);
+            plan_.add("same", name, target, value);
             plan_.dropped.push_back(source);
             return;
         }
         bool const isThere = hasValueOn(target, level_);
         if (isThere && isSame(value, valueOn(target, level_))) {
-            plan_.add("same", name, value);
+            plan_.add("same", name, target, value);
             return;
         }
         if (isThere && !replace_) {
-            plan_.add("kept", name, valueOn(target, level_));
+            plan_.add("kept", name, target, valueOn(target, level_));
             return;
         }
         try {
@@ -108,7 +133,7 @@ private:
             plan_.refusals.push_back(refusal(context_, target, error, elementTexts(value)).what());
             return;
         }
-        plan_.add(isThere ? "replaced" : "set", name, value);
+        plan_.add(isThere ? "replaced" : "set", name, target, value);
         if (isThere) plan_.replaced.emplace_back(target, value);
     }
 
@@ -179,16 +204,17 @@ int importCommand(Context& context, Arguments const& arguments) {
     } else {
         planner.planNew(source, source->getName());
     }
-    Plan const& plan = planner.plan();
+    Plan plan = planner.plan();
     for (std::string const& text : plan.refusals)
         complain(text);
     if (!plan.refusals.empty()) {
         complain("nothing was imported");
+        plan.rows.clear();
+        if (arguments.json) print(plan, true);
         return refused;
     }
     if (!arguments.dryRun) carryOut(context, plan, source, target, level);
-    for (std::string const& row : plan.rows)
-        std::cout << row << '\n';
+    print(plan, arguments.json);
     return done;
 }
 

@@ -4,8 +4,10 @@
 #include <iostream>
 
 #include <boost/optional.hpp>
+#include <nlohmann/json.hpp>
 #include <qbsettings/Commands.hpp>
 #include <qbsettings/Failure.hpp>
+#include <qbsettings/Json.hpp>
 #include <qbsettings/KeyState.hpp>
 #include <qbsettings/Names.hpp>
 #include <qbsettings/Rules.hpp>
@@ -26,33 +28,85 @@ std::string valueColumn(boost::any const& value) {
     return asColumn(join(elementTexts(value), ", "));
 }
 
-/// One line of what is told about a node: "field<TAB>value".
-void printField(char const* field, std::string const& value) {
-    std::cout << field << '\t' << value << '\n';
-}
+/// Takes what is told about one thing: prints it as lines "field<TAB>value", or gathers it for a
+/// JSON object, where "read-only" is called "readOnly".
+class Report {
+public:
+    explicit Report(bool json) : json_(json) {}
 
-/// Prints the rows of a node and of all below it. False if something could not be read.
-bool listBelow(Context& context, SettingsPtr const& node) {
+    void add(std::string const& field, std::string const& text) { add(field, text, jsonOf(text)); }
+    void add(std::string const& field, std::string const& text, Json const& json) {
+        if (json_) {
+            document_[fieldName(field)] = json;
+        } else {
+            std::cout << field << '\t' << asColumn(text) << '\n';
+        }
+    }
+    /// Columns that "list" has behind the type.
+    void addValue(std::string const& field, std::string const& source, boost::any const& value,
+                  KeyType const& type) {
+        if (json_) {
+            document_[fieldName(field)] = {{"source", jsonOf(source)},
+                                           {"value", jsonOf(value, type)}};
+        } else {
+            std::cout << field << '\t' << source << '\t' << valueColumn(value) << '\n';
+        }
+    }
+    void addChild(std::string const& kind, std::string const& name) {
+        if (json_) {
+            document_["children"].push_back({{"kind", kind}, {"name", name}});
+        } else {
+            add(kind, name);
+        }
+    }
+    void finish() const {
+        if (json_) printJson(document_);
+    }
+
+private:
+    static std::string fieldName(std::string const& field) {
+        std::string name;
+        for (std::size_t i = 0; i < field.size(); ++i) {
+            bool const isGap = field[i] == ' ' || field[i] == '-';
+            if (isGap) ++i;
+            name += isGap ? static_cast<char>(field[i] - 'a' + 'A') : field[i];
+        }
+        return name;
+    }
+
+    bool json_;
+    Json document_ = Json::object();
+};
+
+/// Prints the rows of a node and of all below it, or gathers them. False if something could not be
+/// read.
+bool listBelow(Context& context, SettingsPtr const& node, Json* gathered) {
     if (node->isLeafNode()) {
         KeyState const state = readKey(node);
-        std::cout << asColumn(state.name) << '\t' << typeOf(state.description).name() << '\t'
-                  << state.level << '\t' << valueColumn(state.value) << '\n';
+        KeyType const type = typeOf(state.description);
+        if (gathered) {
+            gathered->push_back({{"name", state.name},
+                                 {"type", type.name()},
+                                 {"level", jsonOf(state.level)},
+                                 {"value", jsonOf(state.value, type)}});
+        } else {
+            std::cout << asColumn(state.name) << '\t' << type.name() << '\t' << state.level << '\t'
+                      << valueColumn(state.value) << '\n';
+        }
         if (!state.problem.empty()) complain(state.name + ": " + state.problem);
         return state.problem.empty();
     }
     bool good = true;
     for (SettingsPtr const& child : context.loading([&] { return node->getChildren(); })) {
-        good = listBelow(context, child) && good;
+        good = listBelow(context, child, gathered) && good;
     }
     return good;
 }
 
-/// A row of "describe" with the columns that "list" has behind the type.
-void printValue(char const* field, std::string const& source, boost::any const& value) {
-    std::cout << field << '\t' << source << '\t' << valueColumn(value) << '\n';
-}
+std::string orDash(std::string const& text) { return text.empty() ? "-" : text; }
 
-void describeValues(SettingsPtr const& key, KeyState const& state) {
+void describeValues(SettingsPtr const& key, KeyState const& state, Report& report) {
+    KeyType const type = typeOf(state.description);
     auto const& stored = state.description.storedLevels;
     for (std::string const& level : levelNames()) {
         bool const isStored = std::find(stored.begin(), stored.end(), level) != stored.end();
@@ -60,43 +114,68 @@ void describeValues(SettingsPtr const& key, KeyState const& state) {
         boost::any value;
         // A default that fails is told with the value in force.
         if (isStored || (isComputed && state.problem.empty())) value = valueOn(key, level);
-        printValue(level.c_str(), isStored ? level : isComputed ? "runtime:" + level : "-", value);
+        report.addValue(level,
+                        isStored     ? level
+                        : isComputed ? "runtime:" + level
+                                     : "-",
+                        value, type);
     }
-    printValue("in force", state.level, state.value);
+    report.addValue("in force", state.level, state.value, type);
 }
 
-bool describeKeyNode(SettingsPtr const& key) {
+bool describeKeyNode(SettingsPtr const& key, Report& report) {
     KeyState const state = readKey(key);
     auto const& description = state.description;
-    printField("type", typeOf(description).name());
-    printField("elements", description.arraySize ? sizeText(description.arraySize->first,
-                                                            description.arraySize->second)
-                                                 : "-");
-    std::string const range = rangeText(description);
-    printField("range", range.empty() ? "-" : range);
-    std::vector<std::string> const choices = choiceTexts(description);
-    printField("choices", choices.empty() ? "-" : asColumn(join(choices, ", ")));
-    std::string const validator = functionText(description.validator);
-    printField("validator", validator.empty() ? "-" : asColumn(validator));
+    KeyType const type = typeOf(description);
+    report.add("type", type.name());
+    if (description.arraySize) {
+        auto const [least, most] = *description.arraySize;
+        report.add("elements", sizeText(least, most),
+                   {{"least", least}, {"most", most == 0 ? Json() : Json(most)}});
+    } else {
+        report.add("elements", "-");
+    }
+    std::string const range = orDash(rangeText(description));
+    auto const& rules = description.metaData;
+    report.add("range", range,
+               range == "-" ? Json()
+                            : Json{{"least", jsonOf(rules.minimum, KeyType())},
+                                   {"most", jsonOf(rules.maximum, KeyType())}});
+    Json choices = Json::array();
+    if (rules.choices) {
+        for (boost::any const& choice : *rules.choices)
+            choices.push_back(jsonOf(choice, KeyType()));
+    }
+    report.add("choices", orDash(join(choiceTexts(description), ", ")), choices);
+    report.add("validator", orDash(functionText(description.validator)));
     std::string const computed = functionText(description.runTimeDefault);
-    printField(
-        "runtime default",
-        computed.empty() ? "-" : asColumn(computed) + " on " + levelOf(description.runTimeDefault));
-    describeValues(key, state);
+    report.add("runtime default",
+               computed.empty() ? "-" : computed + " on " + levelOf(description.runTimeDefault));
+    describeValues(key, state, report);
     if (!state.problem.empty()) complain(state.name + ": " + state.problem);
     return state.problem.empty();
 }
 
-void describeGroup(Context& context, SettingsPtr const& group) {
-    std::string const validator = functionText(group->getValidator());
-    printField("validator", validator.empty() ? "-" : asColumn(validator));
+void describeGroup(Context& context, SettingsPtr const& group, Report& report) {
+    report.add("validator", orDash(functionText(group->getValidator())));
     for (SettingsPtr const& child : context.loading([&] { return group->getChildren(); })) {
-        printField(child->isLeafNode() ? "key" : "group", asColumn(child->getName()));
+        report.addChild(child->isLeafNode() ? "key" : "group", child->getName());
     }
 }
 
-std::string shown(qf::ustring const& directory) {
-    return directory.empty() ? "-" : asColumn(pathText(directory));
+std::string shown(qf::ustring const& directory) { return orDash(pathText(directory)); }
+
+/// Prints the names that begin with `prefix`, of a node's children and, where the prefix leads on,
+/// of theirs.
+void printNames(Context& context, SettingsPtr const& node, std::string const& prefix) {
+    for (SettingsPtr const& child : context.loading([&] { return node->getChildren(); })) {
+        std::string const name = child->getFullName() + (child->isLeafNode() ? "" : ".");
+        if (name.back() == '.' && prefix.compare(0, name.size(), name) == 0) {
+            printNames(context, child, prefix);
+        } else if (name.compare(0, prefix.size(), prefix) == 0) {
+            std::cout << asColumn(name) << '\n';
+        }
+    }
 }
 
 }  // namespace
@@ -104,7 +183,9 @@ std::string shown(qf::ustring const& directory) {
 int listCommand(Context& context, Arguments const& arguments) {
     SettingsPtr const top =
         arguments.names.empty() ? context.root() : findNode(context, arguments.name());
-    bool const good = listBelow(context, top);
+    Json rows = Json::array();
+    bool const good = listBelow(context, top, arguments.json ? &rows : nullptr);
+    if (arguments.json) printJson(rows);
     return good && context.faults().empty() ? done : refused;
 }
 
@@ -112,8 +193,14 @@ int getCommand(Context& context, Arguments const& arguments) {
     if (!arguments.level.empty()) requireLevel(arguments.level);
     SettingsPtr const key = findKey(context, arguments.name());
     boost::any const value = valueOn(key, arguments.level);
-    for (std::string const& text : elementTexts(value))
-        std::cout << text << '\n';
+    if (arguments.json) {
+        KeyType const type = typeOf(settings::core::describeKey(key));
+        printJson(
+            {{"name", key->getFullName()}, {"type", type.name()}, {"value", jsonOf(value, type)}});
+    } else {
+        for (std::string const& text : elementTexts(value))
+            std::cout << text << '\n';
+    }
     if (!context.faults().empty()) return refused;
     return value.empty() ? nothingThere : done;
 }
@@ -124,28 +211,39 @@ int describeCommand(Context& context, Arguments const& arguments) {
     while (!product->getParent()->isRoot())
         product = product->getParent();
     bool good = true;
-    printField("name", asColumn(node->getFullName()));
-    printField("kind", node->isLeafNode() ? "key" : node == product ? "product" : "group");
+    Report report(arguments.json);
+    report.add("name", node->getFullName());
+    report.add("kind", node->isLeafNode() ? "key" : node == product ? "product" : "group");
     if (node->isLeafNode()) {
-        good = describeKeyNode(node);
+        good = describeKeyNode(node, report);
     } else {
         // Before the flags, which come with the content of a product.
         context.loading([&] { return node->getChildren(); });
     }
-    printField("read-only", node->isReadOnly() ? "yes" : "no");
-    printField("visible", node->isVisible() ? "yes" : "no");
+    report.add("read-only", node->isReadOnly() ? "yes" : "no", node->isReadOnly());
+    report.add("visible", node->isVisible() ? "yes" : "no", node->isVisible());
     boost::optional<unsigned int> const version = product->getVersionNumber();
-    printField("version", version ? std::to_string(*version) : "-");
-    if (!node->isLeafNode()) describeGroup(context, node);
+    report.add("version", version ? std::to_string(*version) : "-",
+               version ? Json(*version) : Json());
+    if (!node->isLeafNode()) describeGroup(context, node, report);
+    report.finish();
     return good && context.faults().empty() ? done : refused;
 }
 
-int dirsCommand(Context& context, Arguments const&) {
+int dirsCommand(Context& context, Arguments const& arguments) {
     context.root();
-    printField("factory", shown(ZSettings::getFactoryDir(BlessedZcrID)));
-    printField("workgroup", shown(ZSettings::getWorkgroupDir(BlessedZcrID)));
-    printField("user", shown(context.userDirectory()));
-    printField("host", shown(settings::core::zenbarRootUStr()));
+    Report report(arguments.json);
+    report.add("factory", shown(ZSettings::getFactoryDir(BlessedZcrID)));
+    report.add("workgroup", shown(ZSettings::getWorkgroupDir(BlessedZcrID)));
+    report.add("user", shown(context.userDirectory()));
+    report.add("host", shown(settings::core::zenbarRootUStr()));
+    report.finish();
+    return done;
+}
+
+int completeCommand(Context& context, Arguments const& arguments) {
+    context.keepQuiet();
+    printNames(context, context.root(), arguments.names.empty() ? "" : arguments.name());
     return done;
 }
 

@@ -21,15 +21,21 @@ std::string takeNumber(std::string const& word, std::string& text) {
 
 }  // namespace
 
-std::string Fault::toText() const {
-    std::string message = text;
-    std::string const line = takeNumber("LineNum=", message);
-    std::string const column = takeNumber("ColNum=", message);
-    if (file.empty()) return message;
-    std::string place = pathText(file);
+Fault::Parts Fault::parts() const {
+    Parts parts;
+    parts.message = text;
+    parts.line = takeNumber("LineNum=", parts.message);
+    parts.column = takeNumber("ColNum=", parts.message);
     // A file that cannot be opened has its fault on no line.
-    if (!line.empty() && line != "0") place += ":" + line + ":" + column;
-    return place + ": " + message;
+    if (parts.line.empty() || parts.line == "0") parts.line = parts.column = "";
+    return parts;
+}
+
+std::string Fault::toText() const {
+    Parts const told = parts();
+    if (file.empty()) return told.message;
+    std::string const place = told.line.empty() ? "" : ":" + told.line + ":" + told.column;
+    return pathText(file) + place + ": " + told.message;
 }
 
 std::vector<Fault> faultsOfLoad(qf::ustring const& detail) {

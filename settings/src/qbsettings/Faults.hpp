@@ -13,6 +13,14 @@ struct Fault {
     qf::ustring file;  ///< Empty if no file is to blame.
     std::string text;
 
+    /// What the text says, apart from its place.
+    struct Parts {
+        std::string line;  ///< Both are empty if the place is not known.
+        std::string column;
+        std::string message;
+    };
+    Parts parts() const;
+
     /// "FILE:LINE:COLUMN: text" where the place is known, else "FILE: text".
     std::string toText() const;
 };

@@ -1,15 +1,16 @@
 #include <qbsettings/Json.hpp>
 
 #include <cstddef>
+#include <iostream>
 
 #include <nlohmann/json.hpp>
 #include <qbsettings/Failure.hpp>
+#include <qbsettings/Values.hpp>
+#include <settingscore/value/ValueTraits.hpp>
 
 namespace qbsettings {
 
 namespace {
-
-using Json = nlohmann::json;
 
 /// Gathers the texts of the elements, so that a number reaches the key's type as it was written.
 class ElementReader : public nlohmann::json_sax<Json> {
@@ -56,7 +57,31 @@ ElementReader read(std::string const& text) {
     return reader;
 }
 
+/// A number goes by its shortest text, so that a float shows no digits of a double.
+Json elementOf(unsigned long element, std::string const& text) {
+    if (element == settingscore::boostany::ValueTraits<qf::ustring>::index) return text;
+    // It would be read as an integer, which has no sign there.
+    if (text == "-0") return -0.0;
+    Json const parsed = Json::parse(text, nullptr, false);
+    return parsed.is_discarded() ? Json(text) : parsed;
+}
+
 }  // namespace
+
+Json jsonOf(boost::any const& value, KeyType const& type) {
+    KeyType const present = typeOf(value);
+    Json elements = Json::array();
+    for (std::string const& text : elementTexts(value))
+        elements.push_back(elementOf(present.element, text));
+    if (value.empty()) return nullptr;
+    return type.array || present.array || elements.size() != 1 ? elements : elements.front();
+}
+
+Json jsonOf(std::string const& column) { return column == "-" ? Json() : Json(column); }
+
+void printJson(Json const& document) {
+    std::cout << document.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+}
 
 std::vector<std::string> parseJsonArray(std::string const& text) {
     ElementReader const reader = read(text);

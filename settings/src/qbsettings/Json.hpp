@@ -3,7 +3,27 @@
 #include <string>
 #include <vector>
 
+#include <boost/any.hpp>
+#include <nlohmann/json_fwd.hpp>
+
 namespace qbsettings {
+
+struct KeyType;
+
+/// Its fields stay in the order in which they were added.
+using Json = nlohmann::ordered_json;
+
+/// A value of a key of that type: strings, numbers, true and false; an array if the key or the
+/// value is one; null for no value. A number that JSON cannot write stands as the string "nan",
+/// "inf" or
+/// "-inf".
+Json jsonOf(boost::any const& value, KeyType const& type);
+
+/// The text; null in the place of the "-" that stands for nothing in rows.
+Json jsonOf(std::string const& column);
+
+/// Prints a document on one line. A byte that is no UTF-8 comes as U+FFFD.
+void printJson(Json const& document);
 
 /// The elements of a JSON array of strings, numbers, true and false, as texts; numbers as they are
 /// written. @throws Failure that says what is wrong

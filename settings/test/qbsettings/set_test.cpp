@@ -171,7 +171,7 @@ TEST_F(SetTest, AFileOrFolderThatCannotBeWrittenIsTold) {
     fs::permissions(userFile("p"), fs::perms::owner_read);
     EXPECT_EQ(run({"set", "p.real", "3"}),
               failed(1,
-                     "p.real: the change could not be saved in @/user/p.settings: Permission "
+                     "p.real: @/user/p.settings cannot be written for the level 'user': Permission "
                      "denied"));
     EXPECT_EQ(run({"get", "p.real"}), printed("2\n"));
 }

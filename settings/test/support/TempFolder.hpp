@@ -31,13 +31,10 @@ public:
     ~TempFolder() {
         std::error_code ignored;
         // A test may have taken permissions away.
-        for (auto it = std::filesystem::recursive_directory_iterator(
-                 path_, std::filesystem::directory_options::skip_permission_denied, ignored);
-             it != std::filesystem::recursive_directory_iterator(); it.increment(ignored)) {
-            if (it->is_directory(ignored) && !it->is_symlink(ignored)) {
-                std::filesystem::permissions(it->path(), std::filesystem::perms::owner_all,
-                                             std::filesystem::perm_options::add, ignored);
-            }
+        for (std::filesystem::recursive_directory_iterator it(path_, ignored), end; it != end;
+             it.increment(ignored)) {
+            if (it->is_directory(ignored) && !it->is_symlink(ignored))
+                std::filesystem::permissions(it->path(), std::filesystem::perms(0700), ignored);
         }
         std::filesystem::remove_all(path_, ignored);
     }
@@ -52,29 +49,21 @@ class ScopedEnvironment {
 public:
     ScopedEnvironment() = default;
     ScopedEnvironment(ScopedEnvironment const&) = delete;
-    ScopedEnvironment& operator=(ScopedEnvironment const&) = delete;
     ~ScopedEnvironment() {
-        for (auto const& [name, value] : before_) {
-            if (value) {
-                ::setenv(name.c_str(), value->c_str(), 1);
-            } else {
-                ::unsetenv(name.c_str());
-            }
-        }
+        for (auto const& [name, value] : before_)
+            put(name, value ? value->c_str() : nullptr);
     }
-    void set(std::string const& name, std::string const& value) {
-        remember(name);
-        ::setenv(name.c_str(), value.c_str(), 1);
-    }
-    void unset(std::string const& name) {
-        remember(name);
-        ::unsetenv(name.c_str());
-    }
+    void set(std::string const& name, std::string const& value) { change(name, value.c_str()); }
+    void unset(std::string const& name) { change(name, nullptr); }
 
 private:
-    void remember(std::string const& name) {
-        char const* value = std::getenv(name.c_str());
-        before_.emplace(name, value ? std::optional<std::string>(value) : std::nullopt);
+    static void put(std::string const& name, char const* value) {
+        value ? ::setenv(name.c_str(), value, 1) : ::unsetenv(name.c_str());
+    }
+    void change(std::string const& name, char const* value) {
+        char const* const old = std::getenv(name.c_str());
+        before_.emplace(name, old ? std::optional<std::string>(old) : std::nullopt);
+        put(name, value);
     }
     std::map<std::string, std::optional<std::string>> before_;
 };
@@ -101,16 +90,13 @@ inline std::map<std::string, std::string> readTree(std::filesystem::path const& 
     std::map<std::string, std::string> tree;
     if (!std::filesystem::exists(folder)) return tree;
     for (auto const& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        std::string const name = std::filesystem::relative(entry.path(), folder).string();
-        if (entry.is_symlink()) {
+        std::string const name = entry.path().lexically_relative(folder).string();
+        if (entry.is_symlink())
             tree[name] = "link to " + std::filesystem::read_symlink(entry.path()).string();
-        } else if (entry.is_directory()) {
+        else if (entry.is_directory())
             tree[name + "/"];
-        } else if (entry.is_regular_file()) {
-            tree[name] = readFile(entry.path());
-        } else {
-            tree[name] = "special file";
-        }
+        else
+            tree[name] = entry.is_regular_file() ? readFile(entry.path()) : "special file";
     }
     return tree;
 }

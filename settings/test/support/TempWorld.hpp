@@ -26,26 +26,39 @@ std::string settingsXml(std::string const& name, std::string const& body,
 class TempWorld : public ::testing::Test {
 protected:
     TempWorld();
-    ~TempWorld() override;
+    ~TempWorld() override { resetInstances(); }
 
-    std::filesystem::path const& folder() const { return folder_.path(); }
-    std::filesystem::path factoryDir() const { return folder() / "toolbox"; }
-    std::filesystem::path userDir() const { return folder() / "user"; }
-    std::filesystem::path homeDir() const { return folder() / "home"; }
+    auto const& folder() const { return folder_.path(); }
+    auto factoryDir() const { return folder() / "toolbox"; }
+    auto userDir() const { return folder() / "user"; }
+    auto homeDir() const { return folder() / "home"; }
+    auto userFilePath(std::string const& product) const {
+        return userDir() / (product + ".settings");
+    }
 
     /// Writes a file of the product: `text` whole, or `body` inside `settingsXml` of the product.
-    std::filesystem::path factoryText(std::string const& product, std::string const& file,
-                                      std::string const& text) const;
-    std::filesystem::path factoryFile(std::string const& product, std::string const& file,
-                                      std::string const& body,
-                                      std::string const& attributes = "visible=\"true\"") const;
-    std::filesystem::path userText(std::string const& file, std::string const& text) const;
-    std::filesystem::path userFile(std::string const& product, std::string const& body,
-                                   std::string const& attributes = "visible=\"true\"") const;
-    std::filesystem::path userFilePath(std::string const& product) const;
-    bool userFileExists(std::string const& product) const;
+    auto factoryText(std::string const& product, std::string const& file,
+                     std::string const& text) const {
+        return writeFile(factoryDir() / product / file, text);
+    }
+    auto factoryFile(std::string const& product, std::string const& file, std::string const& body,
+                     std::string const& attributes = "visible=\"true\"") const {
+        return factoryText(product, file, settingsXml(product, body, attributes));
+    }
+    auto userText(std::string const& file, std::string const& text) const {
+        return writeFile(userDir() / file, text);
+    }
+    auto userFile(std::string const& product, std::string const& body,
+                  std::string const& attributes = "visible=\"true\"") const {
+        return writeFile(userFilePath(product), settingsXml(product, body, attributes));
+    }
+    bool userFileExists(std::string const& product) const {
+        return std::filesystem::exists(userFilePath(product));
+    }
     /// The product's user file, whole.
-    std::string readUserFile(std::string const& product) const;
+    std::string readUserFile(std::string const& product) const {
+        return readFile(userFilePath(product));
+    }
 
     /// Ends all instances; the next request for a root reads the folders again.
     static void resetInstances();

@@ -10,7 +10,8 @@ namespace settings::core {
 class SettingsLevel;
 }
 
-/// Errors that the library itself never throws: they stand for the host and its plug-ins, which
+/// Errors that the library itself never throws, but for `NoFileWritePermission` and
+/// `ErrorWriteToTempSettingsFile` in durable saves: they stand for the host and its plug-ins, which
 /// report failures of their own beside the settings with them.
 namespace settings::core::exception {
 

@@ -57,8 +57,7 @@ std::string nodeName(fs::upath_directory_entry const& entry) {
 }
 
 fs::path userFile(ustring const& root, std::string const& product) {
-    return fs::path(root) /
-           fs::path(qf::i18n::to_ustring(product + Settings::settingsExtension));
+    return fs::path(root) / fs::path(qf::i18n::to_ustring(product + Settings::settingsExtension));
 }
 
 struct LessWithoutCase {
@@ -103,8 +102,8 @@ fs::path SettingsFile::getObjFilePathRoot(SettingsLevel const* level,
         level, boost::dynamic_pointer_cast<SettingsImplRoot const>(obj->getParentImpl()));
 }
 
-fs::path SettingsFile::getSettingsFilePathForObj(
-    SettingsLevel const* level, boost::shared_ptr<SettingsImpl const> const& obj) {
+fs::path SettingsFile::getSettingsFilePathForObj(SettingsLevel const* level,
+                                                 boost::shared_ptr<SettingsImpl const> const& obj) {
     return userFile(getObjFilePathRoot(level, obj).str(), obj->getName());
 }
 
@@ -128,8 +127,8 @@ std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(SettingsLevel co
     try {
         fs::path const folder = getRootPathForLevel(level, root);
         for (fs::upath_directory_entry const& entry : fs::basic_directory_iterator(folder)) {
-            bool const counts = level->isFactoryLevel() ? IsASettingsDirectory()(entry)
-                                                        : IsASettingsFile()(entry);
+            bool const counts =
+                level->isFactoryLevel() ? IsASettingsDirectory()(entry) : IsASettingsFile()(entry);
             if (counts) names.push_back(nodeName(entry));
         }
     } catch (fs::FsysExceptionBase const&) {
@@ -143,7 +142,8 @@ std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(Root const& root
     auto const& levels = SettingsLevelManager::levels();
     for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
         if (!level->canHaveFile()) continue;
-        for (std::string const& name : getSettingsTopLevelNodes(&*level, root)) names.insert(name);
+        for (std::string const& name : getSettingsTopLevelNodes(&*level, root))
+            names.insert(name);
     }
     return {names.begin(), names.end()};
 }

@@ -35,9 +35,9 @@ struct IsASettingsDirectoryWithSubDir {
 /// Factory files of a product P: every settings file in the folder P of the factory directory (the
 /// product `gridpool` lies in the folder `farmjobs`). User file: P.settings in the user directory.
 ///
-/// A save writes into a temporary folder beside the real file and renames. What is left on disk when
-/// a step fails stands with `saveSettings`. The steps go through replaceable functions, so that
-/// their failures can be driven from outside; set them before saves run.
+/// A save writes into a temporary folder beside the real file and renames. What is left on disk
+/// when a step fails stands with `saveSettings`. The steps go through replaceable functions, so
+/// that their failures can be driven from outside; set them before saves run.
 class SettingsFile {
 public:
     using Path = qf::filesystem::path;
@@ -105,8 +105,7 @@ public:
     /// The file is gone if it could be moved out of the way and the next rename failed as well.
     /// No temporary folder stays behind in any of these cases. Durable saves, which
     /// `turnOnDurableSaving` turns on, tell all of them and lose nothing.
-    static void saveSettings(SettingsLevel const* level,
-                             boost::shared_ptr<SettingsImpl> const& obj,
+    static void saveSettings(SettingsLevel const* level, boost::shared_ptr<SettingsImpl> const& obj,
                              SaveSettingsFunctor const& functor);
     /// Writes the file; a failure to write reports nothing.
     static void saveToFile(SettingsLevel const* level,

@@ -20,7 +20,7 @@ class Settings;
 class SETTINGSCORE_API SettingsEvent : public corebus::msg_svc::eventmgr::BaseEvent {
 public:
     /// `tags` route the event: one for each node that hears it.
-    SettingsEvent(boost::shared_ptr<Settings const> const& obj, std::vector<ustring> const& tags,
+    SettingsEvent(boost::shared_ptr<Settings const> const& obj, std::vector<ustring> tags,
                   ZcrID const& id);
     SettingsEvent(SettingsEvent const&) = default;
     ~SettingsEvent() override;
@@ -48,7 +48,7 @@ private:
 class SETTINGSCORE_API SettingsValueChangeEvent : public SettingsEvent {
 public:
     SettingsValueChangeEvent(boost::shared_ptr<Settings const> const& obj,
-                             std::vector<ustring> const& tags, ZcrID const& id);
+                             std::vector<ustring> tags, ZcrID const& id);
     SettingsValueChangeEvent(SettingsValueChangeEvent const&) = default;
     ~SettingsValueChangeEvent() override;
     SettingsValueChangeEvent* clone() const override { return new SettingsValueChangeEvent(*this); }
@@ -61,8 +61,8 @@ public:
 class SETTINGSCORE_API SettingsAddNodeEvent : public SettingsEvent {
 public:
     SettingsAddNodeEvent(boost::shared_ptr<Settings const> const& parent,
-                         boost::shared_ptr<Settings const> const& obj,
-                         std::vector<ustring> const& tags, ZcrID const& id);
+                         boost::shared_ptr<Settings const> const& obj, std::vector<ustring> tags,
+                         ZcrID const& id);
     SettingsAddNodeEvent(SettingsAddNodeEvent const&) = default;
     ~SettingsAddNodeEvent() override;
     SettingsAddNodeEvent* clone() const override { return new SettingsAddNodeEvent(*this); }
@@ -79,8 +79,8 @@ private:
 class SETTINGSCORE_API SettingsRemoveNodeEvent : public SettingsEvent {
 public:
     SettingsRemoveNodeEvent(boost::shared_ptr<Settings const> const& parent,
-                            boost::shared_ptr<Settings const> const& obj,
-                            std::vector<ustring> const& tags, ZcrID const& id);
+                            boost::shared_ptr<Settings const> const& obj, std::vector<ustring> tags,
+                            ZcrID const& id);
     SettingsRemoveNodeEvent(SettingsRemoveNodeEvent const&) = default;
     ~SettingsRemoveNodeEvent() override;
     SettingsRemoveNodeEvent* clone() const override { return new SettingsRemoveNodeEvent(*this); }

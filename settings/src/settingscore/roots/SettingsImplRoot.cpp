@@ -12,12 +12,17 @@
 
 namespace settings::core {
 
-SettingsImplRoot::SettingsImplRoot(ZcrID const& id,
-                                   boost::weak_ptr<SettingsRootStateMgr> const& stateMgr)
-    : SettingsImpl("root", false, true), zcrID_(id), stateMgr_(stateMgr) {
+namespace {
+std::atomic<int> enabledQueues{0};
 }
 
-SettingsImplRoot::~SettingsImplRoot() = default;
+SettingsImplRoot::SettingsImplRoot(ZcrID const& id,
+                                   boost::weak_ptr<SettingsRootStateMgr> const& stateMgr)
+    : SettingsImpl("root", false, true), zcrID_(id), stateMgr_(stateMgr) {}
+
+SettingsImplRoot::~SettingsImplRoot() {
+    if (eventQueueEnabled_) --enabledQueues;
+}
 
 void SettingsImplRoot::buildSettingsTree() {
     auto const self = boost::static_pointer_cast<SettingsImplRoot>(shared_from_this());
@@ -28,6 +33,10 @@ void SettingsImplRoot::buildSettingsTree() {
 }
 
 // --- Events ---------------------------------------------------------------------------------
+
+void SettingsImplRoot::enableEventQueue(bool enable) {
+    if (eventQueueEnabled_.exchange(enable) != enable) enabledQueues += enable ? 1 : -1;
+}
 
 void SettingsImplRoot::getEventQueue(EventQueue& queue) {
     boost::lock_guard<boost::mutex> const lock(queueMutex_);
@@ -51,6 +60,10 @@ void SettingsImplRoot::broadcastEvent(boost::shared_ptr<SettingsEvent const> con
 
 bool SettingsImplRoot::hasAudience() const {
     return queueEnabled() || zbutil::eventmgr::createLocalEventMgr()->hasSubscriptions();
+}
+
+bool SettingsImplRoot::isAnyAudience() {
+    return enabledQueues > 0 || zbutil::eventmgr::createLocalEventMgr()->hasSubscriptions();
 }
 
 // --- Directories ----------------------------------------------------------------------------

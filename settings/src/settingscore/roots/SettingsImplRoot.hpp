@@ -29,7 +29,7 @@ public:
     bool isRoot() const override { return true; }
     ZcrID getZcrID() const override { return zcrID_; }
     bool isConnectedToTheSettingsTree() const override { return true; }
-    void enableEventQueue(bool enable) override { eventQueueEnabled_ = enable; }
+    void enableEventQueue(bool enable) override;
     bool isSettingsTreeRoot() const override { return true; }
     virtual bool queueEnabled() const { return eventQueueEnabled_; }
 
@@ -45,6 +45,8 @@ public:
     void broadcastEvent(boost::shared_ptr<SettingsEvent const> const& event) const;
     /// False if an event would reach nobody, so that none need be made.
     bool hasAudience() const;
+    /// False if no event of any root would reach anybody.
+    static bool isAnyAudience();
 
     /// True while this is the root that the instance hands out.
     bool isInUse() const;

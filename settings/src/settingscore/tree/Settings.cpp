@@ -61,9 +61,9 @@ void Settings::createFactorySettingsFile(boost::shared_ptr<Settings const> const
 }
 
 void Settings::setAny(std::string const& name, boost::any const& value, std::string const& level) {
-    boost::shared_ptr<Settings> const key = getChild(name);
+    boost::shared_ptr<Settings> key = getChild(name);
     if (!key) throw exception::NoSuchKey(self(), name);
-    NodeValue element(key, value);
+    NodeValue element(std::move(key), value);
     multipleSetImpl(&element, &element + 1, level, true);
 }
 
@@ -95,7 +95,8 @@ std::unique_ptr<Connection> Settings::addListenerImpl(
 std::vector<ustring> Settings::getFilterTagStrings(std::vector<ustring> const& typeTags) const {
     ustring const id = qf::i18n::to_ustring(getImplNodeEventId().toString());
     std::vector<ustring> tags;
-    for (ustring const& typeTag : typeTags) tags.push_back(typeTag + id);
+    for (ustring const& typeTag : typeTags)
+        tags.push_back(typeTag + id);
     return tags;
 }
 

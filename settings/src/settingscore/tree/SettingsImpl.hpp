@@ -361,13 +361,16 @@ private:
     /// True if the value in force is no longer `old`.
     bool currentStateDiffersWithLock(detail::HeldLock const& lock, boost::any const& old) const;
     boost::optional<bool> definiteReadOnly() const;
-    void checkLevelIsModifiable(std::string const& level) const;
+    /// The level of that name, which exists.
+    SettingsLevel const& checkLevelIsModifiable(std::string const& level) const;
+    template <class Read>
+    auto readRules(Read const& read) const;
     KeyRules copyOfRules() const;
     /// The rules, with what was missing taken from `value`. From then on they are changed by
     /// nobody but the operations that need exclusive access or a node of the thread's own.
     KeyRules const& settledRules(boost::any const& value) const;
     void takeOverRules(SettingsImpl const& src);
-    /// Changes the rules under their mutex.
+    /// Takes no lock: for nodes that no other thread can reach, or under exclusive access.
     template <class Change>
     void changeRules(Change const& change) const;
     boost::shared_ptr<SettingsImpl> sharedThis();

@@ -2,7 +2,6 @@
 
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/I18n.hpp>
-#include <settingscore/persistence/SettingsLevelManager.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -31,12 +30,11 @@ BatchErrors SettingsImpl::multipleSetImpl(NodeValue* first, NodeValue* last,
                                           std::string const& level, bool rethrow) {
     BatchErrors errors;
     validateLevelName(level);
-    checkLevelIsModifiable(level);
+    SettingsLevel const& settingsLevel = checkLevelIsModifiable(level);
     loadIfNotInitializedYet();
     UpgradeTreeLock lock;
     multipleValidateWithLock(lock, first, last, rethrow, errors);
     if (!errors.empty()) return errors;
-    SettingsLevel const& settingsLevel = *SettingsLevelManager::findLevel(level);
     for (; first != last; ++first) {
         auto* const node = dynamic_cast<SettingsImpl*>(first->first.get());
         Stored stored{false, false};

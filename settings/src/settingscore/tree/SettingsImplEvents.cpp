@@ -8,6 +8,10 @@ namespace settings::core {
 
 using detail::HeldLock;
 
+namespace {
+constexpr std::size_t usualDepth = 8;
+}
+
 template <class Event>
 ustring SettingsImpl::createEventIdentifier(HeldLock const&) const {
     // Never destroyed: threads may still set values while the process ends.
@@ -35,16 +39,19 @@ void SettingsImpl::fireSettingsEventWithLock(
     std::vector<ustring> tags;
     createEventTypeOnNode<Event>(lock, tags);
     root->broadcastEvent(
-        boost::make_shared<Event const>(sharedThis(), node, tags, root->getZcrID()));
+        boost::make_shared<Event const>(sharedThis(), node, std::move(tags), root->getZcrID()));
 }
 
 void SettingsImpl::fireValueChangeWithLock(HeldLock const& lock) const {
+    // The common case, told before the way up to the root.
+    if (!SettingsImplRoot::isAnyAudience()) return;
     boost::shared_ptr<SettingsImplRoot const> const root = getTreeRootWithLock(lock);
     if (!root || !root->hasAudience()) return;
     std::vector<ustring> tags;
+    tags.reserve(usualDepth);
     createEventTypeOnNode<SettingsValueChangeEvent>(lock, tags);
-    root->broadcastEvent(
-        boost::make_shared<SettingsValueChangeEvent const>(sharedThis(), tags, root->getZcrID()));
+    root->broadcastEvent(boost::make_shared<SettingsValueChangeEvent const>(
+        sharedThis(), std::move(tags), root->getZcrID()));
 }
 
 template void SettingsImpl::fireSettingsEventWithLock<SettingsAddNodeEvent>(

@@ -1,5 +1,6 @@
 // The lazy load of a product from its files, and the ways in which a change is saved.
 
+#include <atomic>
 #include <mutex>
 
 #include <settingscore/errors/Exceptions.hpp>
@@ -25,6 +26,7 @@ struct Hooks {
         node->loadSettingsOnce(errors);
     };
     SettingsImpl::SaveFunc saveFunc_ = &SettingsFile::saveSettings;
+    std::atomic<bool> saveFuncIsOwn{true};
 
     static Hooks& instance() {
         static auto* const hooks = new Hooks;
@@ -52,7 +54,11 @@ void SettingsImpl::setLoadCallOnceFunc(LoadFunc const& function) {
     Hooks::set(&Hooks::loadFunc_, function);
 }
 
-void SettingsImpl::setSaveFunc(SaveFunc const& function) { Hooks::set(&Hooks::saveFunc_, function); }
+void SettingsImpl::setSaveFunc(SaveFunc const& function) {
+    Hooks::instance().saveFuncIsOwn = false;
+    Hooks::set(&Hooks::saveFunc_, function);
+    Hooks::instance().saveFuncIsOwn = function.contains(&SettingsFile::saveSettings);
+}
 
 void turnOffSettingsSaving() {
     SettingsImpl::setSaveFunc([](SettingsLevel const*, boost::shared_ptr<SettingsImpl> const&,
@@ -95,7 +101,7 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
     // contributed.
     auto merged = boost::make_shared<SettingsImpl>(name_, isLeaf_, boost::none, validator);
     bool firstMergeDone = false;
-    auto const levels = SettingsLevelManager::levels();
+    auto const& levels = SettingsLevelManager::levels();
     for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
         for (qf::filesystem::path const& file :
              SettingsFile::getAllSettingsFileForProduct(name_, &*level, root)) {
@@ -131,7 +137,8 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
 void SettingsImpl::acceptChildren(SettingsImpl& loaded) {
     boost::shared_ptr<SettingsImpl> const self = sharedThis();
     children_.swap(loaded.children_);
-    for (auto const& entry : children_) entry.second->parent_ = self;
+    for (auto const& entry : children_)
+        entry.second->parent_ = self;
     if (!versionNumber_) versionNumber_ = loaded.versionNumber_;
     if (!visible_) visible_ = loaded.visible_;
 }
@@ -139,10 +146,14 @@ void SettingsImpl::acceptChildren(SettingsImpl& loaded) {
 // --- Save -----------------------------------------------------------------------------------
 
 void SettingsImpl::updateSettingsFile(std::string const& level) {
+    SettingsLevel const* const settingsLevel = SettingsLevelManager::findLevel(level);
+    // The library's own saver does nothing on such a level; another one is to be called all the
+    // same.
+    if (settingsLevel && !settingsLevel->canHaveFile() && Hooks::instance().saveFuncIsOwn) return;
     SharedTreeLock const lock;
     if (!isConnectedWithLock(lock)) return;
     validateLevelName(level);
-    saveWithLock(lock, SettingsLevelManager::findLevel(level));
+    saveWithLock(lock, settingsLevel);
 }
 
 void SettingsImpl::saveThisSubTree(std::string const& level) {

@@ -18,23 +18,29 @@ using detail::UpgradeTreeLock;
 
 namespace {
 
-/// Guards the settled rules of all keys, which const operations fill under shared locks. Innermost:
-/// nothing is locked and nothing is called under it.
+/// Guards the settled rules of all keys while const operations fill them under shared locks; those
+/// that are complete are read without it. Innermost: nothing is locked and nothing is called under
+/// it.
 std::mutex rulesMutex;
 using RulesLock = std::lock_guard<std::mutex>;
 
 }  // namespace
 
-SettingsImpl::KeyRules SettingsImpl::copyOfRules() const {
+template <class Read>
+auto SettingsImpl::readRules(Read const& read) const {
+    if (rulesAreComplete_.load(std::memory_order_acquire)) return read(rules_);
     RulesLock const lock(rulesMutex);
-    return rules_;
+    return read(rules_);
+}
+
+SettingsImpl::KeyRules SettingsImpl::copyOfRules() const {
+    return readRules([](KeyRules const& rules) { return rules; });
 }
 
 void SettingsImpl::initSetters(boost::any const& value) const { settledRules(value); }
 
 template <class Change>
 void SettingsImpl::changeRules(Change const& change) const {
-    RulesLock const lock(rulesMutex);
     change(rules_);
     rulesAreComplete_.store(rules_.isComplete(), std::memory_order_release);
 }
@@ -58,6 +64,7 @@ SettingsImpl::KeyRules const& SettingsImpl::settledRules(boost::any const& value
     fromValue.dataTypeIndex_ = boostany::applyVisitor(index, value, true);
 
     // Filled at once, so that of two first values one fixes the rules whole.
+    RulesLock const lock(rulesMutex);
     changeRules([&fromValue](KeyRules& own) {
         if (!own.valueTypeChecker_) own.valueTypeChecker_ = fromValue.valueTypeChecker_;
         if (!own.valueArraySizeValidator_) {
@@ -85,8 +92,7 @@ boost::optional<unsigned long> SettingsImpl::getDataTypeIndex() const {
 }
 
 boost::optional<unsigned long> SettingsImpl::getDataTypeIndexInternal() const {
-    RulesLock const lock(rulesMutex);
-    return rules_.dataTypeIndex_;
+    return readRules([](KeyRules const& rules) { return rules.dataTypeIndex_; });
 }
 
 void SettingsImpl::setDataTypeIndex(unsigned long index) {
@@ -104,8 +110,7 @@ void SettingsImpl::setValueWriterFcnInternal(ValueWriterFcn writer) {
 }
 
 SettingsImpl::ValueWriterFcn SettingsImpl::getValueWriterFcn() const {
-    RulesLock const lock(rulesMutex);
-    return rules_.valueWriter_.value_or(nullptr);
+    return readRules([](KeyRules const& rules) { return rules.valueWriter_.value_or(nullptr); });
 }
 
 void SettingsImpl::setValidateValueTypeFunc(ValueTypeChecker checker) {
@@ -117,7 +122,7 @@ void SettingsImpl::setValueArraySizeValidator(ValueArraySizeValidator const& siz
 }
 
 boost::optional<ValueArraySizeValidator> SettingsImpl::getValueArraySizeValidator() const {
-    return copyOfRules().valueArraySizeValidator_;
+    return readRules([](KeyRules const& rules) { return rules.valueArraySizeValidator_; });
 }
 
 SettingsKeyMetaData<boost::any> SettingsImpl::getAnyMetaData(std::string const& name) const {

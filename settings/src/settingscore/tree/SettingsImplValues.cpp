@@ -31,10 +31,12 @@ void SettingsImpl::validateLevelName(std::string const& level) const {
     throw exception::UnSupportedLevel(sharedThis(), level, supported);
 }
 
-void SettingsImpl::checkLevelIsModifiable(std::string const& level) const {
-    if (!SettingsLevelManager::findLevel(level)->canBeModified()) {
+SettingsLevel const& SettingsImpl::checkLevelIsModifiable(std::string const& level) const {
+    SettingsLevel const& found = *SettingsLevelManager::findLevel(level);
+    if (!found.canBeModified()) {
         throw exception::CantModifyValuesOnReadOnlyLevel(sharedThis(), level);
     }
+    return found;
 }
 
 // --- Reads ----------------------------------------------------------------------------------
@@ -190,8 +192,7 @@ SettingsImpl::Stored SettingsImpl::storeAnyValueWithLock(UpgradeLock& lock, boos
 
 void SettingsImpl::setAnyInternal(boost::any const& value, std::string const& level) {
     validateLevelName(level);
-    checkLevelIsModifiable(level);
-    std::size_t const position = SettingsLevelManager::findLevel(level)->position();
+    std::size_t const position = checkLevelIsModifiable(level).position();
     boost::any const* const old = levelValues_.find(position);
     if (boostany::isEqual(value, old ? *old : boost::any())) return;
     boost::any stored(value);

@@ -10,7 +10,8 @@ namespace settings::core::detail {
 
 namespace {
 
-thread_local int holdsOfThisThread = 0;
+// In the thread's static block, which a lookup reaches without a call.
+[[gnu::tls_model("initial-exec")]] thread_local int holdsOfThisThread = 0;
 std::atomic<int> waitingWriters{0};
 
 /// A writer that waits through upgrade stops nobody, so readers that overlap without a gap could

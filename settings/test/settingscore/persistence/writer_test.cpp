@@ -1,410 +1,290 @@
+#include <atomic>
 #include <cmath>
 #include <limits>
-#include <locale>
-#include <thread>
+#include <random>
+#include <regex>
 
-#include <gtest/gtest.h>
-#include <settingscore/errors/Exceptions.hpp>
-#include <settingscore/persistence/writer/TagWriter.hpp>
 #include <settingscore/persistence/writer/ValueWriter.hpp>
+#include <settingscore/value/AnyBridge.hpp>
+#include <support/CommaLocale.hpp>
 
 #include "roundtrip_support.hpp"
 
+using namespace settings::core;
+using namespace qbtest;
+
 namespace {
 
-using namespace settings::core;
-using qbtest::group;
-using qbtest::key;
-using qbtest::NodePtr;
-using qbtest::saved;
-
-RunTimeDefault ownedBy(std::string const& level, RunTimeDefault function) {
-    detail::setBelongingLevel(function, level);
-    return function;
-}
-
-/// The text of a one-key product, from the key's own tag on.
+/// The key of a one-key product as it is written, without line ends and indentation.
 std::string keyText(NodePtr const& top, std::string const& level) {
-    std::string const text = saved(top, level);
-    std::size_t const first = text.find("    <key");
-    std::size_t const last = text.rfind("</settings>");
-    return first == std::string::npos ? std::string() : text.substr(first, last - first);
+    std::string const text = std::regex_replace(saved(top, level), std::regex("\n *"), "");
+    std::size_t const first = text.find("<key");
+    return text.substr(first, text.rfind("</settings>") - first);
 }
 
-TEST(Writer, writesTheWholeFileOfAProduct) {
-    auto const plotter = boost::make_shared<SettingsImpl>(
-        "plotter", false, boost::optional<bool>(true), boost::optional<unsigned int>(2u),
-        boost::logic::tribool(boost::logic::indeterminate), Validator(), NodePtr());
-    key("lineWidth", plotter)->setAnyInternal(1.5, "user");
-    plotter->setAny("lineWidth", 1.5, "user");
-    auto const sizes = key("sizes", plotter);
-    sizes->setValueArraySizeValidator(ValueArraySizeValidator(sizes, 0, 1));
-    plotter->setAny("sizes", std::vector<int>{8, 10, 12}, "user");
-    auto const title =
-        boost::make_shared<SettingsImpl>("title", true, boost::optional<bool>(false), Validator(),
-                                         boost::logic::tribool(true), NodePtr());
-    title->setParentInternal(plotter);
-    plotter->setAny("title", ustring(u"a]]>b"), "user");
-    auto const axes = group("axes", plotter);
-    axes->setValidatorInternal(CValidator("libplotcheck", "checkAxes"));
-    auto const grid = key("grid", axes);
-    grid->initSetters(true);
-    grid->setAnyInternal(true, "user");
-    key("legend", axes)->initSetters(ustring());
-    auto const limits = key("limits", axes);
-    limits->initSetters(std::vector<double>(2));
-    limits->setValueArraySizeValidator(ValueArraySizeValidator(limits, 2, 2));
-    limits->setRunTimeDefaultInternal(
-        ownedBy("user", ZRunTimeDefault("plotter.defaults", "limits")));
-
-    EXPECT_EQ(saved(plotter, "user"),
-              R"(<?xml version="1.0" encoding="UTF-8"?>
-<settings name="plotter" visible="true" version="2" )" +
-                  Settings::settingsSchemaInfo + R"(>
-    <key name="lineWidth" visible="true">
-        <double>
-            <value>1.5</value>
-        </double>
+/// A file that is read and written again is the same, or what it is said to become.
+TEST(Writer, TextsComeBack) {
+    ParseFolder folder;
+    for (auto const& [body, written] : std::vector<std::pair<std::string, std::string>>{
+             {R"(    <key name="any" anytype="true">
     </key>
-    <key name="sizes" visible="true">
-        <int32 maxArraySize="0">
-            <value>8</value>
-            <value>10</value>
-            <value>12</value>
+    <key name="anyvalue" anytype="true">
+        <uint8>
+            <value>9</value>
+        </uint8>
+    </key>
+    <key name="own" visible="true">
+        <validationfunc type='ZENBAR' packagename='p.q' functionname='f'/>
+        <int32 minArraySize="0" maxArraySize="0">
         </int32>
     </key>
-    <key name="title" readonly="true">
+    <key name="pair">
+        <float minArraySize="2" maxArraySize="2">
+            <value>0.5</value>
+            <value>-inf</value>
+        </float>
+    </key>
+    <key name="ro" readonly="true">
+        <string undef="true">
+        </string>
+    </key>
+    <key name="title">
         <string>
             <value><![CDATA[a]]]]><![CDATA[>b]]></value>
         </string>
     </key>
-    <settings name="axes" visible="true">
-        <validationfunc type='C' packagename='libplotcheck' functionname='checkAxes'/>
-        <key name="grid" visible="true">
+    <settings name="g" readonly="true">
+        <validationfunc type='JAVA' packagename='a.B' functionname='c'/>
+        <key name="x">
             <bool>
                 <value>1</value>
             </bool>
         </key>
-        <validationfunc type='C' packagename='libplotcheck' functionname='checkAxes'/>
-        <key name="legend" visible="true">
-            <string undef="true">
-            </string>
-        </key>
-        <validationfunc type='C' packagename='libplotcheck' functionname='checkAxes'/>
-        <key name="limits" visible="true">
-            <double minArraySize="2" maxArraySize="2">
-                <runtimedefault type='ZENBAR' packagename='plotter.defaults' functionname='limits'/>
-            </double>
-        </key>
+        <validationfunc type='JAVA' packagename='a.B' functionname='c'/>
+        <settings name="h" visible="true" readonly="true">
+        </settings>
     </settings>
-</settings>
-)");
+)",
+              ""},
+             // What only a definition has is not written.
+             {"<key name=\"m\"><int8><metadata><min>0</min></metadata></int8></key>",
+              R"(    <key name="m">
+        <int8 undef="true">
+        </int8>
+    </key>
+)"},
+             // Of several validators the last counts, and it is written before each child.
+             {R"(<validationfunc type="C" packagename="l" functionname="one"/>
+<key name="m" anytype="true"><string undef="true"/></key>
+<validationfunc type="C" packagename="l" functionname="two"/>)",
+              R"(    <validationfunc type='C' packagename='l' functionname='two'/>
+    <key name="m" anytype="true">
+    </key>
+)"},
+         }) {
+        auto const top = folder.parse(fileText(body, "version=\"3\""));
+        EXPECT_EQ(saved(top, "user"), fileText(written.empty() ? body : written, "version=\"3\""));
+    }
+    EXPECT_EQ(fileText("").substr(0, 38), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
     EXPECT_EQ(Settings::settingsSchemaInfo.size(), 155u);
-    EXPECT_EQ(Settings::settingsXMLNameSpace.size(), 29u);
 }
 
-/// Decimal comma and grouped digits.
-class OddNumbers : public std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
+/// Equal to the last bit, so that a NaN is itself and the zeros differ.
+bool same(boost::any const& a, boost::any const& b) {
+    auto const* x = boost::any_cast<double>(&a);
+    auto const* y = boost::any_cast<double>(&b);
+    if (!x || !y) return settingscore::boostany::isEqual(a, b);
+    return std::signbit(*x) == std::signbit(*y) && (std::isnan(*x) ? std::isnan(*y) : *x == *y);
+}
 
-TEST(Writer, writesEachTypeInItsOwnForm) {
-    std::locale const before =
-        std::locale::global(std::locale(std::locale::classic(), new OddNumbers));
+TEST(Writer, EachTypeHasItsOwnFormAndReadsBackAsItWas) {
+    CommaLocale const comma;
+    ParseFolder folder;
     struct Case {
         boost::any value;
-        char const* tag;
-        std::vector<std::string> lines;
+        std::string tag;
+        Texts texts;
     };
-    double const infinity = std::numeric_limits<double>::infinity();
-    std::vector<Case> const cases = {
-        {static_cast<signed char>(-128), "int8", {"-128"}},
-        {static_cast<unsigned char>(65), "uint8", {"65"}},
-        {static_cast<short>(-32768), "int16", {"-32768"}},
-        {static_cast<unsigned short>(65535), "uint16", {"65535"}},
-        {-2147483647, "int32", {"-2147483647"}},
-        {4294967295u, "uint32", {"4294967295"}},
-        {std::numeric_limits<long long>::min(), "int64", {"-9223372036854775808"}},
-        {std::numeric_limits<unsigned long long>::max(), "uint64", {"18446744073709551615"}},
-        {0.1f, "float", {"0.10000000149"}},
-        {1234567.0f, "float", {"1234567"}},
-        {-std::numeric_limits<float>::infinity(), "float", {"-inf"}},
-        {0.1, "double", {"0.1"}},
-        {-0.0, "double", {"-0"}},
-        {infinity, "double", {"inf"}},
-        {std::nan(""), "double", {"nan"}},
-        {true, "bool", {"1"}},
-        {false, "bool", {"0"}},
-        {ustring(), "string", {"<![CDATA[]]>"}},
-        {ustring(u"  a\n<&\u20ac"), "string", {"<![CDATA[  a\n<&\xe2\x82\xac]]>"}},
-        {ustring(u"]]>]]>x]]>"),
-         "string",
-         {"<![CDATA[]]]]><![CDATA[>]]]]><![CDATA[>x]]]]><![CDATA[>]]>"}},
-        {std::vector<bool>{true, false, true},
-         R"(bool minArraySize="0" maxArraySize="3")",
-         {"1", "0", "1"}},
-        {std::vector<ustring>{u"a", u""},
-         R"(string minArraySize="0" maxArraySize="2")",
-         {"<![CDATA[a]]>", "<![CDATA[]]>"}},
-        {std::vector<signed char>{7}, R"(int8 minArraySize="0")", {"7"}},
-        {std::vector<int>(), R"(int32 minArraySize="0" maxArraySize="0")", {}},
-    };
-    for (auto const& test : cases) {
-        auto const top = group("p");
-        auto const node = key("k", top);
-        node->initSetters(test.value);
-        node->setAnyInternal(test.value, "user");
-        std::string const tag = test.tag;
-        std::string expected = "    <key name=\"k\" visible=\"true\">\n        <" + tag + ">\n";
-        for (auto const& line : test.lines)
-            expected += "            <value>" + line + "</value>\n";
-        expected += "        </" + tag.substr(0, tag.find(' ')) + ">\n    </key>\n";
+    for (Case const& c : std::vector<Case>{
+             {static_cast<signed char>(-128), "int8", {"-128"}},
+             {static_cast<unsigned char>(255), "uint8", {"255"}},
+             {-2147483647, "int32", {"-2147483647"}},
+             {std::numeric_limits<long long>::min(), "int64", {"-9223372036854775808"}},
+             {std::numeric_limits<unsigned long long>::max(), "uint64", {"18446744073709551615"}},
+             {0.1f, "float", {"0.10000000149"}},
+             {0.1, "double", {"0.1"}},
+             {-0.0, "double", {"-0"}},
+             {5e-324, "double", {"5e-324"}},
+             {-std::numeric_limits<double>::infinity(), "double", {"-inf"}},
+             {false, "bool", {"0"}},
+             {ustring(), "string", {"<![CDATA[]]>"}},
+             {ustring(u"  a<&\u20ac\U0001f600"), "string", {"<![CDATA[  a<&\u20ac\U0001f600]]>"}},
+             {ustring(u"]]>]]>x]]>"),
+              "string",
+              {"<![CDATA[]]]]><![CDATA[>]]]]><![CDATA[>x]]]]><![CDATA[>]]>"}},
+             {std::vector<bool>{true, false},
+              "bool minArraySize=\"0\" maxArraySize=\"2\"",
+              {"1", "0"}},
+             {std::vector<signed char>{7}, "int8 minArraySize=\"0\"", {"7"}},
+             {std::vector<int>(), "int32 minArraySize=\"0\" maxArraySize=\"0\"", {}},
+         }) {
+        auto const top = makeGroup("p");
+        makeKey("k", c.value, top);
+        std::string expected = "<key name=\"k\" visible=\"true\"><" + c.tag + ">";
+        for (auto const& text : c.texts)
+            expected += valueXml(text);
+        expected += "</" + c.tag.substr(0, c.tag.find(' ')) + "></key>";
         EXPECT_EQ(keyText(top, "user"), expected);
+        if (c.tag == "int8 minArraySize=\"0\"") continue;  // Read as a scalar.
+        EXPECT_TRUE(same(valueAt(folder.parse(saved(top, "user")), "k"), c.value)) << expected;
     }
-    std::locale::global(before);
+    std::mt19937_64 random(7);
+    std::vector<double> doubles;
+    for (int i = 0; i < 1000; ++i)
+        doubles.push_back(std::ldexp(double(random() >> 11), int(random() % 900) - 500));
+    auto const top = makeGroup("p");
+    makeKey("doubles", doubles, top);
+    makeKey("texts", std::vector<ustring>{u"", u" line\n  and\ttab", u"<![CDATA[x]]>&amp;"}, top);
+    std::string const text = saved(top, "user");
+    EXPECT_EQ(saved(folder.parse(text), "user"), text);
+    EXPECT_TRUE(same(valueAt(folder.parse(text), "doubles"), doubles));
 }
 
 /// What of a key stands in the file of a level.
-TEST(Writer, writesTheContentThatTheLevelHas) {
+TEST(Writer, WritesTheContentThatTheLevelHas) {
+    std::string const rule = "<validationfunc type='JAVA' packagename='a.B' functionname='c'/>";
+    std::string const function = "<runtimedefault type='C' packagename='l' functionname='f'/>";
+    std::string const undefined =
+        "<int32 minArraySize=\"0\" maxArraySize=\"0\" undef=\"true\"></int32>";
+    boost::any const none;
+    boost::any const list = std::vector<int>();
+    boost::any const one = std::vector<int>{1};
     struct Case {
-        char const* what;
-        void (*prepare)(NodePtr const& node);
+        boost::any first;
+        boost::any session;
+        boost::any user;
+        char const* owner;  ///< Level of the runtime default; "" for no level, "-" for no default.
         char const* level;
-        char const* attributes;
-        char const* content;
+        std::string content;
     };
-    std::vector<Case> const cases = {
-        {"value on another level",
-         [](NodePtr const& k) {
-             k->initSetters(1);
-             k->setAnyInternal(5, "session");
-         },
-         "user", "", "        <int32>\n        </int32>\n"},
-        {"value in force",
-         [](NodePtr const& k) {
-             k->initSetters(1);
-             k->setAnyInternal(5, "session");
-             k->setAnyInternal(6, "user");
-             k->setValidatorInternal(JValidator("a.B", "c"));
-         },
-         "", "", "        <int32>\n            <value>5</value>\n        </int32>\n"},
-        {"rules where no later level has a value",
-         [](NodePtr const& k) {
-             k->initSetters(1);
-             k->setAnyInternal(6, "session");
-             k->setValidatorInternal(JValidator("a.B", "c"));
-         },
-         "user", "",
-         "        <validationfunc type='JAVA' packagename='a.B' functionname='c'/>\n"
-         "        <int32>\n        </int32>\n"},
-        {"no rules where a later level has a value",
-         [](NodePtr const& k) {
-             k->initSetters(1);
-             k->setAnyInternal(6, "user");
-             k->setValidatorInternal(JValidator("a.B", "c"));
-         },
-         "session", "", "        <int32>\n        </int32>\n"},
-        {"no value at all", [](NodePtr const& k) { k->initSetters(0.5); }, "user", "",
-         "        <double undef=\"true\">\n        </double>\n"},
-        {"any length, value on another level",
-         [](NodePtr const& k) {
-             k->initSetters(std::vector<int>());
-             k->setAnyInternal(std::vector<int>{1}, "session");
-         },
-         "user", "",
-         "        <int32 minArraySize=\"0\" maxArraySize=\"0\" undef=\"true\">\n"
-         "        </int32>\n"},
-        {"any length, default of another level",
-         [](NodePtr const& k) {
-             k->initSetters(std::vector<int>());
-             k->setRunTimeDefaultInternal(ownedBy("factory", CRunTimeDefault("l", "f")));
-         },
-         "user", "",
-         "        <int32 minArraySize=\"0\" maxArraySize=\"0\" undef=\"true\">\n"
-         "        </int32>\n"},
-        {"any length, default of this level",
-         [](NodePtr const& k) {
-             k->initSetters(std::vector<int>());
-             k->setRunTimeDefaultInternal(ownedBy("user", CRunTimeDefault("l", "f")));
-         },
-         "user", "",
-         "        <int32 minArraySize=\"0\" maxArraySize=\"0\">\n"
-         "            <runtimedefault type='C' packagename='l' functionname='f'/>\n"
-         "        </int32>\n"},
-        {"scalar, default of another level",
-         [](NodePtr const& k) {
-             k->initSetters(1);
-             k->setRunTimeDefaultInternal(ownedBy("factory", JRunTimeDefault("l", "f")));
-         },
-         "user", "", "        <int32>\n        </int32>\n"},
-        {"default of no level yet, value in force",
-         [](NodePtr const& k) {
-             k->initSetters(1);
-             k->setRunTimeDefaultInternal(JRunTimeDefault("a.B", "f"));
-         },
-         "", "",
-         "        <int32>\n"
-         "            <runtimedefault type='JAVA' packagename='a.B' functionname='f'/>\n"
-         "        </int32>\n"},
-        {"any type with a value",
-         [](NodePtr const& k) {
-             k->setDataTypeIndexInternal(SettingsImpl::anyTypeIndex);
-             k->initSetters(true);
-             k->setValueWriterFcnInternal(&writeValues<ZenbarAny>);
-             k->setAnyInternal(ustring(u"x"), "user");
-         },
-         "user", " anytype=\"true\"",
-         "        <string>\n            <value><![CDATA[x]]></value>\n        </string>\n"},
-        {"any type with an array",
-         [](NodePtr const& k) {
-             k->setDataTypeIndexInternal(SettingsImpl::anyTypeIndex);
-             k->setValueWriterFcnInternal(&writeValues<ZenbarAny>);
-             k->setAnyInternal(std::vector<int>{1}, "user");
-         },
-         "user", " anytype=\"true\"",
-         "        <unsupported>\n            <value>1</value>\n        </unsupported>\n"},
-        {"any type without value, with a default",
-         [](NodePtr const& k) {
-             k->setDataTypeIndexInternal(SettingsImpl::anyTypeIndex);
-             k->setValueWriterFcnInternal(&writeValues<ZenbarAny>);
-             k->setRunTimeDefaultInternal(ownedBy("user", CRunTimeDefault("l", "f")));
-         },
-         "user", " anytype=\"true\"", ""},
-        {"nothing settled", [](NodePtr const&) {}, "user", " anytype=\"true\"", ""},
-        {"first value empty", [](NodePtr const& k) { k->initSetters(boost::any()); }, "user",
-         " anytype=\"true\"", ""},
-        {"first value empty, then one",
-         [](NodePtr const& k) {
-             k->initSetters(boost::any());
-             k->setAnyInternal(2.5, "user");
-         },
-         "user", " anytype=\"true\"",
-         "        <double>\n            <value>2.5</value>\n        </double>\n"},
-    };
-    for (auto const& test : cases) {
-        auto const top = group("p");
-        auto const node = key("k", top);
-        test.prepare(node);
-        EXPECT_EQ(keyText(top, test.level), std::string("    <key name=\"k\" visible=\"true\"") +
-                                                test.attributes + ">\n" + test.content +
-                                                "    </key>\n")
-            << test.what;
+    for (Case const& c : std::vector<Case>{
+             // Rules stand where no later level has a value.
+             {1, 5, none, "-", "user", rule + "<int32></int32>"},
+             {1, none, 5, "-", "session", "<int32></int32>"},
+             {1, 5, 6, "-", "", "<int32><value>5</value></int32>"},
+             {0.5, none, none, "-", "user", rule + "<double undef=\"true\"></double>"},
+             {list, one, none, "-", "user", rule + undefined},
+             {list, none, none, "factory", "user", rule + undefined},
+             {list, none, none, "user", "user",
+              rule + "<int32 minArraySize=\"0\" maxArraySize=\"0\">" + function + "</int32>"},
+             {1, none, none, "factory", "user", rule + "<int32></int32>"},
+             {1, none, none, "", "", "<int32>" + function + "</int32>"},
+             // Of any type.
+             {none, none, none, "-", "user", rule},
+             {none, none, none, "user", "user", rule},
+             {none, none, 2.5, "-", "user", rule + "<double><value>2.5</value></double>"},
+             {none, none, one, "-", "user", rule + "<unsupported><value>1</value></unsupported>"},
+         }) {
+        auto const top = makeGroup("p");
+        auto const key = makeKey("k", top);
+        if (c.first.empty()) {
+            key->setDataTypeIndexInternal(SettingsImpl::anyTypeIndex);
+            key->setValueWriterFcnInternal(&writeValues<ZenbarAny>);
+        } else {
+            key->initSetters(c.first);
+        }
+        key->setValidatorInternal(JValidator("a.B", "c"));
+        if (!c.session.empty()) key->setAnyInternal(c.session, "session");
+        if (!c.user.empty()) key->setAnyInternal(c.user, "user");
+        RunTimeDefault byDefault = CRunTimeDefault("l", "f");
+        detail::setBelongingLevel(byDefault, c.owner);
+        if (c.owner != std::string("-")) key->setRunTimeDefaultInternal(byDefault);
+        EXPECT_EQ(keyText(top, c.level), std::string("<key name=\"k\" visible=\"true\"") +
+                                             (c.first.empty() ? " anytype=\"true\">" : ">") +
+                                             c.content + "</key>");
     }
-}
-
-TEST(Writer, writesTheAncestorsOfABranchAndNothingBesideIt) {
-    auto const top = group("p");
-    top->setValidatorInternal(ZValidator("z", "top"));
-    auto const beside = key("beside", top);
-    auto const outer = group("outer", top);
-    auto const inner = group("inner", outer);
-    key("k", inner)->initSetters(true);
-    group("empty", inner)->setValidatorInternal(CValidator("l", "lost"));
-    std::string const head =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-        "<settings name=\"p\" visible=\"true\" " +
-        Settings::settingsSchemaInfo + ">\n";
-    std::string const line = "<validationfunc type='ZENBAR' packagename='z' functionname='top'/>\n";
-    // The line of the topmost group comes again before each node below it.
-    std::string const branch = head + "    " + line +
-                               "    <settings name=\"outer\" visible=\"true\">\n"
-                               "    " +
-                               line +
-                               "        <settings name=\"inner\" visible=\"true\">\n"
-                               "    " +
-                               line +
-                               "            <key name=\"k\" visible=\"true\">\n"
-                               "                <bool undef=\"true\">\n"
-                               "                </bool>\n"
-                               "            </key>\n"
-                               "    " +
-                               line +
-                               "            <settings name=\"empty\" visible=\"true\">\n"
-                               "            </settings>\n"
-                               "        </settings>\n"
-                               "    </settings>\n"
-                               "</settings>\n";
-    EXPECT_EQ(saved(outer, "user"), branch);
-    // A walk that starts at the inner group opens the outer one on its way, once.
-    std::string const outerTag = "<settings name=\"outer\" visible=\"true\">\n";
-    std::string fromInner = branch;
-    fromInner.erase(fromInner.find(outerTag) + outerTag.size(), 4 + line.size());
-    EXPECT_EQ(saved(inner, "user"), fromInner);
-    EXPECT_EQ(saved(top, "user"),
-              head + "    " + line +
-                  "    <key name=\"beside\" visible=\"true\" anytype=\"true\">\n"
-                  "    </key>\n" +
-                  branch.substr(head.size()));
-    EXPECT_EQ(
-        saved(group("bare"), "user"),
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<settings name=\"bare\" visible=\"true\" " +
-            Settings::settingsSchemaInfo + ">\n</settings>\n");
-}
-
-TEST(Writer, exportWalkWritesNoGroupValidators) {
-    auto const top = group("p");
-    top->setValidatorInternal(ZValidator("z", "top"));
-    auto const inner = group("inner", top);
-    auto const node = key("k", inner);
-    node->initSetters(1);
-    node->setValidatorInternal(CValidator("l", "own"));
-    key("a", top)->initSetters(1);
     std::ostringstream stream;
     boost::shared_lock<boost::shared_mutex> const lock(SettingsImpl::mutexToRoot());
-    top->saveAll(lock, stream, 1, "user");
-    EXPECT_EQ(stream.str(),
-              "    <settings name=\"p\" visible=\"true\">\n"
-              "        <key name=\"a\" visible=\"true\">\n"
-              "            <int32 undef=\"true\">\n"
-              "            </int32>\n"
-              "        </key>\n"
-              "        <settings name=\"inner\" visible=\"true\">\n"
-              "            <key name=\"k\" visible=\"true\">\n"
-              "                <validationfunc type='C' packagename='l' functionname='own'/>\n"
-              "                <int32 undef=\"true\">\n"
-              "                </int32>\n"
-              "            </key>\n"
-              "        </settings>\n"
-              "    </settings>\n");
-}
-
-TEST(Writer, refusesAnUnknownLevelAndWritesNothing) {
-    std::ostringstream stream;
-    boost::shared_lock<boost::shared_mutex> const lock(SettingsImpl::mutexToRoot());
-    SaveSettingsFunctor const save(lock);
-    EXPECT_THROW(save(group("p"), stream, "User"), exception::UnSupportedLevel);
+    EXPECT_THROW(SaveSettingsFunctor{lock}(makeGroup("p"), stream, "User"),
+                 exception::UnSupportedLevel);
     EXPECT_EQ(stream.str(), "");
 }
 
-TEST(Writer, walksOverOneTreeDoNotDisturbEachOther) {
-    auto const top = group("p");
-    std::vector<NodePtr> groups;
-    for (int i = 0; i < 20; ++i) {
-        groups.push_back(group("g" + std::to_string(i), top));
-        for (int k = 0; k < 5; ++k) {
-            auto const node = key("k" + std::to_string(k), groups.back());
-            node->initSetters(k);
-            node->setAnyInternal(k, "user");
-        }
-    }
+TEST(Writer, WritesTheAncestorsOfABranchAndNothingBesideIt) {
+    auto const top = makeGroup("p");
+    top->setValidatorInternal(ZValidator("z", "top"));
+    makeKey("beside", top);
+    auto const outer = makeGroup("outer", top);
+    auto const inner = makeGroup("inner", outer);
+    makeKey("k", inner)->initSetters(true);
+    inner->getChildImpl("k")->setValidatorInternal(CValidator("l", "own"));
+    makeGroup("empty", inner)->setValidatorInternal(CValidator("l", "lost"));
+    // The line of the topmost group comes again before each node below it.
+    std::string const line =
+        "    <validationfunc type='ZENBAR' packagename='z' functionname='top'/>\n";
+    std::string const outerTag = "    <settings name=\"outer\" visible=\"true\">\n";
+    std::string const innerLines = R"(        <settings name="inner" visible="true">
+)" + line + R"(            <key name="k" visible="true">
+                <validationfunc type='C' packagename='l' functionname='own'/>
+                <bool undef="true">
+                </bool>
+            </key>
+)" + line + R"(            <settings name="empty" visible="true">
+            </settings>
+        </settings>
+    </settings>
+)";
+    auto const file = [](std::string const& lines) { return fileText(lines, "visible=\"true\""); };
+    EXPECT_EQ(saved(outer, "user"), file(line + outerTag + line + innerLines));
+    // A walk that starts at the inner group opens the outer one on its way, once.
+    EXPECT_EQ(saved(inner, "user"), file(line + outerTag + innerLines));
+    EXPECT_EQ(
+        saved(top, "user"),
+        file(line + "    <key name=\"beside\" visible=\"true\" anytype=\"true\">\n    </key>\n" +
+             line + outerTag + line + innerLines));
+    // An export writes no group's validators.
+    std::string plain = outerTag + innerLines;
+    for (std::size_t at; (at = plain.find(line)) != std::string::npos;)
+        plain.erase(at, line.size());
+    std::ostringstream stream;
+    boost::shared_lock<boost::shared_mutex> const lock(SettingsImpl::mutexToRoot());
+    outer->saveAll(lock, stream, 1, "user");
+    EXPECT_EQ(stream.str(), plain);
+}
+
+/// What is written for a level must not hide what later levels give.
+TEST(Writer, AUserFileWithoutAValueLeavesTheFactoryValue) {
+    ParseFolder folder;
+    auto const factory = folder.parse(
+        fileText(keyXml("list", "int32", valueXml("4"), " minArraySize=\"0\" maxArraySize=\"0\"") +
+                 intKey("one", "4")));
+    bool merged = false;
+    ustring errors;
+    auto const merge = [&](NodePtr const& target, NodePtr const& src, char const* level) {
+        return SettingsImpl::mergeSettingsObject(target, src, level, &merged, errors, u"f");
+    };
+    auto const product = merge(makeGroup("p"), factory, "factory");
+    std::string const text = saved(product, "user");
+    auto const user = folder.parse(text);
+    EXPECT_TRUE(valueAt(user, "list").empty());
+    EXPECT_TRUE(valueAt(user, "one").empty());
+    auto const again = merge(product, user, "user");
+    EXPECT_EQ(errors, ustring());
+    EXPECT_EQ(valueOf<std::vector<int>>(again, "list"), std::vector<int>{4});
+    EXPECT_EQ(saved(again, "user"), text);
+}
+
+TEST(Writer, WalksOverOneTreeDoNotDisturbEachOther) {
+    auto const top = makeGroup("p");
+    for (int i = 0; i < 100; ++i)
+        makeKey("k", i, makeGroup("g" + std::to_string(i), top));
+    NodePtr const branch = top->getChildImpl("g3");
     std::string const whole = saved(top, "user");
-    std::string const part = saved(groups[3], "user");
-    std::atomic<int> damaged{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] {
-            for (int i = 0; i < 100; ++i) {
-                bool const good =
-                    t % 2 ? saved(top, "user") == whole : saved(groups[3], "user") == part;
-                if (!good) ++damaged;
-            }
-        });
-    }
-    for (auto& thread : threads)
-        thread.join();
-    EXPECT_EQ(damaged, 0);
+    std::string const part = saved(branch, "user");
+    concurrently(4, [&](int thread) {
+        for (int i = 0; i < 100; ++i)
+            EXPECT_TRUE(thread % 2 ? saved(top, "user") == whole : saved(branch, "user") == part);
+    });
 }
 
 }  // namespace

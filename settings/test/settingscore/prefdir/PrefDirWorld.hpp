@@ -1,63 +1,36 @@
 #pragma once
 
-#include <cstdio>
-#include <cstdlib>
-#include <exception>
-#include <filesystem>
-#include <optional>
+#include <map>
 #include <string>
 
-#include <gtest/gtest.h>
-#include <settingscore/host/UString.hpp>
+#include <qbhost/QbHost.hpp>
 #include <settingscore/prefdir/PreferencesDirectory.hpp>
 
-#include "../../support/TempFolder.hpp"
+#include "../../support/TempWorld.hpp"
 
 namespace qbtest {
 
+using Tree = std::map<std::string, std::string>;
+
 /// A home folder of its own, with nothing else in the environment that chooses a preference
-/// directory.
-class PrefDirWorld : public ::testing::Test {
+/// directory, and the texts that reach the console.
+class PrefDirWorld : public TempWorld {
 protected:
     PrefDirWorld() {
-        // Directories that are found once per process need a process per test.
         GTEST_FLAG_SET(death_test_style, "threadsafe");
-        folder_.emplace();
-        std::filesystem::create_directories(home());
-        environment().set("HOME", home().string());
-        for (char const* name : {"ZENBAR_PREFDIR", "DISABLE_PREFCOPY3RELEASES", "SETTINGS_USERDIR",
-                                 "SETTINGS_FACTORYDIR", "SETTINGS_WORKGROUPDIR"}) {
+        for (char const* name : {"SETTINGS_USERDIR", "SETTINGS_FACTORYDIR"})
             environment().unset(name);
-        }
+        qbhost::setConsole([this](std::string const& text) { console_ += text; }, {});
     }
-    ~PrefDirWorld() override { settings::core::setPreferencesDirectoryUStr({}); }
-
-    std::filesystem::path folder() const { return folder_->path(); }
-    std::filesystem::path home() const { return folder() / "home"; }
-    std::filesystem::path releaseDir(std::string const& label) const {
-        return home() / ".zenbar" / label;
+    ~PrefDirWorld() override {
+        settings::core::setPreferencesDirectoryUStr({});
+        qbhost::setConsole({}, {});
     }
-    ScopedEnvironment& environment() { return environment_; }
+    auto releaseDir(std::string const& label) const { return homeDir() / ".zenbar" / label; }
+    auto current() const { return releaseDir("K7716p"); }
+    auto previous() const { return releaseDir("K7715q"); }
 
-    /// For a process that ends before the fixture does.
-    void removeFolder() { folder_.reset(); }
-    /// The last act of a process that a death test started: runs the checks and leaves with 0 if
-    /// they held.
-    template <class Checks>
-    [[noreturn]] void checkAndLeave(Checks const& checks) {
-        try {
-            checks();
-        } catch (std::exception const& error) {
-            ADD_FAILURE() << error.what();
-        }
-        removeFolder();
-        std::fflush(nullptr);
-        std::_Exit(HasFailure() ? 1 : 0);
-    }
-
-private:
-    std::optional<TempFolder> folder_;
-    ScopedEnvironment environment_;
+    std::string console_;
 };
 
 }  // namespace qbtest

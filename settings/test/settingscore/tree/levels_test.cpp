@@ -1,7 +1,3 @@
-#include <limits>
-#include <string>
-#include <vector>
-
 #include <settingscore/persistence/SettingsLevelManager.hpp>
 
 #include "TreeWorld.hpp"
@@ -11,75 +7,45 @@ using namespace qbtest;
 
 namespace {
 
-class LevelsTest : public TreeWorld {
-protected:
-    boost::shared_ptr<SettingsLevelManager> const manager_ =
-        SettingsLevelManager::getSettingsLevelManagerInstance();
-};
+class LevelsTest : public TreeWorld {};
 
-TEST_F(LevelsTest, EachLevelAnswersForItself) {
-    struct Row {
-        char const* name;
-        bool modifiable;
-        bool hasFile;
-        bool factory;
-        bool user;
-        std::filesystem::path folder;
-    };
-    std::vector<Row> const rows = {{"session", true, false, false, false, {}},
-                                   {"user", true, true, false, true, userDir()},
-                                   {"factory", false, true, true, false, factoryDir()}};
+TEST_F(LevelsTest, ThreeNamesAreLevels) {
+    auto const manager = SettingsLevelManager::getSettingsLevelManagerInstance();
     SettingsLevel const* level = SettingsLevelManager::getSettingsLevelObjs();
-    for (Row const& row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(level->levelName(), row.name);
-        EXPECT_EQ(level->canBeModified(), row.modifiable);
-        EXPECT_EQ(level->canHaveFile(), row.hasFile);
-        EXPECT_EQ(manager_->isWritableLevel(row.name), row.hasFile);
-        EXPECT_EQ(level->isFactoryLevel(), row.factory);
-        EXPECT_EQ(level->isUserLevel(), row.user);
-        EXPECT_FALSE(level->isWorkgroupLevel());
-        EXPECT_EQ(level->levelRootPath(), toUString(row.folder));
-        EXPECT_EQ(manager_->getSettingsLevelByName(row.name), level);
-        EXPECT_TRUE(manager_->isValidLevel(row.name));
+    auto const check = [&](char const* name, char const* traits,
+                           std::filesystem::path const& path) {
+        EXPECT_EQ(manager->getSettingsLevelByName(name), level);
+        EXPECT_EQ(level->levelName(), name);
+        EXPECT_EQ(level->levelRootPath(), toUString(path));
+        EXPECT_EQ(std::string(level->canBeModified() ? "modified " : "") +
+                      (level->canHaveFile() ? "filed " : "") +
+                      (level->isUserLevel() ? "user " : "") +
+                      (level->isFactoryLevel() ? "factory " : "") +
+                      (level->isWorkgroupLevel() ? "workgroup " : ""),
+                  traits);
+        EXPECT_EQ(manager->isWritableLevel(name), level->canHaveFile());
+        EXPECT_TRUE(manager->isValidLevel(name));
         ++level;
+    };
+    check("session", "modified ", {});
+    check("user", "modified filed user ", userDir());
+    check("factory", "filed factory ", factoryDir());
+    EXPECT_EQ(manager->getAllLevelNames(), (Texts{"session", "user", "factory"}));
+    for (char const* name : {"", "User", "users", "use", "workgroup"}) {
+        EXPECT_FALSE(manager->isValidLevel(name) || manager->isWritableLevel(name)) << name;
+        EXPECT_EQ(manager->getSettingsLevelByName(name), nullptr);
+        expectThrow<exception::UnSupportedLevel>([&] { implRoot()->validateLevelName(name); },
+                                                 [](auto const& e) {
+                                                     EXPECT_EQ(e.getSupportedLevelList(),
+                                                               "session, user, factory, \n");
+                                                 });
     }
-    EXPECT_EQ(manager_->getAllLevelNames(), (Texts{"session", "user", "factory"}));
-    EXPECT_EQ(SettingsLevelManager::getLastLevelName(), "factory");
-    EXPECT_EQ(SettingsLevelManager::getSettingsLevelManagerInstance(), manager_);
-}
-
-TEST_F(LevelsTest, OtherNamesAreNoLevels) {
-    for (char const* name : {"", "User", "users", "use", "workgroup", "nonsense"}) {
-        SCOPED_TRACE(name);
-        EXPECT_FALSE(manager_->isValidLevel(name));
-        EXPECT_FALSE(manager_->isWritableLevel(name));
-        EXPECT_EQ(manager_->getSettingsLevelByName(name), nullptr);
-        Node const node = makeGroup("g");
-        expectThrow<exception::UnSupportedLevel>(
-            [&] { node->validateLevelName(name); },
-            [&](auto const& error) {
-                EXPECT_STREQ(error.what(), "The level specified is not a supported level.");
-                EXPECT_EQ(error.getObjectInvovled(), node);
-                EXPECT_EQ(error.getInputLevel(), name);
-                EXPECT_EQ(error.getSupportedLevelList(), "session, user, factory, \n");
-            });
-    }
-    Texts const asked = {"user", "nonsense", "session", "user"};
-    std::vector<SettingsLevel const*> const found =
-        manager_->getSettingsLevelByNameVec(asked.begin(), asked.end());
-    SettingsLevel const* const user = manager_->getSettingsLevelByName("user");
-    EXPECT_EQ(found, (std::vector<SettingsLevel const*>{
-                         user, nullptr, manager_->getSettingsLevelByName("session"), user}));
-}
-
-TEST_F(LevelsTest, AChangedEnvironmentIsSeenByTheNextQuestion) {
-    SettingsLevel const* const user = manager_->getSettingsLevelByName("user");
+    SettingsLevel const* const user = manager->getSettingsLevelByName("user");
+    Texts const asked = {"user", "nonsense", "user"};
+    EXPECT_EQ(manager->getSettingsLevelByNameVec(asked.begin(), asked.end()),
+              (std::vector<SettingsLevel const*>{user, nullptr, user}));
     environment().set("SETTINGS_USERDIR", (folder() / "elsewhere").string());
     EXPECT_EQ(user->levelRootPath(), toUString(folder() / "elsewhere"));
-    environment().set("SETTINGS_USERDIR", userDir().string());
-    user->initRootPath();
-    EXPECT_EQ(user->levelRootPath(), toUString(userDir()));
 }
 
 }  // namespace

@@ -1,120 +1,95 @@
 #include <settingscore/value/AnyBridge.hpp>
 
 #include <cmath>
-#include <limits>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <boost/mpl/size.hpp>
+#include <settingscore/value/MakeAny.hpp>
 #include <settingscore/value/TypeName.hpp>
 
 namespace settingscore::boostany {
 namespace {
 
-double const nan = std::numeric_limits<double>::quiet_NaN();
+using Ints = std::vector<int>;
+using Texts = std::vector<ustring>;
+
+template <class... Values>
+std::vector<boost::any> all(Values const&... values) {
+    return {boost::any(values)...};
+}
 
 /// Tells which form of the call a visitor gets, and for what type.
-struct CallRecorder {
+struct Recorder {
     using result_type = std::string;
-    std::string operator()() const { return "nothing"; }
+    std::string operator()() const { return "void"; }
     template <class T>
     std::string operator()(T const&) const {
         return ValueTraits<T>::name;
     }
 };
 
+/// Counts its calls and gives nothing.
 struct Counter {
     int calls = 0;
-    void operator()() { ++calls; }
-    template <class T>
-    void operator()(T const&) {
+    template <class... T>
+    void operator()(T const&...) {
         ++calls;
     }
 };
 
-struct IndexCollector {
-    std::vector<unsigned long> indexes;
+struct Indexes {
+    std::string text;
     template <class T>
     void operator()(detail::AnyTypeWrapper<T>) {
-        indexes.push_back(ValueTraits<T>::index);
+        text += std::to_string(ValueTraits<T>::index) + ' ';
     }
 };
-
-struct ListedName {
-    unsigned long index;
-    std::string name;
-    boost::any value;
-};
-
-std::vector<ListedName> const& listedTypes() {
-    static std::vector<ListedName> const all = {
-        {0, "void", boost::any()},
-        {1, "string", ustring(u"z\u00e4\0b", 4)},
-        {2, "bool", true},
-        {3, "int8", static_cast<signed char>(-7)},
-        {4, "uint8", static_cast<unsigned char>(200)},
-        {5, "int16", static_cast<short>(-300)},
-        {6, "uint16", static_cast<unsigned short>(60000)},
-        {7, "int32", -70000},
-        {8, "uint32", 4000000000u},
-        {9, "int64", -5000000000ll},
-        {10, "uint64", 18446744073709551615ull},
-        {11, "float", 0.1f},
-        {12, "double", -0.1},
-        {13, "array of string", std::vector<ustring>{u"", u"x"}},
-        {14, "array of bool", std::vector<bool>{true, false, true}},
-        {15, "array of int8", std::vector<signed char>{1, -1}},
-        {16, "array of uint8", std::vector<unsigned char>{1, 255}},
-        {17, "array of int16", std::vector<short>{-1}},
-        {18, "array of uint16", std::vector<unsigned short>{1}},
-        {19, "array of int32", std::vector<int>{}},
-        {20, "array of uint32", std::vector<unsigned int>{1, 2}},
-        {21, "array of int64", std::vector<long long>{1, 2}},
-        {22, "array of uint64", std::vector<unsigned long long>{1, 2}},
-        {23, "array of float", std::vector<float>{1, 2}},
-        {24, "array of double", std::vector<double>{1, 2}},
-    };
-    return all;
-}
-
-std::vector<boost::any> unlistedValues() {
-    char const* const narrow = "text";
-    return {1l,
-            1ul,
-            'c',
-            L'w',
-            std::string("text"),
-            narrow,
-            std::vector<long>{1},
-            boost::any(ListedName{})};
-}
 
 TEST(SupportedTypes, KeepTheirPlacesNamesAndValues) {
-    ASSERT_EQ(listedTypes().size(), 25u);
-    static_assert(boost::mpl::size<SupportedTypes>::value == 25);
-    for (ListedName const& row : listedTypes()) {
-        SCOPED_TRACE(row.name);
-        EXPECT_TRUE(isSupported(row.value));
-        EXPECT_EQ(detail::typeIndexOf(row.value.type()), row.index);
-        CallRecorder recorder;
-        EXPECT_EQ(applyVisitor(recorder, row.value, true), row.index ? row.name : "nothing");
-
-        SupportedVariant const variant = convertAnyToVariant(row.value);
-        EXPECT_EQ(static_cast<unsigned long>(variant.which()), row.index);
-        boost::any const back = convertVariantToAny(variant);
-        EXPECT_TRUE(back.type() == row.value.type());
-        EXPECT_TRUE(isEqual(back, row.value));
-
-        detail::CreateAny const copier;
-        boost::any const copy = applyVisitor(copier, row.value, true);
-        EXPECT_TRUE(copy.type() == row.value.type());
-        EXPECT_TRUE(isEqual(row.value, copy));
+    auto const values = all(
+        boost::any(), ustring(u"z\u00e4\0b", 4), true, static_cast<signed char>(-7),
+        static_cast<unsigned char>(200), static_cast<short>(-300),
+        static_cast<unsigned short>(60000), -70000, 4000000000u, -5000000000ll,
+        18446744073709551615ull, 0.1f, -0.1, Texts{u"", u"x"}, std::vector<bool>{true, false},
+        std::vector<signed char>{1, -1}, std::vector<unsigned char>{1, 255}, std::vector<short>{-1},
+        std::vector<unsigned short>{1}, std::vector<int>{}, std::vector<unsigned int>{1, 2},
+        std::vector<long long>{1, 2}, std::vector<unsigned long long>{1, 2},
+        std::vector<float>{1, 2}, std::vector<double>{1, 2});
+    std::string names;
+    std::string places;
+    for (boost::any const& value : values) {
+        Recorder recorder;
+        names += applyVisitor(recorder, value, true) + '|';
+        SupportedVariant const variant = convertAnyToVariant(value);
+        places += std::to_string(variant.which()) + ' ';
+        detail::CreateAny copier;
+        for (boost::any const& copy :
+             {convertVariantToAny(variant), applyVisitor(copier, value, true)}) {
+            EXPECT_TRUE(copy.type() == value.type()) << names;
+            EXPECT_TRUE(isEqual(copy, value) && isSupported(copy)) << names;
+        }
     }
+    EXPECT_EQ(names,
+              "void|string|bool|int8|uint8|int16|uint16|int32|uint32|int64|uint64|float|"
+              "double|array of string|array of bool|array of int8|array of uint8|"
+              "array of int16|array of uint16|array of int32|array of uint32|"
+              "array of int64|array of uint64|array of float|array of double|");
+    EXPECT_EQ(places, "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24 ");
+    Indexes walk;
+    ForEachSupportedType<detail::AnyTypeWrapper>(walk);
+    EXPECT_EQ(walk.text, places);
+    Counter counter;
+    applyVisitor(counter, boost::any(), true);
+    applyVisitor(counter, 2.5, true);
+    EXPECT_EQ(counter.calls, 2);
 }
 
 TEST(SupportedTypes, RefuseTypesThatOnlyLookAlike) {
-    for (boost::any const& value : unlistedValues()) {
+    char const* const narrow = "text";
+    for (boost::any const& value : std::vector<boost::any>{
+             1l, 1ul, 'c', L'w', std::string("text"), narrow, std::vector<long>{1}, Counter()}) {
         SCOPED_TRACE(settings::core::getReadableName(value.type()));
         EXPECT_FALSE(isSupported(value));
         Counter counter;
@@ -133,74 +108,43 @@ TEST(SupportedTypes, RefuseTypesThatOnlyLookAlike) {
                          "settingscore::boostany::SupportedTypes.");
         }
     }
-}
-
-TEST(SupportedTypes, AreWalkedInOrder) {
-    IndexCollector collector;
-    ForEachSupportedType<detail::AnyTypeWrapper>(collector);
-    ASSERT_EQ(collector.indexes.size(), 25u);
-    for (unsigned long i = 0; i < 25; ++i)
-        EXPECT_EQ(collector.indexes[i], i);
-
-    std::vector<std::string> names;
-    forEachElementType(
-        [&names](auto tag) { names.push_back(ValueTraits<typename decltype(tag)::Type>::name); });
-    ASSERT_EQ(names.size(), 12u);
-    for (unsigned long i = 0; i < 12; ++i)
-        EXPECT_EQ(names[i], listedTypes()[i + 1].name);
-}
-
-TEST(ApplyVisitor, CallsAVisitorWithoutResultOnce) {
-    Counter counter;
-    applyVisitor(counter, boost::any(), true);
-    applyVisitor(counter, 2.5, true);
-    EXPECT_EQ(counter.calls, 2);
+    EXPECT_EQ(settings::core::getReadableName(typeid(std::vector<int>)),
+              "std::vector<int, std::allocator<int> >");
 }
 
 TEST(IsEqual, ComparesWithoutConversionOrTolerance) {
+    double const nan = std::nan("");
     std::vector<bool> bits(65);
     std::vector<bool> otherBits = bits;
     otherBits.back() = true;
-    struct Row {
-        char const* name;
-        boost::any a;
-        boost::any b;
-        bool equal;
-    };
-    Row const rows[] = {
-        {"nothing", boost::any(), boost::any(), true},
-        {"nothing and something", boost::any(), 0, false},
-        {"something and nothing", 0, boost::any(), false},
-        {"types differ", 1, 1.0, false},
-        {"widths differ", 1.5f, 1.5, false},
-        {"scalar and array", 1, std::vector<int>{1}, false},
-        {"numbers", 5ll, 5ll, true},
-        {"signs of zero", 0.0, -0.0, true},
-        {"NaN", nan, nan, false},
-        {"arrays with NaN", std::vector<double>{nan}, std::vector<double>{nan}, false},
-        {"neighbours", 0.1, std::nextafter(0.1, 1), false},
-        {"strings", ustring(u"ab"), ustring(u"ab"), true},
-        {"strings in case", ustring(u"ab"), ustring(u"aB"), false},
-        {"strings in length", ustring(u"ab"), ustring(u"ab\0", 3), false},
-        {"arrays", std::vector<int>{1, 2}, std::vector<int>{1, 2}, true},
-        {"arrays in length", std::vector<int>{1}, std::vector<int>{1, 2}, false},
-        {"arrays in order", std::vector<int>{1, 2}, std::vector<int>{2, 1}, false},
-        {"bits", bits, bits, true},
-        {"bits in the last place", bits, otherBits, false},
-    };
-    for (Row const& row : rows) {
-        EXPECT_EQ(isEqual(row.a, row.b), row.equal) << row.name;
-        EXPECT_EQ(isEqual(row.b, row.a), row.equal) << row.name;
+    auto const rows =
+        all(boost::any(), boost::any(), 5ll, 5ll, 0.0, -0.0, ustring(u"ab"), ustring(u"ab"),
+            Ints{1, 2}, Ints{1, 2}, bits, bits,
+            // From here on nothing is equal.
+            boost::any(), 0, 1, 1.0, 1.5f, 1.5, 1, Ints{1}, nan, nan, std::vector<double>{nan},
+            std::vector<double>{nan}, 0.1, std::nextafter(0.1, 1), ustring(u"ab"), ustring(u"aB"),
+            ustring(u"ab"), ustring(u"ab\0", 3), Ints{1}, Ints{1, 2}, Ints{1, 2}, Ints{2, 1}, bits,
+            otherBits);
+    for (std::size_t i = 0; i < rows.size(); i += 2) {
+        EXPECT_EQ(isEqual(rows[i], rows[i + 1]), i < 12) << "pair " << i / 2;
+        EXPECT_EQ(isEqual(rows[i + 1], rows[i]), i < 12) << "pair " << i / 2;
     }
     boost::any const held = nan;
-    EXPECT_TRUE(isEqual(held, held));
-    EXPECT_FALSE(isEqual(held, boost::any(held)));
+    EXPECT_TRUE(isEqual(held, held)) << "an object always equals itself";
 }
 
-TEST(ReadableName, IsTheNameInTheSource) {
-    EXPECT_EQ(settings::core::getReadableName(typeid(std::vector<int>)),
-              "std::vector<int, std::allocator<int> >");
-    EXPECT_EQ(settings::core::getReadableName(typeid(unsigned long)), "unsigned long");
+TEST(MakeAny, ChoosesASupportedTypeForEveryUsualOne) {
+    std::vector<bool> bits{true};
+    auto const made = all(makeAny(7), makeAny(std::int64_t(-5)), makeAny(std::size_t(5)),
+                          makeAny(std::vector<std::int64_t>{1, -2}), makeAny("caf\xc3\xa9"),
+                          makeAny(std::string("a\0b", 3)), makeAny(u"wide"),
+                          makeAny(std::vector<std::string>{"a", ""}),
+                          makeAny(std::vector<char const*>{"a"}), makeAny(bits[0]), makeAny(bits));
+    auto const expected =
+        all(7, -5ll, 5ull, std::vector<long long>{1, -2}, ustring(u"caf\u00e9"),
+            ustring(u"a\0b", 3), ustring(u"wide"), Texts{u"a", u""}, Texts{u"a"}, true, bits);
+    for (std::size_t i = 0; i < made.size(); ++i)
+        EXPECT_TRUE(isEqual(expected[i], made[i])) << "row " << i;
 }
 
 }  // namespace

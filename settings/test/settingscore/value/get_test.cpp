@@ -13,7 +13,7 @@
 #include <settingscore/value/AnyBridge.hpp>
 #include <settingscore/value/ConvertVector.hpp>
 
-#include "CommaLocale.hpp"
+#include "../../support/CommaLocale.hpp"
 
 namespace settingscore::boostany {
 namespace {
@@ -34,244 +34,162 @@ std::string shown(std::vector<T> const& values) {
     return text + "]";
 }
 
-/// Name of the failure that is being handled.
-std::string currentFailure() {
+/// The text of the failure with which `action` ends, nothing if it does not fail.
+template <class Action>
+std::string failureOf(Action const& action) {
     try {
-        throw;
+        action();
     } catch (detail::TypeNotMatch const& e) {
-        EXPECT_STREQ(e.what(), "The desired type does not match the current type.");
-        return "TypeNotMatch";
+        return e.what();
     } catch (detail::EmptyVectorCastToScalar const& e) {
-        EXPECT_STREQ(e.what(), "empty vector cannot be used to initialize a scalar.");
-        return "EmptyVector";
+        return e.what();
     } catch (UnsupportedAnyType const&) {
-        return "Unsupported";
-    } catch (boost::numeric::positive_overflow const& e) {
-        EXPECT_STREQ(e.what(), "bad numeric conversion: positive overflow");
-        return "too high";
-    } catch (boost::numeric::negative_overflow const& e) {
-        EXPECT_STREQ(e.what(), "bad numeric conversion: negative overflow");
-        return "too low";
+        return "unsupported";
+    } catch (boost::numeric::bad_numeric_cast const& e) {
+        return e.what();
     } catch (boost::bad_lexical_cast const& e) {
-        EXPECT_STREQ(e.what(),
-                     "bad lexical cast: source type value could not be interpreted as target");
-        return "bad cast";
+        return e.what();
     } catch (std::exception const& e) {
         return typeid(e) == typeid(std::exception) ? "exception" : typeid(e).name();
     }
+    return "";
 }
+
+char const* const refused = "The desired type does not match the current type.";
+char const* const empty = "empty vector cannot be used to initialize a scalar.";
+char const* const high = "bad numeric conversion: positive overflow";
+char const* const low = "bad numeric conversion: negative overflow";
+char const* const bad = "bad lexical cast: source type value could not be interpreted as target";
 
 template <class T>
 std::string got(boost::any const& value, bool allowConversion) {
-    try {
-        return shown(get<T>(value, allowConversion));
-    } catch (...) {
-        return currentFailure();
-    }
+    std::string text;
+    std::string const failure = failureOf([&] { text = shown(get<T>(value, allowConversion)); });
+    return text + failure;
 }
 
-/// A read in both modes: without conversion, and with it.
-struct Row {
-    std::string strict;
-    std::string converting;
-    char const* expectedStrict;
-    char const* expectedConverting;
-};
-
-template <class T>
-Row read(boost::any const& value, char const* strict, char const* converting) {
-    return {got<T>(value, false), got<T>(value, true), strict, converting};
+/// Reads values, each followed by what is to come of it, as a T: for those that need no conversion,
+/// or fail with and without it, in both modes.
+template <class T, class Value, class... More>
+void read(Value const& value, char const* expected, More const&... more) {
+    EXPECT_EQ(got<T>(value, false), expected);
+    EXPECT_EQ(got<T>(value, true), expected);
+    if constexpr (sizeof...(more) > 0) read<T>(more...);
 }
 
-void check(std::vector<Row> const& rows) {
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        EXPECT_EQ(rows[i].strict, rows[i].expectedStrict) << "row " << i;
-        EXPECT_EQ(rows[i].converting, rows[i].expectedConverting) << "row " << i;
-    }
+/// The same for those that need conversion.
+template <class T, class Value, class... More>
+void convert(Value const& value, char const* expected, More const&... more) {
+    EXPECT_EQ(got<T>(value, false), refused) << expected;
+    EXPECT_EQ(got<T>(value, true), expected);
+    if constexpr (sizeof...(more) > 0) convert<T>(more...);
 }
 
-ustring text(char const* narrow) { return qf::i18n::to_ustring(narrow); }
+using Ints = std::vector<int>;
+using Bits = std::vector<bool>;
+using Bytes = std::vector<unsigned char>;
+using Shorts = std::vector<short>;
+using Texts = std::vector<ustring>;
 
 TEST(Get, ChangesTheShapeInBothModesAndTheElementTypeInOne) {
-    using Ints = std::vector<int>;
-    using Bits = std::vector<bool>;
-    using Texts = std::vector<ustring>;
-    check({
-        read<int>(7, "7", "7"),
-        read<Ints>(Ints{1, 2}, "[1, 2]", "[1, 2]"),
-        read<double>(1, "TypeNotMatch", "1"),
-        read<Ints>(1, "[1]", "[1]"),
-        read<Ints>(static_cast<short>(1), "TypeNotMatch", "[1]"),
-        read<int>(Ints{3}, "3", "3"),
-        read<int>(Ints{}, "EmptyVector", "EmptyVector"),
-        read<int>(Ints{1, 2}, "EmptyVector", "EmptyVector"),
-        read<double>(Ints{}, "EmptyVector", "EmptyVector"),
-        read<double>(Ints{1, 2}, "EmptyVector", "EmptyVector"),
-        read<double>(Ints{4}, "TypeNotMatch", "4"),
-        read<Ints>(std::vector<short>{}, "TypeNotMatch", "[]"),
-        read<Ints>(std::vector<short>{3, -1}, "TypeNotMatch", "[3, -1]"),
-        read<std::vector<unsigned char>>(Ints{1, 256}, "TypeNotMatch", "too high"),
-        read<Bits>(true, "[1]", "[1]"),
-        read<bool>(Bits{true}, "TypeNotMatch", "1"),
-        read<bool>(Bits{}, "EmptyVector", "EmptyVector"),
-        read<bool>(Bits{true, true}, "EmptyVector", "EmptyVector"),
-        read<signed char>(Bits{true}, "TypeNotMatch", "1"),
-        read<std::vector<unsigned char>>(Bits{false, true}, "TypeNotMatch", "[0, 1]"),
-        read<Texts>(Bits{false, true}, "TypeNotMatch", "['0', '1']"),
-        read<Bits>(Texts{u"0", u"+1"}, "TypeNotMatch", "[0, 1]"),
-        read<ustring>(Bits{true}, "TypeNotMatch", "'1'"),
-        read<ustring>(text("x"), "'x'", "'x'"),
-        read<Texts>(text("x"), "['x']", "['x']"),
-        read<ustring>(Texts{u"x"}, "'x'", "'x'"),
-        read<std::vector<double>>(Texts{u"1.5", u"x"}, "TypeNotMatch", "bad cast"),
-        read<int>(boost::any(), "exception", "exception"),
-        read<Texts>(boost::any(), "exception", "exception"),
-        read<int>(1l, "Unsupported", "Unsupported"),
-        read<ustring>(std::string("x"), "Unsupported", "Unsupported"),
-    });
+    read<int>(7, "7", Ints{3}, "3", Ints{}, empty, Ints{1, 2}, empty, 1l, "unsupported",
+              boost::any(), "exception");
+    read<Ints>(Ints{1, 2}, "[1, 2]", 1, "[1]", boost::any(), "exception");
+    read<double>(Ints{}, empty, Ints{1, 2}, empty);
+    read<Bits>(true, "[1]");
+    read<bool>(Bits{}, empty, Bits{true, true}, empty);
+    read<ustring>(ustring(u"x"), "'x'", Texts{u"x"}, "'x'", std::string("x"), "unsupported");
+    read<Texts>(ustring(u"x"), "['x']");
+    convert<double>(1, "1", Ints{4}, "4");
+    convert<Ints>(static_cast<short>(1), "[1]", Shorts{}, "[]", Shorts{3, -1}, "[3, -1]");
+    convert<Bytes>(Ints{1, 256}, high, Bits{false, true}, "[0, 1]");
+    convert<bool>(Bits{true}, "1");
+    convert<signed char>(Bits{true}, "1");
+    convert<Texts>(Bits{false, true}, "['0', '1']");
+    convert<Bits>(Texts{u"0", u"+1"}, "[0, 1]", ustring(u"0"), "[0]");
+    convert<ustring>(Bits{true}, "'1'");
+    convert<std::vector<double>>(Texts{u"1.5", u"x"}, bad);
 }
 
 TEST(Get, ConvertsNumbersWithACheckOfTheRange) {
-    char const* const refused = "TypeNotMatch";
-    check({
-        read<unsigned int>(-1, refused, "too low"),
-        read<unsigned char>(300, refused, "too high"),
-        read<signed char>(-129, refused, "too low"),
-        read<long long>(18446744073709551615ull, refused, "too high"),
-        read<unsigned long long>(static_cast<signed char>(-1), refused, "too low"),
-        read<float>(16777217, refused, "16777216"),
-        read<float>(18446744073709551615ull, refused, "1.84467441e+19"),
-        read<double>(-9223372036854775807ll, refused, "-9.2233720368547758e+18"),
-        read<double>(0.1f, refused, "0.10000000149011612"),
-        read<float>(0.1, refused, "0.100000001"),
-        read<float>(1e300, refused, "too high"),
-        read<float>(-1e300, refused, "too low"),
-        read<float>(3.4028234663852886e38, refused, "3.40282347e+38"),
-        read<float>(std::nextafter(3.4028234663852886e38, inf), refused, "too high"),
-        read<float>(inf, refused, "too high"),
-        read<float>(-inf, refused, "too low"),
-        read<float>(nan, refused, "nan"),
-        read<double>(std::numeric_limits<float>::infinity(), refused, "inf"),
-        read<int>(2.9, refused, "2"),
-        read<int>(-2.9, refused, "-2"),
-        read<unsigned int>(-0.5, refused, "0"),
-        read<unsigned char>(-0.9f, refused, "0"),
-        read<bool>(0, refused, "0"),
-        read<bool>(static_cast<unsigned char>(1), refused, "1"),
-        read<bool>(2, refused, "too high"),
-        read<bool>(-1, refused, "too low"),
-        read<bool>(0.5, refused, "0"),
-        read<bool>(-0.5f, refused, "0"),
-        read<bool>(1.5, refused, "1"),
-        read<bool>(2.0, refused, "too high"),
-        read<bool>(-1.0, refused, "too low"),
-        read<bool>(nan, refused, "1"),
-        read<int>(nan, refused, "-2147483648"),
-        read<unsigned char>(static_cast<float>(nan), refused, "0"),
-        read<std::vector<long long>>(std::vector<double>{nan, 1.5}, refused,
-                                     "[-9223372036854775808, 1]"),
-        read<signed char>(true, refused, "1"),
-        read<double>(false, refused, "0"),
-        read<float>(true, refused, "1"),
-    });
+    convert<signed char>(-129, low, true, "1");
+    convert<unsigned char>(300, high, -0.9f, "0", static_cast<float>(nan), "0");
+    convert<int>(2.9, "2", -2.9, "-2", nan, "-2147483648");
+    convert<unsigned int>(-1, low, -0.5, "0");
+    convert<long long>(18446744073709551615ull, high);
+    convert<unsigned long long>(static_cast<signed char>(-1), low);
+    convert<std::vector<long long>>(std::vector<double>{nan, 1.5}, "[-9223372036854775808, 1]");
+    convert<float>(16777217, "16777216", 18446744073709551615ull, "1.84467441e+19", 0.1,
+                   "0.100000001", 1e300, high, -1e300, low, 3.4028234663852886e38, "3.40282347e+38",
+                   std::nextafter(3.4028234663852886e38, inf), high, inf, high, -inf, low, nan,
+                   "nan", true, "1");
+    convert<double>(-9223372036854775807ll, "-9.2233720368547758e+18", 0.1f, "0.10000000149011612",
+                    std::numeric_limits<float>::infinity(), "inf", false, "0");
+    convert<bool>(0, "0", static_cast<unsigned char>(1), "1", 2, high, -1, low, 0.5, "0", -0.5f,
+                  "0", 1.5, "1", 2.0, high, -1.0, low, nan, "1");
 }
 
 /// Both bounds refuse, the numbers next to them pass; as `float` the bounds round first.
-template <class T>
-void checkBounds(double low, double high) {
-    SCOPED_TRACE(typeid(T).name());
-    EXPECT_EQ(got<T>(low, true), "too low");
-    EXPECT_EQ(got<T>(-inf, true), "too low");
-    EXPECT_EQ(got<T>(std::nextafter(low, 0.0), true),
-              lexicalText(static_cast<T>(std::nextafter(low, 0.0))));
-    EXPECT_EQ(got<T>(high, true), "too high");
-    EXPECT_EQ(got<T>(inf, true), "too high");
-    EXPECT_EQ(got<T>(std::nextafter(high, 0.0), true),
-              lexicalText(static_cast<T>(std::nextafter(high, 0.0))));
-    float const lowFloat = static_cast<float>(low);
-    float const highFloat = static_cast<float>(high);
-    EXPECT_EQ(got<T>(lowFloat, true), "too low");
-    EXPECT_EQ(got<T>(std::nextafter(lowFloat, 0.0f), true),
-              lexicalText(static_cast<T>(std::nextafter(lowFloat, 0.0f))));
-    EXPECT_EQ(got<T>(highFloat, true), "too high");
-    EXPECT_EQ(got<T>(std::nextafter(highFloat, 0.0f), true),
-              lexicalText(static_cast<T>(std::nextafter(highFloat, 0.0f))));
+template <class T, class Number>
+void checkBounds(Number lowest, Number highest) {
+    Number const aboveLowest = std::nextafter(lowest, Number());
+    Number const belowHighest = std::nextafter(highest, Number());
+    convert<T>(lowest, low, -static_cast<Number>(inf), low, highest, high, static_cast<Number>(inf),
+               high, aboveLowest, lexicalText(static_cast<T>(aboveLowest)).c_str(), belowHighest,
+               lexicalText(static_cast<T>(belowHighest)).c_str());
 }
 
 TEST(Get, KeepsTheBoundsFromFloatingNumbersToIntegers) {
-    checkBounds<signed char>(-129.0, 128.0);
-    checkBounds<unsigned char>(-1.0, 256.0);
-    checkBounds<short>(-32769.0, 32768.0);
-    checkBounds<unsigned short>(-1.0, 65536.0);
-    checkBounds<int>(-2147483649.0, 2147483648.0);
-    checkBounds<unsigned int>(-1.0, 4294967296.0);
-    checkBounds<long long>(-9223372036854775808.0, 9223372036854775808.0);
-    checkBounds<unsigned long long>(-1.0, 18446744073709551616.0);
+    forEachElementType([](auto tag) {
+        using T = typename decltype(tag)::Type;
+        if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) {
+            SCOPED_TRACE(ValueTraits<T>::name);
+            double const highest = std::ldexp(1, std::numeric_limits<T>::digits);
+            double const lowest = std::is_signed_v<T> ? -highest - 1 : -1;
+            checkBounds<T>(lowest, highest);
+            checkBounds<T>(static_cast<float>(lowest), static_cast<float>(highest));
+        }
+    });
 }
 
 TEST(Get, ReadsAndMakesTextInEveryLocale) {
-    test::CommaLocale const comma;
-    char const* const refused = "TypeNotMatch";
-    check({
-        read<ustring>(0.1, refused, "'0.10000000000000001'"),
-        read<ustring>(0.1f, refused, "'0.100000001'"),
-        read<ustring>(1234567, refused, "'1234567'"),
-        read<ustring>(true, refused, "'1'"),
-        read<ustring>(static_cast<signed char>(-5), refused, "'-5'"),
-        read<ustring>(static_cast<unsigned char>(65), refused, "'65'"),
-        read<ustring>(-nan, refused, std::signbit(-nan) ? "'-nan'" : "'nan'"),
-        read<ustring>(-inf, refused, "'-inf'"),
-        read<std::vector<ustring>>(2.5, refused, "['2.5']"),
-        read<double>(text("0.5"), refused, "0.5"),
-        read<double>(text("0,5"), refused, "bad cast"),
-        read<double>(text("Infinity"), refused, "inf"),
-        read<double>(text("1e"), refused, "bad cast"),
-        read<float>(text("-NaN(x)"), refused, "-nan"),
-        read<int>(text("1.234"), refused, "bad cast"),
-        read<int>(text(" 1"), refused, "bad cast"),
-        read<int>(text(""), refused, "bad cast"),
-        read<int>(ustring(u"1\0", 2), refused, "bad cast"),
-        read<short>(text("40000"), refused, "bad cast"),
-        read<unsigned int>(text("-1"), refused, "4294967295"),
-        read<unsigned char>(text("-1"), refused, "too high"),
-        read<signed char>(text("100"), refused, "100"),
-        read<signed char>(text("200"), refused, "too high"),
-        read<bool>(text("true"), refused, "bad cast"),
-        read<bool>(text("001"), refused, "1"),
-        read<std::vector<bool>>(text("0"), refused, "[0]"),
-    });
+    qbtest::CommaLocale const comma;
+    convert<ustring>(0.1, "'0.10000000000000001'", 0.1f, "'0.100000001'", 1234567, "'1234567'",
+                     static_cast<signed char>(-5), "'-5'", static_cast<unsigned char>(65), "'65'",
+                     -inf, "'-inf'", true, "'1'");
+    convert<Texts>(2.5, "['2.5']");
+    convert<double>(ustring(u"0.5"), "0.5", ustring(u"0,5"), bad, ustring(u"Infinity"), "inf");
+    convert<float>(ustring(u"-NaN(x)"), "-nan");
+    convert<int>(ustring(u"1.234"), bad, ustring(u" 1"), bad, ustring(), bad, ustring(u"1\0", 2),
+                 bad);
+    convert<unsigned int>(ustring(u"-1"), "4294967295");
+    convert<unsigned char>(ustring(u"-1"), high);
+    convert<signed char>(ustring(u"100"), "100", ustring(u"200"), high);
+    convert<bool>(ustring(u"true"), bad, ustring(u"001"), "1");
 }
 
 template <class From, class T>
 std::string copied(From const& from, T to, bool allowConversion) {
-    std::string failure = "done";
-    try {
-        ConvertVector::copy(from, to, allowConversion);
-    } catch (...) {
-        failure = currentFailure();
-    }
-    return failure + " " + shown(to);
+    std::string const failure = failureOf([&] { ConvertVector::copy(from, to, allowConversion); });
+    return shown(to) + " " + failure;
 }
 
 TEST(ConvertVector, LeavesTheTargetAsPromised) {
     using Doubles = std::vector<double>;
     using Numbers = std::vector<unsigned long long>;
     Numbers const before{9};
-    std::vector<bool> bits{true};
-    EXPECT_EQ(copied(Doubles{1.5, 2}, before, true), "done [1, 2]");
-    EXPECT_EQ(copied(Doubles{1.5, 2}, before, false), "TypeNotMatch []");
-    EXPECT_EQ(copied(Doubles{1.5, -2}, before, true), "too low [9]");
-    EXPECT_EQ(copied(std::vector<ustring>{u"1", u"x"}, before, true), "bad cast [9]");
-    EXPECT_EQ(copied(1e20, before, true), "too high [9]");
-    EXPECT_EQ(copied(3.0, before, true), "done [3]");
-    EXPECT_EQ(copied(Doubles{1, 2}, 9ull, true), "EmptyVector 9");
-    EXPECT_EQ(copied(Doubles{1e20}, 9ull, true), "too high 9");
-    EXPECT_EQ(copied(Numbers{1, 2}, before, false), "done [1, 2]");
-    std::vector<bool>::reference const bit = bits[0];
-    EXPECT_EQ(copied(bit, false, false), "TypeNotMatch 0");
-    EXPECT_EQ(copied(bit, false, true), "done 1");
-    EXPECT_EQ(copied(bit, ustring(), true), "done '1'");
-    EXPECT_EQ(copied(bit, static_cast<signed char>(0), true), "done 1");
+    EXPECT_EQ(copied(Doubles{1.5, 2}, before, true), "[1, 2] ");
+    EXPECT_EQ(copied(Doubles{1.5, 2}, before, false), std::string("[] ") + refused);
+    EXPECT_EQ(copied(Doubles{1.5, -2}, before, true), std::string("[9] ") + low);
+    EXPECT_EQ(copied(1e20, before, true), std::string("[9] ") + high);
+    EXPECT_EQ(copied(3.0, before, true), "[3] ");
+    EXPECT_EQ(copied(Doubles{1, 2}, 9ull, true), std::string("9 ") + empty);
+    EXPECT_EQ(copied(Doubles{1e20}, 9ull, true), std::string("9 ") + high);
+    Bits bits{true};
+    Bits::reference const bit = bits[0];
+    EXPECT_EQ(copied(bit, false, false), std::string("0 ") + refused);
+    EXPECT_EQ(copied(bit, ustring(), true), "'1' ");
+    EXPECT_EQ(copied(bit, static_cast<signed char>(0), true), "1 ");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
 
+#include <utility>
+
 #include <settingscore/host/Except.hpp>
 #include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
 #include <settingscore/persistence/xml/XMLTopSettingsNode.hpp>
@@ -59,7 +61,7 @@ void SettingsSaxHandler::startElement(XMLCh const*, XMLCh const* localName, XMLC
         } else {
             node = nodeStack_.back()->subNode(tag, attributes);
         }
-        nodeStack_.push_back(node);
+        nodeStack_.push_back(std::move(node));
     });
 }
 
@@ -70,7 +72,7 @@ void SettingsSaxHandler::endElement(XMLCh const*, XMLCh const* localName, XMLCh 
         if (nodeStack_.empty() || tag != nodeStack_.back()->getTagName()) {
             throw xercesc::SAXException(u"Mismatch in tag hierarchy between parser and node stack");
         }
-        boost::shared_ptr<XMLNode> const node = nodeStack_.back();
+        boost::shared_ptr<XMLNode> const node = std::move(nodeStack_.back());
         nodeStack_.pop_back();
         if (!nodeStack_.empty()) {
             node->closeTag();

@@ -1,5 +1,7 @@
 #include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
 
+#include <algorithm>
+
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/shared_mutex.hpp>
 #include <settingscore/host/I18n.hpp>
@@ -8,14 +10,13 @@
 namespace settings::core::XMLHelperFunctions {
 
 std::string XmlString2String(XMLCh const* text) {
-    std::string narrow;
-    if (!text) return narrow;
-    for (XMLCh const* at = text; *at; ++at) {
-        // Names and words are ASCII but for rare cases.
-        if (*at >= 0x80) return qf::i18n::to_string(ustring(text));
-        narrow += static_cast<char>(*at);
+    if (!text) return {};
+    XMLCh const* const end = text + std::char_traits<XMLCh>::length(text);
+    // Names and words are ASCII but for rare cases.
+    if (std::any_of(text, end, [](XMLCh unit) { return unit >= 0x80; })) {
+        return qf::i18n::to_string(ustring(text, end));
     }
-    return narrow;
+    return std::string(text, end);
 }
 
 std::string getAttribute(xercesc::Attributes const& attributes, XMLCh const* name) {
