@@ -100,16 +100,16 @@ TEST_F(FilesystemTest, WhatIsRefusedLeavesAllAsItWas) {
         {EACCES, [] { host::remove(u"locked/x"); }},
     };
     auto const before = qbtest::readTree(".");
-    for (char16_t const* const open : {u".", u"full"})
-        host::set_permissions(open, 0777);
+    host::set_permissions(u".", 0755);
     host::set_permissions(u"locked", 0);
-    // Nothing is forbidden to root.
     bool const root = ::geteuid() == 0;
-    ASSERT_EQ(root ? ::seteuid(65534) : 0, 0);
-    for (auto const& c : cases)
+    for (auto const& c : cases) {
+        // Nothing is forbidden to root.
+        ASSERT_EQ(root && c.error == EACCES ? ::seteuid(65534) : 0, 0);
         EXPECT_EQ(errorOf(c.operation), c.error) << "row " << &c - cases;
-    EXPECT_EQ(host::upath_directory_entry(u"to-locked").status(), 0x13U) << "no error, for walks";
-    ASSERT_EQ(root ? ::seteuid(0) : 0, 0);
+        EXPECT_NE(host::upath_directory_entry(u"to-locked").status() & host::symbolic_link, 0U);
+        ASSERT_EQ(root ? ::seteuid(0) : 0, 0);
+    }
     host::set_permissions(u"locked", 0700);
     EXPECT_EQ(qbtest::readTree("."), before);
     EXPECT_EQ(host::basic_ofstream(u"missing/c").error(), ENOENT);

@@ -1,13 +1,10 @@
 #pragma once
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
+#include <cstdlib>
 #include <filesystem>
-#include <ostream>
+#include <sstream>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <settingscore/tree/Settings.hpp>
@@ -15,123 +12,91 @@
 
 namespace qbtest {
 
-/// What a run of the program left: the path of the test's folder stands as "@".
-struct Outcome {
-    int status = -1;
-    std::string out;
-    std::string err;
-
-    friend bool operator==(Outcome const& a, Outcome const& b) {
-        return a.status == b.status && a.out == b.out && a.err == b.err;
-    }
-    friend std::ostream& operator<<(std::ostream& stream, Outcome const& run) {
-        return stream << "status " << run.status << "\n--- out\n"
-                      << run.out << "--- err\n"
-                      << run.err << "---";
-    }
-};
-
-inline Outcome printed(std::string const& out) { return {0, out, ""}; }
-inline Outcome failed(int status, std::string const& message) {
-    return {status, "", message.empty() ? "" : "qbsettings: " + message + "\n"};
-}
-
-/// A temporary world for the program: factory folder `factory/`, user folder `user/`, home `home/`.
+/// A temporary world for the program, with the folders `factory/`, `user/` and `home/`.
 class ProgramWorld : public ::testing::Test {
 protected:
-    ProgramWorld() {
-        for (auto const& directory : {factoryDir(), userDir(), folder() / "home"}) {
-            std::filesystem::create_directories(directory);
-        }
-        environment_.set("SETTINGS_FACTORYDIR", factoryDir().string());
-        environment_.set("SETTINGS_USERDIR", userDir().string());
-        environment_.set("HOME", (folder() / "home").string());
-        environment_.set("QBHOST_ROOT", QB_SOURCE_DIR);
-        environment_.set("QBHOST_LIBRARY_PATH", QB_TEST_PLUGIN_DIR);
-        for (char const* name : {"SETTINGS_WORKGROUPDIR", "ZENBAR_PREFDIR",
-                                 "DISABLE_PREFCOPY3RELEASES", "QBHOST_LOG"}) {
-            environment_.unset(name);
-        }
-    }
-
-    std::filesystem::path const& folder() const { return folder_.path(); }
-    std::filesystem::path factoryDir() const { return folder() / "factory"; }
-    std::filesystem::path userDir() const { return folder() / "user"; }
-    std::filesystem::path userFile(std::string const& product) const {
-        return userDir() / (product + ".settings");
-    }
-    ScopedEnvironment& environment() { return environment_; }
-
-    static std::string xml(std::string const& name, std::string const& body,
-                           std::string const& attributes = "visible=\"true\" ") {
+    /// Writes a settings file of the product that the file is named after.
+    void settingsFile(std::string const& file, std::string const& body,
+                      std::string const& attributes = "visible=\"true\"") const {
         using settings::core::Settings;
-        return Settings::settingsXMLFileHeader + "\n<settings name=\"" + name + "\" " + attributes +
-               Settings::settingsSchemaInfo + ">\n" + body + "</settings>\n";
-    }
-    void factoryFile(std::string const& product, std::string const& body,
-                     std::string const& attributes = "visible=\"true\" ") const {
-        writeFile(factoryDir() / product / (product + ".settings"), xml(product, body, attributes));
-    }
-    static std::string key(std::string const& name, std::string const& type,
-                           std::string const& inner, std::string const& typeAttributes = "",
-                           std::string const& keyAttributes = " visible=\"true\"") {
-        return "<key name=\"" + name + "\"" + keyAttributes + "><" + type + typeAttributes + ">" +
-               inner + "</" + type + "></key>\n";
+        std::filesystem::path const path = folder_.path() / file;
+        writeFile(path, Settings::settingsXMLFileHeader + "\n<settings name=\"" +
+                            path.stem().string() + "\" version=\"4\" " + attributes + " " +
+                            Settings::settingsSchemaInfo + ">\n" + body + "</settings>\n");
     }
 
-    /// Starts the program; `input` names the file that is its standard input, if not empty.
-    pid_t start(std::vector<std::string> const& arguments, std::string const& tag,
-                std::string const& input = "/dev/null") const {
-        std::vector<char*> words;
-        std::string program = QB_SETTINGS_PROGRAM;
-        words.push_back(program.data());
-        for (std::string const& word : arguments)
-            words.push_back(const_cast<char*>(word.c_str()));
-        words.push_back(nullptr);
-        std::string const out = outputFile(tag, "out");
-        std::string const err = outputFile(tag, "err");
-        pid_t const child = ::fork();
-        if (child == 0) {
-            bool const ready = redirect(input, O_RDONLY, 0) &&
-                               redirect(out, O_WRONLY | O_CREAT | O_TRUNC, 1) &&
-                               redirect(err, O_WRONLY | O_CREAT | O_TRUNC, 2);
-            if (ready) ::execv(words[0], words.data());
-            ::_exit(127);
+    /// Runs a session of the shell in the test's folder and compares all that comes. A command
+    /// begins with "$ " and goes on with "> "; behind it stand its output, its messages with "! "
+    /// for the program's name, and a status other than 0 as "[1]". A tab stands as "→", the folder
+    /// as "@".
+    void expectSession(std::string const& session) const {
+        std::string actual;
+        std::string command;
+        std::istringstream lines(session);
+        for (std::string line; std::getline(lines, line);) {
+            bool const begins = line.rfind("$ ", 0) == 0;
+            if (begins) actual += run(std::exchange(command, ""));
+            if (!begins && line.rfind("> ", 0) != 0) continue;
+            command += line.substr(2) + "\n";
+            actual += line + "\n";
         }
-        return child;
+        actual += run(command);
+        EXPECT_EQ(actual, session);
     }
-    Outcome finish(pid_t child, std::string const& tag) const {
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status),
-                plain(readFile(outputFile(tag, "out"))), plain(readFile(outputFile(tag, "err")))};
+    /// Rows "WORDS => STATUS MESSAGE": each command ends so and prints nothing else.
+    void expectRefused(std::string const& table) const {
+        std::istringstream rows(table);
+        for (std::string row; std::getline(rows, row);) {
+            std::size_t const at = row.find("=> ");
+            expectSession("$ qbsettings " + row.substr(0, at) + "\n! " + row.substr(at + 5) +
+                          "\n[" + row[at + 3] + "]\n");
+        }
     }
-    Outcome run(std::vector<std::string> const& arguments) const {
-        return finish(start(arguments, "run"), "run");
-    }
-    Outcome runWith(std::string const& input, std::vector<std::string> const& arguments) const {
-        std::string const file = writeFile(folder() / "input", input).string();
-        return finish(start(arguments, "run", file), "run");
+
+    /// What a command leaves, as in a session.
+    std::string run(std::string const& command) const {
+        if (command.empty()) return {};
+        writeFile(folder_.path() / ".script", command);
+        std::string const shell = "cd '" + folder_.path().string() + R"('
+            unset SETTINGS_WORKGROUPDIR ZENBAR_PREFDIR DISABLE_PREFCOPY3RELEASES QBHOST_LOG
+            export HOME=$PWD/home SETTINGS_FACTORYDIR=$PWD/factory SETTINGS_USERDIR=$PWD/user
+            export QBHOST_ROOT=')" QB_SOURCE_DIR "' QBHOST_LIBRARY_PATH='" QB_TEST_PLUGIN_DIR R"('
+            export PATH="$(dirname ')" QB_SETTINGS_PROGRAM R"('):$PATH"
+            mkdir -p factory user home
+            bash -o pipefail .script </dev/null >.out 2>.err || echo "[$?]" >>.err
+            sed 's/^qbsettings: /! /' .err >>.out
+            LC_ALL=C sed "s,$PWD,@,g;s,\t,→,g" .out >.transcript)";
+        EXPECT_EQ(std::system(shell.c_str()), 0);
+        return readFile(folder_.path() / ".transcript");
     }
 
 private:
-    static bool redirect(std::string const& file, int flags, int descriptor) {
-        int const opened = ::open(file.c_str(), flags, 0600);
-        return opened >= 0 && ::dup2(opened, descriptor) >= 0;
-    }
-    std::string outputFile(std::string const& tag, char const* what) const {
-        return (folder() / (tag + "." + what)).string();
-    }
-    std::string plain(std::string text) const {
-        std::string const path = folder().string();
-        for (std::size_t at = text.find(path); at != std::string::npos; at = text.find(path)) {
-            text.replace(at, path.size(), "@");
-        }
-        return text;
-    }
-
     TempFolder folder_;
-    ScopedEnvironment environment_;
+};
+
+/// The world with a product `p`, whose keys have every kind of rule.
+class ProductWorld : public ProgramWorld {
+protected:
+    ProductWorld() {
+        settingsFile(
+            "factory/p/p.settings",
+            R"(<key name="real" visible="true"><double><value>0.7</value><metadata><min>0.5</min><max>8</max></metadata></double></key>
+<key name="byte"><int8><value>1</value><metadata><min>-20</min><choices>-100</choices></metadata></int8></key>
+<key name="pair"><uint8 minArraySize="2" maxArraySize="2"><value>200</value><value>7</value></uint8></key>
+<key name="text"><string><value>a&#9;b\c
+d</value><metadata><max>12</max></metadata></string></key>
+<key name="flag"><bool><value>0</value></bool></key>
+<key name="list"><string maxArraySize="0"><value>x</value></string></key>
+<key name="none"><int32 minArraySize="0" maxArraySize="0"></int32></key>
+<key name="unset"><int64></int64></key>
+<key name="open" anytype="true"><int16><value>-4</value></int16></key>
+<key name="paper" readonly="true"><string><value>A4</value><metadata><choices>A4</choices><choices>A3</choices></metadata></string></key>
+<key name="checked"><validationfunc type='C' packagename='checks' functionname='refuse'/><float><value>0.1</value></float></key>
+<key name="computed"><double><runtimedefault type='C' packagename='defaults' functionname='giveDouble'/></double></key>
+<key name="wrong"><int32><runtimedefault type='C' packagename='defaults' functionname='giveString'/></int32></key>
+<settings name="locked" readonly="true"><key name="down"><bool><value>true</value></bool></key></settings>
+)");
+    }
 };
 
 }  // namespace qbtest

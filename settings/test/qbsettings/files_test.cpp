@@ -1,182 +1,141 @@
-// Files of the user's choice: export, import, make-factory.
+// Files of the user's choice, and files that cannot be read: export, import, make-factory, check.
 
 #include "ProgramWorld.hpp"
-
-using qbtest::failed;
-using qbtest::Outcome;
-using qbtest::printed;
 
 namespace {
 
 class FilesTest : public qbtest::ProgramWorld {
 protected:
     FilesTest() {
-        factoryFile("p",
-                    key("n", "int32", "<value>1</value><metadata><max>10</max></metadata>") +
-                        key("third", "double", "<value>0.3333333333333333</value>") +
-                        key("fixed", "string", "<value>x</value>", "", " readonly=\"true\"") +
-                        "<settings name=\"g\" visible=\"true\">" +
-                        key("b", "bool", "<value>1</value>") + "</settings>\n",
-                    "visible=\"true\" version=\"4\" ");
-    }
-    std::string file(char const* name) const { return (folder() / name).string(); }
-    /// Names of what is in the folder of the outputs, the temporary files among them.
-    std::size_t entries(std::filesystem::path const& directory) const {
-        return qbtest::readTree(directory).size();
+        settingsFile(
+            "factory/p/p.settings",
+            R"(<key name="n"><int32><value>1</value><metadata><max>10</max></metadata></int32></key>
+<key name="third"><double><value>0.3333333333333333</value></double></key>
+<key name="fixed" readonly="true"><string><value>x</value></string></key>
+<settings name="g"><key name="b"><bool><value>1</value></bool></key></settings>
+)");
     }
 };
 
-TEST_F(FilesTest, ExportsAreRepeatableAndComeBackAsTheyWere) {
-    run({"set", "p.n", "5"});
-    ASSERT_EQ(run({"export", "p", "--to", file("a.settings")}), printed(""));
-    ASSERT_EQ(run({"export", "p", "--to", file("b.settings")}), printed(""));
-    EXPECT_EQ(qbtest::readFile(file("a.settings")), qbtest::readFile(file("b.settings")));
-    Outcome const before = run({"list", "p"});
-
-    std::string const fresh = file("fresh");
-    EXPECT_EQ(run({"--user-dir", fresh, "import", file("a.settings")}),
-              printed("same\tp.fixed\tx\nset\tp.g.b\ttrue\nset\tp.n\t5\n"
-                      "set\tp.third\t0.3333333333333333\n"));
-    EXPECT_EQ(run({"--user-dir", fresh, "get", "p.third", "--level", "user"}),
-              printed("0.3333333333333333\n"));
-    EXPECT_EQ(run({"--user-dir", fresh, "get", "p.n"}), printed("5\n"));
-    EXPECT_EQ(run({"list", "p"}), before);
-}
-
-TEST_F(FilesTest, ExportsTheLevelAndTheBranchesThatWereNamed) {
-    run({"set", "p.n", "5"});
-    ASSERT_EQ(run({"export", "p.g", "p.n", "--level", "user", "--to", file("a.settings")}),
-              printed(""));
-    EXPECT_EQ(qbtest::readFile(file("a.settings")),
-              xml("p",
-                  "    <settings name=\"g\" visible=\"true\">\n"
-                  "        <key name=\"b\" visible=\"true\">\n"
-                  "            <bool>\n            </bool>\n        </key>\n    </settings>\n"
-                  "    <key name=\"n\" visible=\"true\">\n"
-                  "        <int32>\n            <value>5</value>\n        </int32>\n    </key>\n",
-                  "visible=\"true\" version=\"4\" "));
+TEST_F(FilesTest, AnExportComesBackAsItWasAndCanBecomeAFactoryFile) {
+    expectSession(R"($ qbsettings set p.n 5
+$ qbsettings export p --to a.settings && qbsettings export p --to b.settings && cmp a.settings b.settings
+$ qbsettings --user-dir fresh import a.settings | paste -sd ';'
+same→p.fixed→x;set→p.g.b→true;set→p.n→5;set→p.third→0.3333333333333333
+$ diff <(qbsettings list p | cut -f 1,2,4) <(qbsettings --user-dir fresh list p | cut -f 1,2,4)
+$ qbsettings export p.g p.n --level user --to c.settings && echo $(tail -n +3 c.settings)
+<settings name="g"> <key name="b"> <bool> </bool> </key> </settings> <key name="n"> <int32> <value>5</value> </int32> </key> </settings>
+$ qbsettings make-factory a.settings --to made.settings && grep -o ' version=.*"4"' made.settings
+ version="4"
+$ mkdir -p made/p && qbsettings make-factory a.settings --to made/p/p.settings --version 12
+$ qbsettings --factory-dir made --user-dir nobody describe p.n | grep -E 'force|version' | paste -sd ';'
+in force→factory→5;version→12
+)");
 }
 
 TEST_F(FilesTest, OutputsReplaceNothingUnlessForcedAndLeaveNothingBehind) {
-    std::filesystem::create_directories(folder() / "out");
-    std::string const target = file("out/a.settings");
-    qbtest::writeFile(target, "precious");
-    factoryFile("q", key("n", "int32", "<value>1</value>"));
-    std::string const source = (factoryDir() / "q/q.settings").string();
-    struct Case {
-        std::vector<std::string> words;
-        int status;
-        std::string message;
-    };
-    for (Case const& test : std::vector<Case>{
-             {{"export", "p", "--to", target},
-              1,
-              "@/out/a.settings is there already; --force replaces it"},
-             {{"make-factory", source, "--to", target},
-              1,
-              "@/out/a.settings is there already; --force replaces it"},
-             {{"export", "p", "q", "--to", target, "--force"},
-              1,
-              "one file takes one product, and 'p' and 'q' were named"},
-             {{"export", "p", "--to", target, "--force", "--level", "x"},
-              2,
-              "there is no level 'x'; the levels are session, user, factory"},
-             {{"export", "p.nope", "--to", target, "--force"}, 3, "there is no setting 'p.nope'"},
-             {{"make-factory", target, "--to", target, "--force"},
-              1,
-              "@/out/a.settings:1:1: invalid document structure"},
-             {{"export", "p", "--to", file("no/where")},
-              1,
-              "@/no/where cannot be written: No such file or directory"},
-             {{"export", "p", "--to", file("out"), "--force"},
-              1,
-              "@/out cannot be written: Is a directory"},
-         }) {
-        EXPECT_EQ(run(test.words), failed(test.status, test.message)) << test.message;
-        EXPECT_EQ(qbtest::readFile(target), "precious") << test.message;
-        EXPECT_EQ(entries(folder() / "out"), 1U) << test.message;
-    }
-    std::filesystem::permissions(target, std::filesystem::perms(0640));
-    EXPECT_EQ(run({"export", "p", "--to", target, "--force"}), printed(""));
-    EXPECT_EQ(run({"check", target}), printed(""));
-    EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms(0640));
-    EXPECT_EQ(entries(folder() / "out"), 1U);
+    settingsFile("factory/q/q.settings", "");
+    settingsFile("new.settings", "");
+    expectSession("$ mkdir out && echo precious >out/a && chmod 640 out/a && cp -r out before\n");
+    expectRefused(R"(export p --to out/a => 1 @/out/a is there already; --force replaces it
+make-factory factory/p/p.settings --to out/a => 1 @/out/a is there already; --force replaces it
+export p q --to out/a --force => 1 one file takes one product, and 'p' and 'q' were named
+make-factory out/a --to out/a --force => 1 @/out/a:1:1: invalid document structure
+export p --to no/where => 1 @/no/where cannot be written: No such file or directory
+export p --to out --force => 1 @/out cannot be written: Is a directory
+export p.nope --to out/a --force => 3 there is no setting 'p.nope'
+import missing => 1 @/missing: cannot open '@/missing': No such file or directory
+import new.settings --level session => 3 there is no product 'new' that could take the values; one is made on the level 'user' alone
+)");
+    expectSession(R"($ diff -r before out
+$ qbsettings export p --to out/a --force && qbsettings check out/a
+$ echo $(ls -A out) $(stat -c %a out/a)
+a 640
+)");
 }
 
-TEST_F(FilesTest, ImportTellsWhatCameAndWhatStayed) {
-    run({"set", "p.n", "5"});
-    std::string const source = file("in.settings");
-    qbtest::writeFile(source, xml("p", key("n", "int32", "<value>7</value>") +
-                                           key("third", "double", "<value>2</value>") +
-                                           key("fresh", "string", "<value>a&#9;b</value>") +
-                                           "<settings name=\"h\">" +
-                                           key("k", "int8", "<value>3</value>") + "</settings>\n"));
-    std::string const rows =
-        "added\tp.fresh\ta\\tb\nadded\tp.h.k\t3\nkept\tp.n\t5\nset\tp.third\t2\n";
-    std::string const before = qbtest::readFile(userFile("p"));
-    EXPECT_EQ(run({"import", source, "--dry-run"}), printed(rows));
-    EXPECT_EQ(qbtest::readFile(userFile("p")), before);
-    EXPECT_EQ(run({"import", source}), printed(rows));
-    EXPECT_EQ(run({"get", "p.n"}), printed("5\n"));
-    EXPECT_EQ(run({"get", "p.h.k", "--level", "user"}), printed("3\n"));
-    EXPECT_EQ(
-        run({"import", source, "--replace"}),
-        printed("same\tp.fresh\ta\\tb\nsame\tp.h.k\t3\nreplaced\tp.n\t7\nsame\tp.third\t2\n"));
-    EXPECT_EQ(run({"get", "p.n"}), printed("7\n"));
-    EXPECT_EQ(run({"import", source, "--into", "p.g"}),
-              printed("added\tp.g.fresh\ta\\tb\nadded\tp.g.h.k\t3\nadded\tp.g.n\t7\n"
-                      "added\tp.g.third\t2\n"));
-    EXPECT_EQ(run({"get", "p.g.n"}), printed("7\n"));
+TEST_F(FilesTest, AnImportTellsWhatCameAndWhatStayedAndComesWholeOrNotAtAll) {
+    settingsFile("in/p.settings", R"(<key name="n"><int32><value>7</value></int32></key>
+<key name="third"><double><value>2</value></double></key>
+<key name="fresh"><string><value>a&#9;b</value></string></key>
+<settings name="h"><key name="k"><int8><value>3</value></int8></key></settings>
+)");
+    settingsFile("bad/p.settings", R"(<key name="n"><int32><value>11</value></int32></key>
+<key name="fixed"><string><value>y</value></string></key>
+<key name="g"><bool><value>1</value></bool></key>
+)");
+    settingsFile("new.settings", "<key name=\"n\"><int32><value>1</value></int32></key>\n");
+    expectSession(R"~($ qbsettings import bad/p.settings
+! p.fixed: it is read-only
+! p.g: it is a group here and a key in the file
+! p.n: '11' is not allowed: it takes at most 10 (defined in @/factory/p/p.settings)
+! nothing was imported
+[1]
+$ qbsettings set p.n 5 && cp -r user before
+$ qbsettings import in/p.settings --dry-run >rows && diff -r before user
+$ qbsettings import in/p.settings | diff rows - && cat rows
+added→p.fresh→a\tb
+added→p.h.k→3
+kept→p.n→5
+set→p.third→2
+$ qbsettings import in/p.settings --replace | paste -sd ';'
+same→p.fresh→a\tb;same→p.h.k→3;replaced→p.n→7;same→p.third→2
+$ qbsettings import in/p.settings --into p.g | paste -sd ';'
+added→p.g.fresh→a\tb;added→p.g.h.k→3;added→p.g.n→7;added→p.g.third→2
+$ grep 7 <(qbsettings list p) | paste -sd ';'
+p.g.n→int32→user→7;p.n→int32→user→7
+$ qbsettings import new.settings && qbsettings describe new | grep version
+added→new.n→1
+version→4
+)~");
 }
 
-TEST_F(FilesTest, AnImportComesWholeOrNotAtAll) {
-    std::string const source = file("in.settings");
-    qbtest::writeFile(source, xml("p", key("n", "int32", "<value>11</value>") +
-                                           key("fixed", "string", "<value>y</value>") +
-                                           key("g", "bool", "<value>1</value>") +
-                                           key("third", "double", "<value>2</value>")));
-    EXPECT_EQ(run({"import", source}),
-              (Outcome{1, "",
-                       "qbsettings: p.fixed: it is read-only\n"
-                       "qbsettings: p.g: it is a group here and a key in the file\n"
-                       "qbsettings: p.n: '11' is not allowed: it takes at most 10 (defined in "
-                       "@/factory/p/p.settings)\n"
-                       "qbsettings: nothing was imported\n"}));
-    EXPECT_FALSE(std::filesystem::exists(userFile("p")));
-    EXPECT_EQ(run({"import", file("missing")}),
-              failed(1, "@/missing: cannot open '@/missing': No such file or directory"));
+TEST_F(FilesTest, EveryFaultIsToldWithItsPlace) {
+    settingsFile("unknown", "<oddity/>\n");
+    settingsFile("number", "<key name=\"n\"><int32><value>x</value></int32></key>\n");
+    settingsFile("user/p.settings", "<key name=\"n\"><int32><value>11</value></int32></key>\n");
+    settingsFile("factory/bad/bad.settings", "<nonsense/>\n");
+    settingsFile("factory/idle/idle.settings",
+                 "<validationfunc type='C' packagename='a' functionname='b'/>\n",
+                 "readonly=\"true\"");
+    expectSession(R"($ echo '<?xml version="1.0"?><settings name="p"' >cut
+$ echo '<!DOCTYPE settings [<!ENTITY e SYSTEM "/etc/passwd">]><settings name="p">&e;</settings>' >entity
+$ qbsettings check cut unknown number entity factory/p/p.settings | cut -d : -f 1-3
+@/cut:2:1
+@/unknown:3:10
+@/number: In a value of type int32, the text 'x' is not a legal int32.
+@/entity:1:20
+[1]
+$ touch user/p.settings.rejected $'user/\xFF.settings' && qbsettings check | grep -v '^There is no'
+@/user/p.settings.rejected: note: kept aside, since it could not be read when its product was saved
+@/factory/bad/bad.settings:3:12: no declaration found for element 'nonsense'
+@/factory/idle/idle.settings: note: 'readonly' on the product's own element has no effect
+@/factory/idle/idle.settings: note: 'validationfunc' of the product's own element has no effect
+@/user/p.settings: The value passed in is not in the predefined range
+[1]
+$ qbsettings list 2>/dev/null | tail -n 1
+p.third→double→factory→0.3333333333333333
+[1]
+)");
 }
 
-TEST_F(FilesTest, AProductThatIsNotThereIsMadeByAnImport) {
-    std::string const source = file("in.settings");
-    qbtest::writeFile(source, xml("fresh", key("n", "int32", "<value>1</value>"),
-                                  "visible=\"true\" version=\"9\" "));
-    EXPECT_EQ(run({"import", source, "--level", "session"}),
-              failed(3,
-                     "there is no product 'fresh' that could take the values; one is made on "
-                     "the level 'user' alone"));
-    EXPECT_EQ(run({"import", source}), printed("added\tfresh.n\t1\n"));
-    EXPECT_EQ(qbtest::readFile(userFile("fresh")),
-              xml("fresh",
-                  "    <key name=\"n\" visible=\"true\">\n        <int32>\n"
-                  "            <value>1</value>\n        </int32>\n    </key>\n",
-                  "visible=\"true\" version=\"9\" "));
-}
-
-TEST_F(FilesTest, AFactoryFileDefinesAProduct) {
-    run({"set", "p.n", "5"});
-    run({"export", "p", "--to", file("p.settings")});
-    std::filesystem::create_directories(folder() / "made" / "p");
-    std::string const target = file("made/p/p.settings");
-    ASSERT_EQ(run({"make-factory", file("p.settings"), "--to", target, "--version", "12"}),
-              printed(""));
-    Outcome const described =
-        run({"--factory-dir", file("made"), "--user-dir", file("nobody"), "describe", "p.n"});
-    EXPECT_NE(described.out.find("in force\tfactory\t5\n"), std::string::npos) << described;
-    EXPECT_NE(described.out.find("version\t12\n"), std::string::npos) << described;
-    // Without a number the version of the file stays.
-    ASSERT_EQ(run({"make-factory", file("p.settings"), "--to", target, "--force"}), printed(""));
-    EXPECT_NE(qbtest::readFile(target).find("version=\"4\""), std::string::npos);
+TEST_F(FilesTest, AUserFileIsNeverLostToASaveThatFailsOrToOneThatCouldNotReadIt) {
+    expectSession(R"($ printf '<settings name="p">the work' | tee work >user/p.settings
+$ qbsettings remove p
+! @/user/p.settings:1:20: no declaration found for element 'settings'
+! p was not removed, since that would delete @/user/p.settings, which could not be read; mend or move that file
+[1]
+$ qbsettings set p.n 3
+! @/user/p.settings:1:20: no declaration found for element 'settings'
+! @/user/p.settings could not be read; a save keeps it aside, with .rejected behind its name, and what it held is no longer in force
+$ cmp work user/p.settings.rejected && qbsettings get p.n
+3
+$ (trap '' XFSZ && ulimit -f 0 && qbsettings set p.n 4 2>&1) | cat
+qbsettings: p.n: @/user/p.settings cannot be written: File too large
+[1]
+$ echo $(qbsettings get p.n) $(ls user)
+3 p.settings p.settings.rejected
+)");
 }
 
 }  // namespace

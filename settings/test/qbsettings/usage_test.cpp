@@ -1,94 +1,87 @@
-// The command line: help, wrong usage, places, and an output that fails.
+// The command line: names, help, wrong usage, places, JSON.
 
 #include "ProgramWorld.hpp"
 
-using qbtest::failed;
-using qbtest::Outcome;
-using qbtest::printed;
-
 namespace {
 
-class UsageTest : public qbtest::ProgramWorld {
-protected:
-    UsageTest() { factoryFile("p", key("s", "string", "<value>x</value>")); }
-};
+using UsageTest = qbtest::ProductWorld;
 
-TEST_F(UsageTest, HelpIsEverywhereAndHasAnExample) {
-    for (std::string const command :
-         {"", "list", "get", "set", "unset", "describe", "check", "dirs", "add", "add-group",
-          "remove", "set-many", "export", "import", "make-factory"}) {
-        std::vector<std::string> words = {"--help"};
-        if (!command.empty()) words.insert(words.begin(), command);
-        Outcome const result = run(words);
-        EXPECT_EQ(result.status, 0) << command;
-        EXPECT_EQ(result.err, "") << command;
-        EXPECT_NE(result.out.find("Example: qbsettings " + command), std::string::npos) << result;
-    }
-    EXPECT_EQ(run({"--version"}).out.find("qbsettings 1."), 0U);
+TEST_F(UsageTest, WhatIsNoCommandIsToldInOneLine) {
+    expectRefused(
+        R"(get p.loked.don => 3 there is no setting 'p.loked.don'; did you mean 'p.locked.down'?
+get real => 3 there is no setting 'real'; did you mean 'p.real'?
+get p.somethingElse => 3 there is no setting 'p.somethingElse'
+get $'p.a\nb' => 3 there is no setting 'p.a\nb'
+get . => 3 the name is empty
+get p.locked => 1 'p.locked' is a group, not a key; 'qbsettings list' shows the keys in it
+list p.flag >/dev/full => 1 standard output cannot be written to
+get p.real --level top => 2 there is no level 'top'; the levels are session, user, factory
+=> 2 a command is missing; see 'qbsettings --help'
+lst => 2 there is no command 'lst'; see 'qbsettings --help'
+--bogus list => 2 there is no option '--bogus'; see 'qbsettings list --help'
+get => 2 NAME is required; see 'qbsettings get --help'
+get p.s p.t => 2 'p.t' is one word too many; see 'qbsettings get --help'
+set p.s -draft => 2 there is no option '-draft', and a value that begins with '-' goes behind '--'; see 'qbsettings set --help'
+make-factory a --to b --version x => 2 Could not convert: --version = x; see 'qbsettings make-factory --help'
+)");
+    expectSession(
+        R"($ for command in '' list get set unset describe check dirs add add-group remove set-many export import make-factory
+> do qbsettings $command --help | grep -q "^Example: qbsettings $command" || echo "'$command' has no example"
+> done
+$ qbsettings --version | cut -c -13
+qbsettings 1.
+)");
 }
 
-TEST_F(UsageTest, WrongUsageIsOneLine) {
-    struct Case {
-        std::vector<std::string> words;
-        char const* message;
-    };
-    for (Case const& test : std::vector<Case>{
-             {{}, "a command is missing; see 'qbsettings --help'"},
-             {{"lst"}, "there is no command 'lst'; see 'qbsettings --help'"},
-             {{"--bogus", "list"}, "there is no option '--bogus'; see 'qbsettings list --help'"},
-             {{"get"}, "NAME is required; see 'qbsettings get --help'"},
-             {{"get", "p.s", "p.t"}, "'p.t' is one word too many; see 'qbsettings get --help'"},
-             {{"set", "p.s"}, "VALUE is required; see 'qbsettings set --help'"},
-             {{"set", "p.s", "-draft"},
-              "there is no option '-draft', and a value that begins with '-' goes behind '--'; "
-              "see 'qbsettings set --help'"},
-             {{"export", "p"}, "--to is required; see 'qbsettings export --help'"},
-             {{"make-factory", "a", "--to", "b", "--version", "x"},
-              "Could not convert: --version = x; see 'qbsettings make-factory --help'"},
-         }) {
-        EXPECT_EQ(run(test.words), failed(2, test.message));
-    }
+TEST_F(UsageTest, TellsThePlacesInForceAndThoseThatCannotServe) {
+    expectSession(R"($ SETTINGS_WORKGROUPDIR=$PWD/group qbsettings dirs | head -n 3 | paste -sd ';'
+factory→@/factory;workgroup→@/group;user→@/user
+$ qbsettings --factory-dir f dirs --user-dir u --host-root h | paste -sd ';'
+factory→@/f;workgroup→-;user→@/u;host→@/h
+$ SETTINGS_USERDIR= qbsettings dirs | grep -o 'user.*/'
+user→@/home/.zenbar/
+$ SETTINGS_USERDIR= ZENBAR_PREFDIR=relative qbsettings list
+! the preference directory 'relative' is not absolute
+[1]
+$ SETTINGS_USERDIR= ZENBAR_PREFDIR=/dev/null/sub qbsettings list 2>&1 | tail -n 1
+qbsettings: there is no directory for the user's settings, and none can be made; name one with --user-dir
+[1]
+$ qbsettings --host-root nowhere get p.real 2>&1 | grep -o nowhere/.*xsd
+nowhere/settings/src/settingscore/settings.xsd
+[3]
+)");
 }
 
-TEST_F(UsageTest, OptionsOfPlacesStandBeforeOrBehindTheCommand) {
-    std::string const other = (folder() / "other").string();
-    EXPECT_EQ(run({"--user-dir", other, "set", "p.s", "y"}), printed(""));
-    EXPECT_EQ(run({"get", "p.s", "--user-dir", other}), printed("y\n"));
-    EXPECT_EQ(run({"get", "p.s"}), printed("x\n"));
-}
-
-TEST_F(UsageTest, PlacesThatCannotServeAreOneLine) {
-    environment().unset("SETTINGS_USERDIR");
-    environment().set("ZENBAR_PREFDIR", "relative");
-    EXPECT_EQ(run({"list"}), failed(1, "the preference directory 'relative' is not absolute"));
-    environment().set("ZENBAR_PREFDIR", qbtest::writeFile(folder() / "f", "").string() + "/sub");
-    Outcome const result = run({"list"});
-    EXPECT_EQ(result.status, 1);
-    std::string const last =
-        "qbsettings: there is no directory for the user's settings, and none can be made; name "
-        "one with --user-dir\n";
-    ASSERT_GE(result.err.size(), last.size());
-    EXPECT_EQ(result.err.substr(result.err.size() - last.size()), last);
-    for (std::size_t at = 0; at < result.err.size(); at = result.err.find('\n', at) + 1) {
-        EXPECT_EQ(result.err.compare(at, 12, "qbsettings: "), 0) << result;
-    }
-}
-
-TEST_F(UsageTest, AnOutputThatCannotBeWrittenIsAFailure) {
-    pid_t const child = ::fork();
-    if (child == 0) {
-        int const full = ::open("/dev/full", O_WRONLY);
-        int const err = ::open((folder() / "full.err").c_str(), O_WRONLY | O_CREAT, 0600);
-        ::dup2(full, 1);
-        ::dup2(err, 2);
-        ::execl(QB_SETTINGS_PROGRAM, QB_SETTINGS_PROGRAM, "list", nullptr);
-        ::_exit(127);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    EXPECT_EQ(WEXITSTATUS(status), 1);
-    EXPECT_EQ(qbtest::readFile(folder() / "full.err"),
-              "qbsettings: standard output cannot be written to\n");
+TEST_F(UsageTest, SpeaksJsonAndCompletesNames) {
+    settingsFile("q", "<key name=\"n\"><int8 maxArraySize=\"0\"><value>3</value></int8></key>");
+    settingsFile("bad", "<oddity/>\n");
+    expectSession(
+        R"~($ qbsettings set p.real 2 && qbsettings list --json p.real && qbsettings get p.text --json
+[{"name":"p.real","type":"double","level":"user","value":2}]
+{"name":"p.text","type":"string","value":"a\tb\\c\nd"}
+$ qbsettings get p.computed --level user --json
+{"name":"p.computed","type":"double","value":null}
+[3]
+$ qbsettings describe p.real --json && qbsettings describe p.locked --json
+{"name":"p.real","kind":"key","type":"double","elements":{"least":1,"most":1},"range":{"least":0.5,"most":8},"choices":[],"validator":null,"runtimeDefault":null,"session":{"source":null,"value":null},"user":{"source":"user","value":2},"factory":{"source":"factory","value":0.7},"inForce":{"source":"user","value":2},"readOnly":false,"visible":true,"version":4}
+{"name":"p.locked","kind":"group","readOnly":true,"visible":false,"version":4,"validator":null,"children":[{"kind":"key","name":"down"}]}
+$ qbsettings --host-root h dirs --json
+{"factory":"@/factory","workgroup":null,"user":"@/user","host":"@/h"}
+$ qbsettings check q bad missing --json
+[{"kind":"fault","file":"@/bad","line":3,"column":10,"message":"no declaration found for element 'oddity'"},{"kind":"fault","file":"@/missing","line":null,"column":null,"message":"cannot open '@/missing': No such file or directory"}]
+[1]
+$ qbsettings import q --json
+{"changes":[{"change":"added","name":"q.n","value":[3]}],"refused":[]}
+$ printf 'p.flag = 1\np.list = ["\\u0001"]' | qbsettings set-many --json 2>/dev/null
+{"set":[],"refused":[{"line":2,"message":"p.list: '\u0001' holds U+0001, which no settings file can hold (defined in @/factory/p/p.settings)"}]}
+[1]
+$ printf 'p.pair = [1, 2]' | qbsettings set-many --json
+{"set":[{"line":1,"name":"p.pair","value":[1,2]}],"refused":[]}
+$ touch $'user/\xFF.settings' && echo $(qbsettings complete)
+p. q. �.
+$ echo $(qbsettings complete p.pa) $(qbsettings complete p.lo) $(qbsettings complete p.locked.)
+p.pair p.paper p.locked. p.locked.down
+)~");
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <settingscore/persistence/xml/XMLSettingsDetails.hpp>
 #include <settingscore/value/AnyBridge.hpp>
 #include <support/CommaLocale.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/internal/VecAttributesImpl.hpp>
 #include <xercesc/sax/SAXException.hpp>
 
@@ -299,6 +300,7 @@ TEST_F(Reader, boundsNestingAndTheLengthOfATextAndKeepsNothingOfARefusedFile) {
 
 /// What the schema keeps from the handlers when a file is parsed.
 TEST(SaxHandler, refusesWhatTheParserWouldNotSend) {
+    xercesc::XMLPlatformUtils::Initialize();  // Never ended, as in the library.
     auto const messageOf = [](auto const& work) {
         try {
             work();

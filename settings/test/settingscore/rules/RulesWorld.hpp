@@ -95,7 +95,7 @@ private:
     template <class... E, class... R>
     void add(R (E::*... get)() const) {
         auto const part = [this](auto const* error, auto const& getPart) {
-            if (error) *this += (back() == '(' ? "" : ", ") + text((error->*getPart)());
+            if (error) *this += (parts_++ == 0 ? "" : ", ") + text((error->*getPart)());
         };
         (part(dynamic_cast<E const*>(&error_), get), ...);
     }
@@ -109,6 +109,7 @@ private:
     }
 
     settings::core::exception::InternalError const& error_;
+    int parts_ = 0;
 };
 
 /// How `action` ended: "done", or what its refusal tells. Other exceptions are let through.

@@ -29,12 +29,10 @@ std::string refused(any const& value) {
 TEST(ValueType, OneElementChangesShapeAndNothingElseChanges) {
     EXPECT_EQ(checked<int>(Ints{3}, 3), "done");
     EXPECT_EQ(checked<Ints>(3, Ints{3}), "done");
-    EXPECT_EQ(checked<Ints>(Ints{1, 2}, Ints{1, 2}), "done");
     EXPECT_EQ(checked<Bits>(true, Bits{true}), "done");
     EXPECT_EQ(checked<ustring>(std::vector<ustring>{u"a"}, ustring(u"a")), "done");
     EXPECT_EQ(checked<void>(3, 3) + checked<any>(3, 3), "donedone");
     EXPECT_EQ(refused<int>(3.0), "DataTypeNotMatch(int32, double)");
-    EXPECT_EQ(refused<int>(ustring(u"3")), "DataTypeNotMatch(int32, string)");
     EXPECT_EQ(refused<int>(any()), "DataTypeNotMatch(int32, void)");
     EXPECT_EQ(refused<int>(Ints{1, 2}), "DataTypeNotMatch(int32, array of int32)");
     EXPECT_EQ(refused<bool>(Bits{true}), "DataTypeNotMatch(bool, array of bool)");
@@ -46,34 +44,28 @@ TEST(ValueType, OneElementChangesShapeAndNothingElseChanges) {
 
 TEST(ValueType, TheFirstValueSetsTheRulesOfAKeyWithoutDefinition) {
     Node const group = makeGroup("");
-    auto const set = [&](char const* key, any const& value) {
-        return ending([&] { group->setAny(key, value, "user"); });
+    auto const set = [&](char const* key, auto const&... values) {
+        return ending([&] { (group->setAny(key, values, "user"), ...); });
     };
-    for (char const* key : {"scalar", "array", "refused", "open", "any"})
+    for (char const* key : {"scalar", "array", "refused", "open"})
         makeKey(key, group);
     EXPECT_EQ(set("scalar", 1L), "UnsupportedType(scalar, long)");
     EXPECT_FALSE(group->getDataTypeIndex("scalar"));
-    EXPECT_EQ(set("scalar", 5) + set("scalar", Ints{6}), "donedone");
+    EXPECT_EQ(set("scalar", 5, Ints{6}), "done");
     EXPECT_EQ(group->getDataTypeIndex("scalar"), 7ul);
     EXPECT_EQ(set("scalar", 5.0), "DataTypeNotMatch(int32, double)");
     EXPECT_EQ(shown(group->getAny("scalar", "user")), "6") << "in the shape of the key";
     group->validateAny("array", Doubles{1, 2, 3});
     EXPECT_EQ(group->getDataTypeIndex("array"), 24ul);
     EXPECT_EQ(set("array", Doubles{1, 2, 3, 4}), "DataArraySizeOutOfRange(array, 0, 3, 4)");
-    EXPECT_EQ(set("array", Doubles{}) + set("array", 7.5), "donedone");
+    EXPECT_EQ(set("array", Doubles{}, 7.5), "done");
     EXPECT_TRUE(isEqual(group->getAny("array", "user"), Doubles{7.5}));
     // A refused first value counts all the same, and an empty one leaves every type open.
     group->getChildImpl("refused")->setMetaData(SettingsKeyMetaData<any>(10, {}, {}));
     EXPECT_EQ(set("refused", 1), "ValueIsNotInRange(refused, 1, 10, )");
     EXPECT_EQ(set("refused", ustring(u"x")), "DataTypeNotMatch(int32, string)");
     EXPECT_EQ(set("open", any()), "DefaultValidationFailedOnVoidType(open)");
-    EXPECT_EQ(set("open", Ints{1, 2}) + set("open", ustring(u"x")), "donedone");
-    Node const key = group->getChildImpl("any");
-    key->setDataTypeIndex(SettingsImpl::anyTypeIndex);
-    key->setValueArraySizeValidator(ValueArraySizeValidator(key, 2, 1));
-    EXPECT_EQ(set("any", 1) + set("any", std::vector<ustring>{u"a", u"b"}), "donedone");
-    EXPECT_EQ(set("any", Ints{1, 2, 3}), "DataArraySizeOutOfRange(any, 1, 2, 3)");
-    EXPECT_EQ(set("any", Ints{}), "DataArraySizeOutOfRange(any, 1, 2, 0)");
+    EXPECT_EQ(set("open", Ints{1, 2}, ustring(u"x")), "done");
 }
 
 TEST(ValueArraySize, ZeroIsNoBoundAndEqualityNeedsLivingKeys) {

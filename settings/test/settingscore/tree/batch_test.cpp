@@ -88,11 +88,9 @@ TEST_F(BatchTest, OneRefusalStopsAllAndEachIsTold) {
     at("p.b")->setValidator(CValidator("checks", "fail"));
     EXPECT_THROW(root()->setMultiple(Names{{"p.b", 2}}, "user"), std::runtime_error);
     for (Names const& each : {Names{}, Names{{"c", 10}}, Names{{"x", 1}}}) {
-        auto const onLevel = [&](char const* level) {
-            return ending([&] { at("p")->setMultiple(each, level); });
-        };
-        EXPECT_EQ(onLevel(""), "UnSupportedLevel(p, )");
-        EXPECT_EQ(onLevel("factory"), "CantModifyValuesOnReadOnlyLevel(p, factory)");
+        EXPECT_EQ(ending([&] { at("p")->setMultiple(each, ""); }), "UnSupportedLevel(p, )");
+        EXPECT_EQ(ending([&] { at("p")->setMultiple(each, "factory"); }),
+                  "CantModifyValuesOnReadOnlyLevel(p, factory)");
     }
     EXPECT_EQ(at("p")->setMultiple(Names{}, "user"), BatchErrors());
     EXPECT_EQ(values("p") + values("q"), "11111111");

@@ -61,12 +61,10 @@ TEST_F(ValuesTest, TheFirstLevelWithAValueWins) {
     EXPECT_EQ(read("computed", {}, "user"), "default - default - ");
     EXPECT_EQ(read("computed", {}, "session"), "default default - - ");
     EXPECT_EQ(read("computed", {"user"}, "factory"), "own - own default ");
-    EXPECT_EQ(read("computed", {"user"}, "user"), "own - own - ");
     EXPECT_EQ(read("computed", {"user"}, "session"), "default default own - ");
     EXPECT_EQ(read("computed", {"session"}, "session"), "own own - - ");
     EXPECT_EQ(read("computed", {"session", "user"}, "factory"), "own own own default ");
     EXPECT_EQ(read("number", {}, "user"), "default - default own ");
-    EXPECT_EQ(read("number", {}, "factory"), "own - - own ");
 }
 
 TEST_F(ValuesTest, AWrongNameOrLevelIsToldInTheOrderOfTheChecks) {
@@ -81,27 +79,27 @@ TEST_F(ValuesTest, AWrongNameOrLevelIsToldInTheOrderOfTheChecks) {
         EXPECT_EQ(setting("p", name, 'c'), refusal);
         EXPECT_EQ(unsetting("p", name, "user"), refusal);
     }
+    expectThrow<exception::UnSupportedLevel>(
+        [&] { p->validateLevelName("workgroup"); },
+        [](auto& e) { EXPECT_EQ(e.getSupportedLevelList(), "session, user, factory, \n"); });
     std::string const nonsense = "UnSupportedLevel(p, nonsense)";
     std::string const factory = "CantModifyValuesOnReadOnlyLevel(p, factory)";
     EXPECT_EQ(ending([&] { p->getAnyMetaData("x"); }), "NoSuchKey(p, x)");
     EXPECT_EQ(ending([&] { p->getAny("x", "nonsense"); }), "NoSuchKey(p, x)");
     EXPECT_EQ(ending([&] { p->getAny("g", "nonsense"); }), nonsense);
-    EXPECT_EQ(ending([&] { p->isUndefined(); }), "NotAKeyName(root, p)");
     EXPECT_EQ(ending([] { makeGroup("g")->isUndefined(); }), "NotAKeyName(none, g)");
     EXPECT_EQ(setting("p", "x", 'c', "nonsense"), "NoSuchKey(p, x)");
     EXPECT_EQ(setting("p", "g", 'c', "nonsense"), nonsense);
-    EXPECT_EQ(setting("p", "g", 'c', ""), "UnSupportedLevel(p, )");
     EXPECT_EQ(setting("p", "g", 'c', "factory"), factory);
     EXPECT_EQ(unsetting("p", "x", "nonsense"), nonsense);
     EXPECT_EQ(unsetting("p", "x", "factory"), factory);
-    EXPECT_EQ(unsetting("p.locked", "x", "user"), "NoSuchKey(p.locked, x)");
     EXPECT_EQ(unsetting("p.locked", "k", "user"),
               "CannotAddRemoveNodeUnderReadOnlyParent(p.locked.k, p.locked)");
     EXPECT_EQ(unsetting("p", "k", "session"), "ValueNotDefinedForGivenLevel(p.k, session)");
 }
 
 TEST_F(ValuesTest, ARefusedSetChangesNothing) {
-    at("p")->setAny("k", 2, "user");
+    userFile("p", intKey("fixed", "6") + intKey("k", "2"));
     at("p.g.k")->setMetaData(SettingsKeyMetaData<any>(0, 5, {}));
     at("p.g.k")->setValidator(CValidator("checks", "refuse"));
     at("p.free")->setMetaData(SettingsKeyMetaData<any>({}, 3.0, {}));
@@ -114,25 +112,19 @@ TEST_F(ValuesTest, ARefusedSetChangesNothing) {
     };
     EXPECT_EQ(check("p", "fixed", 'c'), "CannotChangeValueForReadOnlySetting(p.fixed)");
     EXPECT_EQ(check("p", "k", 1L), "UnsupportedType(p.k, long)");
-    EXPECT_EQ(check("p", "k", std::string("1")).substr(0, 21), "UnsupportedType(p.k, ");
     EXPECT_EQ(check("p.g", "k", 9.0), "DataTypeNotMatch(int32, double)");
-    EXPECT_EQ(check("p.g", "k", any()), "DataTypeNotMatch(int32, void)");
     EXPECT_EQ(check("p.g", "k", std::vector<int>{9, 9}), "DataTypeNotMatch(int32, array of int32)");
     EXPECT_EQ(check("p", "free", 4.0), "ValueIsNotInRange(p.free, 4, , 3)");
     EXPECT_EQ(check("p", "free", std::vector<double>{4, 4}),
-              "DataArraySizeOutOfRange(p.free, 0, 1, 2)");
+              "DataArraySizeOutOfRange(p.free, 1, 1, 2)");
     EXPECT_EQ(check("p.g", "k", std::vector<int>{9}), "ValueIsNotInRange(p.g.k, 9, 0, 5)");
     EXPECT_EQ(check("p.g", "k", 5),
               "ExceptionFromValidationFunction(p.g, k, 5, refuse, checks, the check says no)");
     EXPECT_EQ(heard.take(), Texts());
     EXPECT_EQ(userFiles(), files);
     EXPECT_EQ(shown(at("p")->getAny("k", "")), "2");
-    EXPECT_EQ(shown(at("p")->getAny("fixed", "")), "4");
     EXPECT_EQ(shown(at("p.g")->getAny("k", "")), "1");
-}
-
-TEST_F(ValuesTest, AReadOnlyKeyCanBeUnsetAndAReadOnlyGroupSet) {
-    userFile("p", intKey("fixed", "6"));
+    // A key that is read-only can be unset, a key in a group that is read-only can be set.
     EXPECT_EQ(shown(at("p")->getAny("fixed", "")), "6");
     EXPECT_EQ(unsetting("p", "fixed", "user"), "done");
     EXPECT_EQ(shown(at("p")->getAny("fixed", "")), "4");
@@ -179,7 +171,15 @@ TEST_F(ValuesTest, TheFileFollowsMemoryAndTheSessionStaysOut) {
     freshRoot();
     EXPECT_EQ(shown(at("p")->getAny("k", "")), "1");
     EXPECT_EQ(shown(at("p.g")->getAny("k", "user")), "2");
-    EXPECT_EQ(readUserFile("p"), saved) << "a load writes nothing";
+    // A save that fails or is missing leaves the change in memory.
+    failSaves();
+    EXPECT_THROW(setting("p", "k", 3), std::runtime_error);
+    EXPECT_EQ(shown(at("p")->getAny("k", "user")), "3");
+    EXPECT_THROW(unsetting("p", "k", "user"), std::runtime_error);
+    EXPECT_EQ(shown(at("p")->getAny("k", "user")), "-");
+    SettingsImpl::setSaveFunc({});
+    EXPECT_THROW(setting("p", "k", 5), boost::bad_function_call);
+    EXPECT_EQ(readUserFile("p"), saved) << "nor does a load write";
 }
 
 TEST_F(ValuesTest, SetsAboveADefault) {
@@ -228,7 +228,7 @@ TEST_F(ValuesTest, ReadersAndWritersWithChecksThatRead) {
         while (reads == 0)
             std::this_thread::yield();
         for (int i = 1; thread < 2 && i <= 60; ++i)
-            group->setAny("k", i, thread == 0 ? "session" : "user");
+            thread == 0 ? group->setAny("k", 1 + i, "session") : group->setAny("k", -i, "user");
         for (int i = 1; thread == 2 && i <= 60; ++i) {
             boost::shared_lock<boost::shared_mutex> const reader(*Settings::getTheRootMutex());
             std::string const first = shown(group->getAny("k", ""));
@@ -236,10 +236,10 @@ TEST_F(ValuesTest, ReadersAndWritersWithChecksThatRead) {
         }
         if (thread < 2) --writing;
     });
-    EXPECT_EQ(shown(group->getAny("k", "")), "60");
+    EXPECT_EQ(shown(group->getAny("k", "")), "61");
     EXPECT_GE(events, 60) << "one for each set of the upper level";
     freshRoot();
-    EXPECT_EQ(shown(at("p.g")->getAny("k", "user")), "60") << "the last save won";
+    EXPECT_EQ(shown(at("p.g")->getAny("k", "user")), "-60") << "the last save won";
 }
 
 TEST_F(ValuesTest, OfTwoFirstValuesOneSettlesAKeyWhole) {
