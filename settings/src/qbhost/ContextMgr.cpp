@@ -92,9 +92,7 @@ private:
     std::uint64_t number_;
 };
 
-Registry& registry() {
-    return qbhost::detail::immortal<Registry>();
-}
+Registry& registry() { return qbhost::detail::immortal<Registry>(); }
 
 std::unique_ptr<FactoryHandle> Registry::registerFactory(
     boost::shared_ptr<ContextFactoryBase> factory) {
@@ -258,23 +256,15 @@ bool Registry::makeCurrent(ZcrID id) {
 
 }  // namespace
 
-ContextRegistry& ContextRegistry::getInstance() {
-    return registry();
-}
+ContextRegistry& ContextRegistry::getInstance() { return registry(); }
 
 }  // namespace zbutil::contextmgr
 
 namespace qbhost {
 
-bool startInstance(ZcrID id) {
-    return zbutil::contextmgr::registry().start(id);
-}
-bool endInstance(ZcrID id) {
-    return zbutil::contextmgr::registry().end(id);
-}
-bool makeCurrent(ZcrID id) {
-    return zbutil::contextmgr::registry().makeCurrent(id);
-}
+bool startInstance(ZcrID id) { return zbutil::contextmgr::registry().start(id); }
+bool endInstance(ZcrID id) { return zbutil::contextmgr::registry().end(id); }
+bool makeCurrent(ZcrID id) { return zbutil::contextmgr::registry().makeCurrent(id); }
 
 ZcrID currentInstance() {
     return zbutil::contextmgr::registry().resolveZcrID(zbutil::contextmgr::AnyZcrID);

@@ -103,29 +103,20 @@ basic_ofstream::basic_ofstream(path const& p)
 
 basic_ofstream::~basic_ofstream() = default;
 
-bool basic_ofstream::is_open() const {
-    return buffer_->isOpen();
-}
+bool basic_ofstream::is_open() const { return buffer_->isOpen(); }
 
 void basic_ofstream::close() {
     if (!buffer_->close()) setstate(failbit);
 }
 
-int basic_ofstream::error() const {
-    return buffer_->error();
-}
+int basic_ofstream::error() const { return buffer_->error(); }
 
-void basic_ofstream::sync_to_disk_on_close() {
-    buffer_->syncOnClose();
-}
+void basic_ofstream::sync_to_disk_on_close() { buffer_->syncOnClose(); }
 
 sequential_reader::sequential_reader(path const& p)
-    : path_(p), descriptor_(qbhost::detail::openRegular(p)) {
-}
+    : path_(p), descriptor_(qbhost::detail::openRegular(p)) {}
 
-sequential_reader::~sequential_reader() {
-    ::close(descriptor_);
-}
+sequential_reader::~sequential_reader() { ::close(descriptor_); }
 
 std::size_t sequential_reader::read(char* to, std::size_t size) {
     long const count = qbhost::detail::readRetrying(descriptor_, to, size);

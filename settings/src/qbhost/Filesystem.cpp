@@ -18,9 +18,7 @@ using qbhost::detail::nativePath;
 
 namespace {
 
-bool meansAbsent(int errorNumber) {
-    return errorNumber == ENOENT || errorNumber == ENOTDIR;
-}
+bool meansAbsent(int errorNumber) { return errorNumber == ENOENT || errorNumber == ENOTDIR; }
 
 unsigned kindOf(struct stat const& info) {
     if (S_ISREG(info.st_mode)) return regular_file;
@@ -28,9 +26,7 @@ unsigned kindOf(struct stat const& info) {
 }
 
 /// Makes one folder; 0 or the error number.
-int makeFolder(std::string const& folder) {
-    return ::mkdir(folder.c_str(), 0777) == 0 ? 0 : errno;
-}
+int makeFolder(std::string const& folder) { return ::mkdir(folder.c_str(), 0777) == 0 ? 0 : errno; }
 
 /// Makes the parents of a folder that are missing; 0 or the error number.
 int makeParents(std::string const& folder) {
@@ -62,9 +58,7 @@ int copyContent(int from, int to) {
 
 }  // namespace
 
-bool exists(path const& p) {
-    return (status(p) & file_type_mask) != no_file;
-}
+bool exists(path const& p) { return (status(p) & file_type_mask) != no_file; }
 
 unsigned status(path const& p) {
     std::string const bytes = p.native();

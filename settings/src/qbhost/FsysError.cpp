@@ -12,20 +12,15 @@
 
 namespace qf::filesystem {
 namespace {
-std::string textOf(int errorNumber) {
-    return std::generic_category().message(errorNumber);
-}
+std::string textOf(int errorNumber) { return std::generic_category().message(errorNumber); }
 }  // namespace
 
 FsysExceptionBase::FsysExceptionBase(std::string const& operation, ustring path, int errorNumber)
     : std::runtime_error(operation + " '" + i18n::to_string(path) + "': " + textOf(errorNumber)),
       path_(std::move(path)),
-      errorNumber_(errorNumber) {
-}
+      errorNumber_(errorNumber) {}
 
-std::string FsysExceptionBase::reason() const {
-    return textOf(errorNumber_);
-}
+std::string FsysExceptionBase::reason() const { return textOf(errorNumber_); }
 
 }  // namespace qf::filesystem
 

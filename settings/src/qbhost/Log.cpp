@@ -74,15 +74,11 @@ private:
     boost::shared_ptr<Sink> sink_;
 };
 
-Logging& state() {
-    return qbhost::detail::immortal<Logging>();
-}
+Logging& state() { return qbhost::detail::immortal<Logging>(); }
 
 }  // namespace
 
-bool qf::log::enabled(std::string const&, int) {
-    return state().enabled();
-}
+bool qf::log::enabled(std::string const&, int) { return state().enabled(); }
 
 void qf::log::write(std::string const& logger, int severity, std::string const& text) {
     if (!state().enabled()) return;
@@ -91,6 +87,4 @@ void qf::log::write(std::string const& logger, int severity, std::string const& 
     BOOST_LOG_SEV(source, severity) << text;
 }
 
-void qbhost::enableLog(LogSink sink) {
-    state().enable(std::move(sink));
-}
+void qbhost::enableLog(LogSink sink) { state().enable(std::move(sink)); }

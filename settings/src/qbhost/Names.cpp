@@ -15,12 +15,8 @@ constexpr std::string_view reservedWords[] = {
 };
 
 // ASCII only, whatever `setlocale` says.
-bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-bool isNameCharacter(char c) {
-    return isLetter(c) || (c >= '0' && c <= '9') || c == '_';
-}
+bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isNameCharacter(char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '_'; }
 
 }  // namespace
 

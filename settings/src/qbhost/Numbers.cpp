@@ -13,20 +13,13 @@ namespace {
 qu_fpc_context theContext;
 }
 
-qu_fpc_context* quGetFpcContext() {
-    return &theContext;
-}
+qu_fpc_context* quGetFpcContext() { return &theContext; }
 
-void* quGetMemoryContext() {
-    return &theContext;
-}
+void* quGetMemoryContext() { return &theContext; }
 
-void qu_initialize_fpc_context(void*, qu_fpc_context** context) {
-    *context = &theContext;
-}
+void qu_initialize_fpc_context(void*, qu_fpc_context** context) { *context = &theContext; }
 
-void qu_clear_fpc_context(qu_fpc_context*) {
-}
+void qu_clear_fpc_context(qu_fpc_context*) {}
 
 char* qu_g_fmt(qu_fpc_context*, char* buffer, double value) {
     if (std::isnan(value) || std::isinf(value)) {

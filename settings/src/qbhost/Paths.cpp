@@ -56,9 +56,7 @@ ustring const upath_constant::PATHNAME_SEPARATOR = u"/";
 ustring const upath_constant::CURRENT_DIRECTORY = u".";
 ustring const upath_constant::PARENT_DIRECTORY = u"..";
 
-bool detail::is_absolute(ustring const& text) {
-    return !text.empty() && text[0] == separator;
-}
+bool detail::is_absolute(ustring const& text) { return !text.empty() && text[0] == separator; }
 
 std::string path::native() const {
     std::string bytes;
@@ -85,9 +83,7 @@ path from_native(std::string const& bytes) {
     return text;
 }
 
-path path::filename() const {
-    return text_.substr(startOfFilename(text_));
-}
+path path::filename() const { return text_.substr(startOfFilename(text_)); }
 
 path path::parent_path() const {
     std::size_t length = startOfFilename(text_);
@@ -103,9 +99,7 @@ ustring path::extension() const {
     return name.substr(dot);
 }
 
-bool path::is_absolute() const {
-    return detail::is_absolute(text_);
-}
+bool path::is_absolute() const { return detail::is_absolute(text_); }
 
 path operator/(path const& left, path const& right) {
     if (left.empty()) return right;
@@ -123,8 +117,6 @@ path absolute(path const& p, path const& base) {
     return normalised((base.is_absolute() ? base : workingDirectory() / base) / p);
 }
 
-ustring extract_filename(ustring const& text) {
-    return path(text).filename().str();
-}
+ustring extract_filename(ustring const& text) { return path(text).filename().str(); }
 
 }  // namespace qf::filesystem

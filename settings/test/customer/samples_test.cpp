@@ -44,7 +44,8 @@ TEST_F(Samples, RunAsTheDocumentsTell) {
     Outcome const first = run(QB_SAMPLE_DIR "/first_program");
     EXPECT_EQ(0, first.status);
     EXPECT_EQ(
-        "width is 0.35\nwidth is 0.5\nrefused: The value passed in is not in the predefined range\n",
+        "width is 0.35\nwidth is 0.5\nrefused: The value passed in is not in the predefined "
+        "range\n",
         first.output);
     EXPECT_TRUE(std::filesystem::exists(folder_.path() / "user" / "plotter.settings"));
 
@@ -59,7 +60,6 @@ TEST_F(Samples, RunAsTheDocumentsTell) {
 
 TEST_F(Samples, StandInTheReadme) {
     std::string const readme = qbtest::readFile(QB_SOURCE_DIR "/README.md");
-    std::string const program =
-        qbtest::readFile(QB_SOURCE_DIR "/docs/samples/first_program.cpp");
+    std::string const program = qbtest::readFile(QB_SOURCE_DIR "/docs/samples/first_program.cpp");
     EXPECT_NE(std::string::npos, readme.find("```cpp\n" + program + "```"));
 }

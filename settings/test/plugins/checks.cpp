@@ -15,8 +15,7 @@ using Parent = boost::shared_ptr<Settings const>;
 
 extern "C" {
 
-QBHOST_API void acceptAll(Parent const&, std::string const&, boost::any const&) {
-}
+QBHOST_API void acceptAll(Parent const&, std::string const&, boost::any const&) {}
 
 QBHOST_API void refuse(Parent const&, std::string const&, boost::any const&) {
     throw settings::core::SettingsException("checks:refused", "the check says no", "refused");

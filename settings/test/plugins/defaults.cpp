@@ -10,13 +10,9 @@
 
 extern "C" {
 
-QBHOST_API void giveDouble(boost::any* result) {
-    *result = 2.5;
-}
+QBHOST_API void giveDouble(boost::any* result) { *result = 2.5; }
 
-QBHOST_API void giveString(boost::any* result) {
-    *result = qf::ustring(u"computed");
-}
+QBHOST_API void giveString(boost::any* result) { *result = qf::ustring(u"computed"); }
 
 /// A new number for each call, from 1.
 QBHOST_API void giveCount(boost::any* result) {
@@ -24,14 +20,11 @@ QBHOST_API void giveCount(boost::any* result) {
     *result = ++count;
 }
 
-QBHOST_API void giveNothing(boost::any*) {
-}
+QBHOST_API void giveNothing(boost::any*) {}
 
 QBHOST_API void failWithHostError(boost::any*) {
     throw settings::core::SettingsException("defaults:failed", "no default today", "failed");
 }
 
-QBHOST_API void fail(boost::any*) {
-    throw std::runtime_error("the default is broken");
-}
+QBHOST_API void fail(boost::any*) { throw std::runtime_error("the default is broken"); }
 }

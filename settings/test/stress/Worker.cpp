@@ -134,7 +134,8 @@ void Worker::unsubscribe() {
 void Worker::collectQueue() {
     std::queue<boost::shared_ptr<SettingsEvent const>> events;
     ZSettings::eventQueue(events, BlessedZcrID);
-    for (; !events.empty(); events.pop()) world_.checkTags(*events.front());
+    for (; !events.empty(); events.pop())
+        world_.checkTags(*events.front());
 }
 
 void Worker::loadFresh() {
@@ -169,13 +170,14 @@ void Worker::step() {
         Operation operation;
     };
     static constexpr Choice choices[] = {
-        {30, &Worker::read},         {8, &Worker::readGroup},   {16, &Worker::set},
-        {4, &Worker::setRefused},    {8, &Worker::unset},       {6, &Worker::addAndRemove},
-        {4, &Worker::merge},         {2, &Worker::exportAndImport},
-        {6, &Worker::batch},         {4, &Worker::subscribe},   {4, &Worker::unsubscribe},
-        {4, &Worker::collectQueue},  {6, &Worker::loadFresh},   {6, &Worker::liveInstance}};
+        {30, &Worker::read},      {8, &Worker::readGroup},       {16, &Worker::set},
+        {4, &Worker::setRefused}, {8, &Worker::unset},           {6, &Worker::addAndRemove},
+        {4, &Worker::merge},      {2, &Worker::exportAndImport}, {6, &Worker::batch},
+        {4, &Worker::subscribe},  {4, &Worker::unsubscribe},     {4, &Worker::collectQueue},
+        {6, &Worker::loadFresh},  {6, &Worker::liveInstance}};
     int total = 0;
-    for (Choice const& choice : choices) total += choice.weight;
+    for (Choice const& choice : choices)
+        total += choice.weight;
     int pick = below(total);
     for (Choice const& choice : choices) {
         if ((pick -= choice.weight) < 0) return (this->*choice.operation)();

@@ -40,7 +40,8 @@ World::World() {
     for (int group = 0; group < groups; ++group) {
         body += "<settings name=\"g" + std::to_string(group) + "\" visible=\"true\">" +
                 validator(group);
-        for (int k = 0; k < keys; ++k) body += key(k, k % 2 == 0);
+        for (int k = 0; k < keys; ++k)
+            body += key(k, k % 2 == 0);
         body += "</settings>";
     }
     body += "<settings name=\"dynamic\" visible=\"true\"/>";
@@ -92,8 +93,7 @@ void World::checkTags(SettingsEvent const& event) {
 }
 
 void World::checkFile() {
-    qf::ustring const path =
-        qf::i18n::to_ustring((folder() / "user" / "busy.settings").string());
+    qf::ustring const path = qf::i18n::to_ustring((folder() / "user" / "busy.settings").string());
     auto const read = Settings::importAsStandaloneObject(path);
     auto const live = root_->getChild("busy");
     for (auto const& group : read->getChildren()) {

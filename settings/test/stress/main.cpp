@@ -93,12 +93,12 @@ int main(int argc, char** argv) {
             printAllStacksAndAbort();
         }
     }
-    for (std::thread& thread : threads) thread.join();
+    for (std::thread& thread : threads)
+        thread.join();
     // The save that the file is compared after.
     if (!world.failed()) {
-        world.root()
-            ->getSettingsByFullName("busy.g0")
-            ->setAny("k0", qbstress::World::value(0, 99999 + seed), "user");
+        world.root()->getSettingsByFullName("busy.g0")->setAny(
+            "k0", qbstress::World::value(0, 99999 + seed), "user");
         world.checkFile();
     }
     std::cout << steps << " operations on " << threadCount << " threads in " << seconds

@@ -12,8 +12,9 @@
 
 /// The host's exception bases. An exception of the system is an `Exception<Tag, std::exception>`,
 /// with a marker interface or a message-id class as its tag. It can be caught as that, by its
-/// interface (`IInternalException`, `IMsgIDException`, `IException`), and as a `std::exception`. None of the interfaces derives from `std::exception` itself, so that the
-/// latter is never an ambiguous base.
+/// interface (`IInternalException`, `IMsgIDException`, `IException`), and as a `std::exception`.
+/// None of the interfaces derives from `std::exception` itself, so that the latter is never an
+/// ambiguous base.
 namespace qf::except {
 
 class QBHOST_API IException {

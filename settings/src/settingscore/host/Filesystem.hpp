@@ -185,12 +185,8 @@ private:
     std::shared_ptr<std::vector<upath_directory_entry> const> entries_;
     std::size_t index_ = 0;
 };
-inline basic_directory_iterator begin(basic_directory_iterator it) {
-    return it;
-}
-inline basic_directory_iterator end(basic_directory_iterator const&) {
-    return {};
-}
+inline basic_directory_iterator begin(basic_directory_iterator it) { return it; }
+inline basic_directory_iterator end(basic_directory_iterator const&) { return {}; }
 
 /// Output stream on a file, opened for truncation. What is written is collected and handed to the
 /// file in few large pieces, the last by `close`, in the classic locale; flushing hands over

@@ -14,11 +14,11 @@ boost::shared_ptr<SettingsLevelManager> SettingsLevelManager::getSettingsLevelMa
 SettingsLevelManager::Levels const& SettingsLevelManager::levels() {
     using Querier = SettingsRootDirQuerier;
     // Built at first use and never destroyed, so that nobody comes too early or too late.
-    static auto* const settingsLevels_ = new Levels{
-        SettingsLevel(0, "session", {}, true, 0, false, false, false),
-        SettingsLevel(1, "user", &Querier::UserRoot, true, 1, false, false, true),
-        SettingsLevel(2, "factory", &Querier::FactoryRoot, false, SettingsLevel::unlimitedFiles,
-                      true, false, false)};
+    static auto* const settingsLevels_ =
+        new Levels{SettingsLevel(0, "session", {}, true, 0, false, false, false),
+                   SettingsLevel(1, "user", &Querier::UserRoot, true, 1, false, false, true),
+                   SettingsLevel(2, "factory", &Querier::FactoryRoot, false,
+                                 SettingsLevel::unlimitedFiles, true, false, false)};
     return *settingsLevels_;
 }
 
@@ -31,7 +31,8 @@ SettingsLevel const* SettingsLevelManager::findLevel(std::string const& name) {
 
 std::vector<std::string> SettingsLevelManager::getAllLevelNames() const {
     std::vector<std::string> names;
-    for (SettingsLevel const& level : levels()) names.push_back(level.levelName());
+    for (SettingsLevel const& level : levels())
+        names.push_back(level.levelName());
     return names;
 }
 

@@ -38,7 +38,8 @@ public:
     std::vector<SettingsLevel const*> getSettingsLevelByNameVec(Iterator first,
                                                                 Iterator last) const {
         std::vector<SettingsLevel const*> found;
-        for (; first != last; ++first) found.push_back(findLevel(*first));
+        for (; first != last; ++first)
+            found.push_back(findLevel(*first));
         return found;
     }
     std::vector<std::string> getAllLevelNames() const;

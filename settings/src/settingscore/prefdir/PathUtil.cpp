@@ -44,23 +44,15 @@ ustring zenbarDefaultPrefDirPrefixUStr() {
     return ustring(u"/") + u"tmp";
 }
 
-ustring zenbarLocalSettingsDirPrefixUStr() {
-    return zenbarDefaultPrefDirPrefixUStr();
-}
+ustring zenbarLocalSettingsDirPrefixUStr() { return zenbarDefaultPrefDirPrefixUStr(); }
 
-ustring zenbarDefaultPrefDirSuffixUStr(ustring const& release) {
-    return perUserFolder + release;
-}
+ustring zenbarDefaultPrefDirSuffixUStr(ustring const& release) { return perUserFolder + release; }
 
 }  // namespace posix
 
-ustring zenbarDefaultPrefDirPrefixUStr() {
-    return posix::zenbarDefaultPrefDirPrefixUStr();
-}
+ustring zenbarDefaultPrefDirPrefixUStr() { return posix::zenbarDefaultPrefDirPrefixUStr(); }
 
-ustring zenbarLocalSettingsDirPrefixUStr() {
-    return posix::zenbarLocalSettingsDirPrefixUStr();
-}
+ustring zenbarLocalSettingsDirPrefixUStr() { return posix::zenbarLocalSettingsDirPrefixUStr(); }
 
 ustring zenbarDefaultPrefDirSuffixUStr(ustring const& release) {
     return posix::zenbarDefaultPrefDirSuffixUStr(release);

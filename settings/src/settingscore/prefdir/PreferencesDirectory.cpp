@@ -58,9 +58,7 @@ ustring getPreferencesDirectoryUStr(bool ensureExists) {
     return result;
 }
 
-ustring getDefaultPreferencesDirectoryUStr() {
-    return pathutildetail::getDefaultPrefDirOnce();
-}
+ustring getDefaultPreferencesDirectoryUStr() { return pathutildetail::getDefaultPrefDirOnce(); }
 
 ustring getStandardPreferencesDirectoryUStr() {
     return pathutilinternal::preferencesDirectoryForRelease(releases::current);
@@ -96,13 +94,9 @@ void setPreferencesDirectory(char const* directory) {
     setPreferencesDirectoryUStr(directory ? qf::i18n::to_ustring(directory) : ustring());
 }
 
-ustring getTimestampFileNameUStr() {
-    return u"creation.timestamp";
-}
+ustring getTimestampFileNameUStr() { return u"creation.timestamp"; }
 
-ustring zenbarRootUStr() {
-    return qf::filesystem::get_install_path();
-}
+ustring zenbarRootUStr() { return qf::filesystem::get_install_path(); }
 
 char const* zenbarRoot() {
     static std::string const& root = *new std::string(qf::i18n::to_string(zenbarRootUStr()));

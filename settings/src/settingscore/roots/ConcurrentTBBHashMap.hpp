@@ -114,8 +114,7 @@ public:
 private:
     // The standard allocator, whose memory leak checkers look into: instances that live to the end
     // of the process are not lost.
-    using Table =
-        tbb::concurrent_hash_map<K, V, Hash<K>, std::allocator<std::pair<K const, V>>>;
+    using Table = tbb::concurrent_hash_map<K, V, Hash<K>, std::allocator<std::pair<K const, V>>>;
     using SharedLock = boost::shared_lock<boost::shared_mutex>;
 
     /// Exclusive access, by way of upgrade: a waiter on that road bars no shared holder, so that a

@@ -44,16 +44,11 @@ private:
 
 SettingsContext::~SettingsContext() = default;
 
-void SettingsContext::init(bool) {
-    createContext(zcrID_);
-}
+void SettingsContext::init(bool) { createContext(zcrID_); }
 
-void SettingsContext::restore() {
-    setCurrent(zcrID_);
-}
+void SettingsContext::restore() { setCurrent(zcrID_); }
 
-void SettingsContext::save() {
-}
+void SettingsContext::save() {}
 
 void SettingsContext::release(bool) {
     resetThisZcrID(zcrID_);

@@ -53,7 +53,7 @@ private:
     ustring directory(Directory SettingsRootStateMgr::*field, ustring (*query)());
     void setDirectory(Directory SettingsRootStateMgr::*field, Directory const& directory);
 
-    bool rootOnce_ = false;  ///< The root was built, or never will be.
+    bool rootOnce_ = false;               ///< The root was built, or never will be.
     mutable boost::mutex rootOnceMutex_;  ///< Guards making and handing out the root.
     mutable boost::shared_mutex stateMutex_;
     boost::shared_ptr<SettingsImplRoot> root_;

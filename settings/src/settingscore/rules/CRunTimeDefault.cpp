@@ -10,15 +10,10 @@ namespace settings::core {
 
 CRunTimeDefault::CRunTimeDefault(std::string const& packageName, std::string const& functionName)
     : invoker_(boost::make_shared<CFunctionInvoker<FunctionPointer, Function>>(packageName,
-                                                                               functionName)) {
-}
+                                                                               functionName)) {}
 
-std::string CRunTimeDefault::getPackageName() const {
-    return invoker_->getPackageName();
-}
-std::string CRunTimeDefault::getFunctionName() const {
-    return invoker_->getFunctionName();
-}
+std::string CRunTimeDefault::getPackageName() const { return invoker_->getPackageName(); }
+std::string CRunTimeDefault::getFunctionName() const { return invoker_->getFunctionName(); }
 
 boost::any CRunTimeDefault::operator()() const {
     using exception::RunTimeFuncInvokingError;

@@ -11,15 +11,10 @@ namespace settings::core {
 
 CValidator::CValidator(std::string const& packageName, std::string const& functionName)
     : invoker_(boost::make_shared<CFunctionInvoker<FunctionPointer, Function>>(packageName,
-                                                                               functionName)) {
-}
+                                                                               functionName)) {}
 
-std::string CValidator::getPackageName() const {
-    return invoker_->getPackageName();
-}
-std::string CValidator::getFunctionName() const {
-    return invoker_->getFunctionName();
-}
+std::string CValidator::getPackageName() const { return invoker_->getPackageName(); }
+std::string CValidator::getFunctionName() const { return invoker_->getFunctionName(); }
 
 // What is no `IException` passes on as it is, unlike in the other two kinds: a function of the
 // process's own language may have reasons that its caller understands.

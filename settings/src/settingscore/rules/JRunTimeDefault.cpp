@@ -5,8 +5,7 @@
 namespace settings::core {
 
 JRunTimeDefault::JRunTimeDefault(std::string const& packageName, std::string const& functionName)
-    : packageName_(packageName), functionName_(functionName) {
-}
+    : packageName_(packageName), functionName_(functionName) {}
 
 JRunTimeDefault::Proxy& JRunTimeDefault::runtimeDefaultProxy_() {
     static auto& proxy = detail::neverDestroyed<Proxy>();

@@ -28,13 +28,10 @@ public:
 
 }  // namespace
 
-bool detail::isInsideJavaValidation() {
-    return javaValidations != 0;
-}
+bool detail::isInsideJavaValidation() { return javaValidations != 0; }
 
 JValidator::JValidator(std::string const& packageName, std::string const& functionName)
-    : packageName_(packageName), functionName_(functionName) {
-}
+    : packageName_(packageName), functionName_(functionName) {}
 
 boost::recursive_mutex& JValidator::mutex_() {
     static auto& mutex = detail::neverDestroyed<boost::recursive_mutex>();

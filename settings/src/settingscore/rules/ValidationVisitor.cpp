@@ -11,8 +11,7 @@ ValidationVisitor::ValidationVisitor(HeldLock const& lock,
                                      boost::shared_ptr<SettingsImpl const> parent,
                                      boost::shared_ptr<SettingsImpl const> const& key,
                                      boost::any const& value)
-    : lock_(lock), current_(key), key_(key), fallback_(std::move(parent)), value_(value) {
-}
+    : lock_(lock), current_(key), key_(key), fallback_(std::move(parent)), value_(value) {}
 
 void ValidationVisitor::operator()(boost::mpl::void_ const&) {
     current_ = current_->getParentImpl();

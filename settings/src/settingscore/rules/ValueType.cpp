@@ -44,11 +44,9 @@ void validateValueType(boost::any& value) {
 }
 
 template <>
-void validateValueType<void>(boost::any&) {
-}
+void validateValueType<void>(boost::any&) {}
 template <>
-void validateValueType<boost::any>(boost::any&) {
-}
+void validateValueType<boost::any>(boost::any&) {}
 
 #define SETTINGSCORE_ROW(type, place, text, wide, word) \
     template void validateValueType<type>(boost::any&); \

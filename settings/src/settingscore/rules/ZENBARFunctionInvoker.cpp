@@ -12,8 +12,7 @@ using ZENBAR::settings::core::ZENBARFuncMustBeInvokedByExecEngine;
 
 ZENBARFunctionInvoker::ZENBARFunctionInvoker(std::string const& packageName,
                                              std::string const& functionName)
-    : packageName_(packageName), functionName_(functionName) {
-}
+    : packageName_(packageName), functionName_(functionName) {}
 
 boost::function<void()>& ZENBARFunctionInvoker::loadConfigProxy_() {
     static auto& proxy = detail::neverDestroyed<boost::function<void()>>();
@@ -24,9 +23,7 @@ void ZENBARFunctionInvoker::setLoadConfigProxy(boost::function<void()> const& pr
     loadConfigProxy_() = proxy;
 }
 
-boost::function<void()> ZENBARFunctionInvoker::getLoadConfigProxy() {
-    return loadConfigProxy_();
-}
+boost::function<void()> ZENBARFunctionInvoker::getLoadConfigProxy() { return loadConfigProxy_(); }
 
 void ZENBARFunctionInvoker::checkConditions(bool (*isProxyInstalled)()) {
     boost::function<void()> const loadConfig = getLoadConfigProxy();

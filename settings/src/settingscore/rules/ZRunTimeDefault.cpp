@@ -8,21 +8,16 @@
 namespace settings::core {
 
 ZRunTimeDefault::ZRunTimeDefault(std::string const& packageName, std::string const& functionName)
-    : ZENBARFunctionInvoker(packageName, functionName) {
-}
+    : ZENBARFunctionInvoker(packageName, functionName) {}
 
 ZRunTimeDefault::Proxy& ZRunTimeDefault::runtimeProxyFname_() {
     static auto& proxy = detail::neverDestroyed<Proxy>();
     return proxy;
 }
 
-void ZRunTimeDefault::setZRunTimeProxyFname(Proxy const& proxy) {
-    runtimeProxyFname_() = proxy;
-}
+void ZRunTimeDefault::setZRunTimeProxyFname(Proxy const& proxy) { runtimeProxyFname_() = proxy; }
 
-ZRunTimeDefault::Proxy ZRunTimeDefault::getZRunTimeProxyFname() {
-    return runtimeProxyFname_();
-}
+ZRunTimeDefault::Proxy ZRunTimeDefault::getZRunTimeProxyFname() { return runtimeProxyFname_(); }
 
 void ZRunTimeDefault::checkConditions() {
     ZENBARFunctionInvoker::checkConditions([] { return !runtimeProxyFname_().empty(); });

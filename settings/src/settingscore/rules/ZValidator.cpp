@@ -9,8 +9,7 @@
 namespace settings::core {
 
 ZValidator::ZValidator(std::string const& packageName, std::string const& functionName)
-    : ZENBARFunctionInvoker(packageName, functionName) {
-}
+    : ZENBARFunctionInvoker(packageName, functionName) {}
 
 ZValidator::Proxy& ZValidator::valProxyFuncName_() {
     static auto& proxy = detail::neverDestroyed<Proxy>();
@@ -21,9 +20,7 @@ void ZValidator::setZENBARValFuncInvokingProxyName(Proxy const& proxy) {
     valProxyFuncName_() = proxy;
 }
 
-ZValidator::Proxy ZValidator::getZENBARValFuncInvokingProxyName() {
-    return valProxyFuncName_();
-}
+ZValidator::Proxy ZValidator::getZENBARValFuncInvokingProxyName() { return valProxyFuncName_(); }
 
 void ZValidator::checkConditions() {
     ZENBARFunctionInvoker::checkConditions([] { return !valProxyFuncName_().empty(); });

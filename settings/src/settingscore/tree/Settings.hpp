@@ -81,11 +81,12 @@ public:
     /// file: the values of one level, or with "" the values in force (and no validators of keys).
     /// Loads the nodes; holds the tree shared while it writes. The file is written in place: a
     /// failure can leave a part of it.
-    /// @throws exception::UnSupportedLevel, exception::ErrorExportMultipleNodesBelongsToDiffProducts,
+    /// @throws exception::UnSupportedLevel,
+    /// exception::ErrorExportMultipleNodesBelongsToDiffProducts,
     ///         exception::CannotExportSettingsRoot, exception::CannotExportStandaloneSettings,
     ///         exception::ErrorExportOrImportSettingsUsingRelativePath,
-    ///         exception::ErrorSaveSettingsDueToFileIOError; std::invalid_argument for an empty list
-    ///         or a null node, with no file touched
+    ///         exception::ErrorSaveSettingsDueToFileIOError; std::invalid_argument for an empty
+    ///         list or a null node, with no file touched
     static void exportSettings(std::vector<boost::shared_ptr<Settings const>> const& nodes,
                                ustring const& path, std::string const& levelName);
 
@@ -212,7 +213,8 @@ public:
     /// refused values; new nodes and values are told to listeners, then the product's file of the
     /// level is rewritten. `source` is only read. Loads.
     /// @throws exception::UnSupportedLevel, exception::CantModifyValuesOnReadOnlyLevel,
-    ///         exception::CannotMergeWithSettingsRoot, exception::ErrorMergingWithCircularReference,
+    ///         exception::CannotMergeWithSettingsRoot,
+    ///         exception::ErrorMergingWithCircularReference,
     ///         exception::CanOnlyMergeTreeNodeWithStandaloneNode,
     ///         exception::ErrorMergingNodesWithDiffAttr, exception::MultipleRuntimeFuncError, and
     ///         the errors of the value checks; std::invalid_argument for an empty source
@@ -224,8 +226,8 @@ public:
     virtual boost::shared_ptr<SettingsImpl const> getThisObjectImpl() const = 0;
     virtual boost::shared_ptr<SettingsImpl> getThisObjectImpl() = 0;
     /// The work of the batch and of `setAny`; values may be converted in place.
-    virtual BatchErrors multipleSetImpl(NodeValue* first, NodeValue* last,
-                                        std::string const& level, bool rethrow) = 0;
+    virtual BatchErrors multipleSetImpl(NodeValue* first, NodeValue* last, std::string const& level,
+                                        bool rethrow) = 0;
     virtual BatchErrors multipleValidateImpl(NodeValue* first, NodeValue* last,
                                              bool rethrow) const = 0;
     virtual corebus::msg_svc::exchange::IDType getImplNodeEventId() const = 0;

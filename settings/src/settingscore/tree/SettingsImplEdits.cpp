@@ -39,7 +39,8 @@ void SettingsImpl::setParent(boost::shared_ptr<Settings> const& parent) {
     }
     SharedTreeLock const lock;
     if (!isConnectedWithLock(lock)) return;
-    for (SettingsLevel const* level : getLevelToUpdate(lock, false)) saveWithLock(lock, level);
+    for (SettingsLevel const* level : getLevelToUpdate(lock, false))
+        saveWithLock(lock, level);
 }
 
 void SettingsImpl::setParentInternal(boost::shared_ptr<SettingsImpl> const& parent) {
@@ -148,7 +149,8 @@ void SettingsImpl::removeNodeImpl(boost::shared_ptr<SettingsImpl> const& child) 
     if (!connected) return;
     SharedTreeLock const lock;
     if (!wasTopLevel) {
-        for (SettingsLevel const* level : levels) saveWithLock(lock, level);
+        for (SettingsLevel const* level : levels)
+            saveWithLock(lock, level);
         return;
     }
     // A product of the same name that came in the meantime owns the files now, and a root that its

@@ -96,7 +96,8 @@ void SettingsImpl::exportSettingsImpl(NodeList const& nodes, ustring const& path
         if (!impls.back()) throw std::invalid_argument("exportSettings: a node is empty.");
     }
     // Before the lock: a product that was not touched yet would be written without its content.
-    for (auto const& node : impls) node->getTopLevelNode()->loadIfNotInitializedYet();
+    for (auto const& node : impls)
+        node->getTopLevelNode()->loadIfNotInitializedYet();
     if (!levelName.empty()) impls.front()->validateLevelName(levelName);
 
     SharedTreeLock const lock;

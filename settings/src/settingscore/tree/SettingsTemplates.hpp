@@ -25,10 +25,12 @@ template <class Range>
 std::vector<Settings::NodeValue> Settings::toNodeValues(Range const& range, bool throwIfMissing,
                                                         BatchErrors& errors) const {
     using First = std::remove_cv_t<std::remove_reference_t<decltype(std::begin(range)->first)>>;
-    using Pair = std::conditional_t<std::is_convertible_v<First, std::string>, NameValue, NodeValue>;
+    using Pair =
+        std::conditional_t<std::is_convertible_v<First, std::string>, NameValue, NodeValue>;
     detail::NameToObjectTransformer<Pair> const transform(throwIfMissing, self(), &errors);
     std::vector<NodeValue> elements;
-    for (auto const& entry : range) elements.push_back(transform(Pair(entry.first, entry.second)));
+    for (auto const& entry : range)
+        elements.push_back(transform(Pair(entry.first, entry.second)));
     return elements;
 }
 

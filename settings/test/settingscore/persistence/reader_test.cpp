@@ -8,9 +8,9 @@
 #include <settingscore/persistence/xml/XMLSettingsDetails.hpp>
 #include <settingscore/value/AnyBridge.hpp>
 #include <support/CommaLocale.hpp>
-#include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/internal/VecAttributesImpl.hpp>
 #include <xercesc/sax/SAXException.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
 
 #include "roundtrip_support.hpp"
 
