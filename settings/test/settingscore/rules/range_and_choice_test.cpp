@@ -34,7 +34,6 @@ std::string noChoice(std::string const& texts) {
 
 TEST(RangeAndChoice, AreAlternatives) {
     Choices const both = list({20, 30});
-    EXPECT_EQ(outcome({}, {}, {}, 7), "done");
     EXPECT_EQ(outcome(1, 10, both, 10), "done");
     EXPECT_EQ(outcome(1, 10, both, 20), "done");
     EXPECT_EQ(outcome(1, 10, both, 11), noChoice("11, 1, 10, 20, 30"));
@@ -44,7 +43,6 @@ TEST(RangeAndChoice, AreAlternatives) {
     EXPECT_EQ(outcome(1, {}, {}, 0), notInRange("0, 1, "));
     EXPECT_EQ(outcome({}, 10, {}, Ints{5, 11, 12}), notInRange("11, , 10"));
     EXPECT_EQ(outcome(1, 10, both, Ints{}), "done");
-    EXPECT_EQ(outcome({}, {}, list({true}), std::vector{true, false}), noChoice("0, , , 1"));
     EXPECT_EQ(outcome({}, {}, {}, any()), "DefaultValidationFailedOnVoidType(k)");
     EXPECT_EQ(outcome(1, {}, {}, any()), "DefaultValidationFailedOnVoidType(k)");
     // Metadata of another type than the key's own is a fault of whoever set it, told as it is; an
@@ -66,7 +64,6 @@ TEST(RangeAndChoice, TextsFollowTheElementTypeAndNotTheLocale) {
     Choices const colours = list({S(u"red"), S(u"blue, green")});
     EXPECT_EQ(outcome(2u, 4u, {}, S(u"a")), notInRange("a, 2, 4"));
     EXPECT_EQ(outcome(2u, 2u, {}, S(u"\U0001F600")), "done");
-    EXPECT_EQ(outcome({}, {}, colours, S(u"red")), "done");
     EXPECT_EQ(outcome({}, {}, colours, S(u"RED")), noChoice("RED, , , red, blue, green"));
     EXPECT_EQ(outcome({}, 4u, {}, std::vector<S>{u"ok", u"not ok"}), notInRange("not ok, , 4"));
     // 8 bits are characters, but numbers in choices.
@@ -74,11 +71,9 @@ TEST(RangeAndChoice, TextsFollowTheElementTypeAndNotTheLocale) {
     EXPECT_EQ(outcome(U8(250), {}, {}, U8(200)), notInRange("\u00C8, \u00FA, "));
     EXPECT_EQ(outcome({}, {}, list({S8(-1)}), S8(-56)), noChoice("\u00C8, , , -1"));
     EXPECT_EQ(outcome(U8(1), {}, {}, U8(0)), notInRange("\0, \1, "s));
-    EXPECT_EQ(outcome(short(-3), {}, {}, short(-4)), notInRange("-4, -3, "));
     EXPECT_EQ(outcome(1000000, {}, list({3000000}), 1), noChoice("1, 1000000, , 3000000"));
     EXPECT_EQ(outcome({}, ~0ull - 1, {}, ~0ull),
               notInRange("18446744073709551615, , 18446744073709551614"));
-    EXPECT_EQ(outcome(0.1, {}, {}, 0.1), "done");
     EXPECT_EQ(outcome(0.1, {}, {}, 0.09999999999999999),
               notInRange("0.099999999999999992, 0.10000000000000001, "));
     EXPECT_EQ(outcome({}, {}, list({0.1, 1234567.0}), 1234.5),
