@@ -147,7 +147,7 @@ QBHOST_API ustring get_install_path();
 class QBHOST_API upath_directory_entry {
 public:
     upath_directory_entry() = default;
-    explicit upath_directory_entry(path full) : full_(std::move(full)) {}
+    explicit upath_directory_entry(path const& full) : full_(full) {}
     ustring filename() const { return full_.filename().str(); }
     path const& full_pathname() const { return full_; }
     /// Kind, links followed, with `symbolic_link` beside it if the entry is a link; a link that is

@@ -253,7 +253,11 @@ TEST_F(ValuesTest, OfTwoFirstValuesOneSettlesAKeyWhole) {
         key->setRunTimeDefault(ZRunTimeDefault("p", "f"));
         std::atomic<int> ready{0};
         concurrently(2, [&](int thread) {
-            first = thread == 0 ? any(1) : any(std::vector<double>{1, 2, 3});
+            if (thread == 0) {
+                first = 1;
+            } else {
+                first = std::vector<double>{1, 2, 3};
+            }
             ++ready;
             while (ready < 2)
                 std::this_thread::yield();
