@@ -6,7 +6,9 @@
 #include <iterator>
 #include <mutex>
 #include <random>
+#include <stdexcept>
 #include <unordered_map>
+#include <utility>
 
 #include <unistd.h>
 
@@ -58,14 +60,16 @@ std::string IDType::toString() const {
 
 namespace corebus::msg_svc::eventmgr {
 
+BaseEvent::BaseEvent(boost::shared_ptr<TypeInformation> type) : type_(std::move(type)) {
+    if (!type_) throw std::invalid_argument("An event has type information.");
+}
+
 void BaseEvent::fillStream(std::ostream& stream) const {
-    if (!type_) return;
     for (std::size_t i = 0; i < type_->hierarchySize(); ++i)
         stream << (i == 0 ? "" : ", ") << qf::i18n::to_string(type_->getBaseTag(i));
 }
 
 bool BaseEvent::isKindOf(qf::ustring const& tag) const {
-    if (!type_) return false;
     for (std::size_t i = 0; i < type_->hierarchySize(); ++i) {
         if (type_->getBaseTag(i) == tag) return true;
     }

@@ -19,13 +19,13 @@ public:
             error_ = EINVAL;
             return;
         }
+        pieces_.reset(new char[size]);  // First: with a file open it must not fail.
         descriptor_ =
             qbhost::detail::openRetrying(bytes.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
         if (descriptor_ < 0) {
             error_ = errno;
             return;
         }
-        pieces_.reset(new char[size]);
         setp(pieces_.get(), pieces_.get() + size);
     }
     ~Buffer() override { close(); }
@@ -69,7 +69,7 @@ protected:
     int sync() override { return error_ == 0 ? 0 : -1; }
 
 private:
-    static constexpr std::size_t size = 128 * 1024;
+    static constexpr std::size_t size = std::size_t{128} * 1024;
 
     bool handOver() {
         bool const done = write(pbase(), pptr() - pbase());

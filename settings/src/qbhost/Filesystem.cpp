@@ -44,7 +44,7 @@ int makeParents(std::string const& folder) {
 
 /// Copies what is left of an open file; 0 or the error number.
 int copyContent(int from, int to) {
-    constexpr std::size_t size = 128 * 1024;
+    constexpr std::size_t size = std::size_t{128} * 1024;
     std::unique_ptr<char[]> const buffer(new char[size]);
     for (;;) {
         long const count = qbhost::detail::readRetrying(from, buffer.get(), size);

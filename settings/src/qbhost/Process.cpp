@@ -41,8 +41,8 @@ void qf::app::fast_exit(int status) {
         (*replacement)(status);
         return;
     }
-    std::fflush(stdout);
-    std::fflush(stderr);
+    // Not if another thread is in the middle of a write, which could last.
+    if (::ftrylockfile(stdout) == 0) ::fflush_unlocked(stdout);
     std::_Exit(status);
 }
 

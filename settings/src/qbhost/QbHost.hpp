@@ -22,6 +22,7 @@ QBHOST_API void setSignalThread(std::function<bool()> isSignalThread);
 /// Makes the calling thread the signal thread.
 QBHOST_API void setSignalThreadToThisThread();
 
+/// What gets a piece of text for the console.
 using ConsoleSink = std::function<void(std::string const& text)>;
 /// Takes over what the library prints to the host's console. Empty: the standard streams.
 QBHOST_API void setConsole(ConsoleSink output, ConsoleSink error);
@@ -30,6 +31,7 @@ QBHOST_API void setConsole(ConsoleSink output, ConsoleSink error);
 /// caller go on, one that throws leaves the operation.
 QBHOST_API void setFastExit(std::function<void(int status)> fastExit);
 
+/// What gets a log record.
 using LogSink =
     std::function<void(std::string const& logger, int severity, std::string const& text)>;
 /// Hands the records of all loggers to `sink`, one at a time; what it throws is dropped. Empty: no

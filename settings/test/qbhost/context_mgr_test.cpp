@@ -1,7 +1,4 @@
-#include <stdexcept>
-#include <string>
 #include <thread>
-#include <utility>
 
 #include <gtest/gtest.h>
 #include <qbhost/QbHost.hpp>
@@ -59,10 +56,9 @@ TEST(ContextMgrTest, InstancesLiveAndEachThreadIsOnOneOfThem) {
     EXPECT_EQ(told(endInstance(BlessedZcrID)), "a0:release ");
     EXPECT_TRUE(resolve(AnyZcrID) == BlessedZcrID) << "it stays";
 
-    for (ZcrID const id : {ZcrID(1), UndefinedZcrID, ZcrID(-7)}) {
-        EXPECT_TRUE(resolve(id) < BlessedZcrID);
-        EXPECT_EQ(told(makeCurrent(id) || endInstance(id)), "refused ");
-    }
+    for (ZcrID const id : {ZcrID(1), UndefinedZcrID, ZcrID(-7)})
+        EXPECT_EQ(told(makeCurrent(id) || endInstance(id) || resolve(id) >= BlessedZcrID),
+                  "refused ");
     for (ZcrID const id : {BlessedZcrID, AnyZcrID, UndefinedZcrID})
         EXPECT_EQ(told(startInstance(id)), "refused ");
 

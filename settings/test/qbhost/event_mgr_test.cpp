@@ -1,11 +1,5 @@
 #include <atomic>
-#include <functional>
-#include <memory>
-#include <stdexcept>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <settingscore/host/EventMgr.hpp>

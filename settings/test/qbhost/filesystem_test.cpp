@@ -1,9 +1,3 @@
-#include <cerrno>
-#include <filesystem>
-#include <functional>
-#include <string>
-#include <utility>
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,14 +1,13 @@
 #include <cmath>
-#include <filesystem>
 #include <limits>
-#include <stdexcept>
-#include <string>
 #include <thread>
 
 #include <gtest/gtest.h>
 #include <qbhost/QbHost.hpp>
 #include <settingscore/host/Filesystem.hpp>
+#include <settingscore/host/I18n.hpp>
 #include <settingscore/host/Log.hpp>
+#include <settingscore/host/MsgID.hpp>
 #include <settingscore/host/Platform.hpp>
 #include <settingscore/host/UOStream.hpp>
 
@@ -16,6 +15,48 @@
 #include "../support/TempFolder.hpp"
 
 namespace {
+
+using qf::ustring;
+using namespace qf::i18n;
+
+TEST(PlatformTest, NarrowTextIsUtf8AndNothingIsLostOnTheWay) {
+    // The first and the last character of each length, and a NUL.
+    std::string const narrow(
+        "\0\x7f\xc2\x80\xdf\xbf\xe0\xa0\x80\xed\x9f\xbf\xee\x80\x80\xef\xbf\xbf"
+        "\xf0\x90\x80\x80\xf4\x8f\xbf\xbf",
+        26);
+    ustring const wide(u"\0\x7f\x80\x7ff\x800\xd7ff\xe000\xffff\xd800\xdc00\xdbff\xdfff", 12);
+    EXPECT_EQ(to_ustring(narrow), wide);
+    EXPECT_EQ(to_string(wide), narrow);
+    // Each stray byte becomes one character: a trail byte alone, a sequence that is cut off before
+    // a good character or sequence, one longer than need be, a surrogate, one too high, the end.
+    EXPECT_EQ(
+        to_ustring("\x80|\xc3(\xe2\x82\xc3\xa9|\xc0\xaf|\xed\xa0\x80|\xf4\x90\x80\x80|\xff\xc3"),
+        u"\x80|\xc3(\xe2\x82\xe9|\xc0\xaf|\xed\xa0\x80|\xf4\x90\x80\x80|\xff\xc3");
+    EXPECT_EQ(to_string({0xd800, u'|', 0xdc00, u'|', 0xd83d, 0xd83d, 0xde00, 0xd83d}),
+              "\xef\xbf\xbd|\xef\xbf\xbd|\xef\xbf\xbd\xf0\x9f\x98\x80\xef\xbf\xbd");
+    EXPECT_EQ("\xc3\xa9", codecvt_ustring_to_string(u"\xe9", "UTF-8"));
+    for (char const* const encoding : {"EBCDIC", static_cast<char const*>(nullptr)})
+        EXPECT_THROW(codecvt_ustring_to_string(u"a", encoding), std::invalid_argument);
+    qbtest::ScopedEnvironment environment;
+    environment.set("QBHOST_TEST", "/h\xc3\xa9/\xff");
+    EXPECT_EQ("/h\xc3\xa9/\xff", qf::filesystem::path(qf::i18n::getenv("QBHOST_TEST")).native());
+    environment.unset("QBHOST_TEST");
+    EXPECT_EQ(u"", qf::i18n::getenv("QBHOST_TEST"));
+}
+
+TEST(PlatformTest, MessagesTellTheirArgumentsAsTheyStandAndSoDoUnknownOnes) {
+    auto const textOf = [](std::string const& domain, std::string const& key) {
+        rescat::BaseMsgID id(2, domain, key);
+        id.setArgument(0, std::string("{1}"));
+        id.setArgument(1, ustring(u"string"));
+        return to_string(MessageCatalog::get_message(id, qbLocale::global()));
+    };
+    EXPECT_EQ("The value has the wrong type: the setting holds {1}, the value given is string.",
+              textOf("ZENBAR:settings:core", "DataTypeNotMatch"));
+    EXPECT_EQ("ZENBAR:settings:core:New: {1}, string", textOf("ZENBAR:settings:core", "New"));
+    EXPECT_EQ("elsewhere:DataTypeNotMatch: {1}, string", textOf("elsewhere", "DataTypeNotMatch"));
+}
 
 TEST(PlatformTest, NumbersAreTheSameUnderAnyLocale) {
     qbtest::CommaLocale const comma;
@@ -25,9 +66,6 @@ TEST(PlatformTest, NumbersAreTheSameUnderAnyLocale) {
                                -Limits::infinity(), std::nan(""), -std::nan("")}) {
         char text[64];
         texts += qu_g_fmt(quGetFpcContext(), text, value) + std::string(" ");
-        double const back = qu_strtod(quGetFpcContext(), text, nullptr, 0);
-        EXPECT_TRUE(back == value || std::isnan(value)) << text;
-        EXPECT_EQ(std::signbit(back), std::signbit(value)) << text;
     }
     EXPECT_EQ(texts,
               "-0 0.1 0.3333333333333333 1e+22 123456789 5e-324 1.7976931348623157e+308 "
@@ -50,11 +88,12 @@ TEST(PlatformTest, NumbersAreTheSameUnderAnyLocale) {
 }
 
 TEST(PlatformTest, NamesFollowTheRuleOfTheScriptingLanguage) {
-    for (std::string const& name : {std::string(63, 'a'), std::string("Z"), std::string("x2_y"),
-                                    std::string("ends"), std::string("End")})
-        EXPECT_TRUE(zx_array_api::zxIsValidVarName(name)) << name;
-    for (std::string const name : {"", "_a", "1a", "a b", "a.b", "caf\xc3\xa9", "end", "if"})
-        EXPECT_FALSE(zx_array_api::zxIsValidVarName(name)) << name;
+    std::string legal;
+    for (std::string const name :
+         {"", "Z", "_a", "1a", "x2_y", "a b", "a.b", "caf\xc3\xa9", "end", "ends", "End", "if"})
+        legal += zx_array_api::zxIsValidVarName(name) ? name + " " : "";
+    EXPECT_EQ(legal, "Z x2_y ends End ");
+    EXPECT_TRUE(zx_array_api::zxIsValidVarName(std::string(63, 'a')));
     for (std::string const& name : {std::string(64, 'a'), std::string("a\0b", 3)})
         EXPECT_FALSE(zx_array_api::zxIsValidVarName(name)) << name;
 }

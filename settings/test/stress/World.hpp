@@ -1,20 +1,21 @@
 #pragma once
 
 #include <atomic>
-#include <cstdint>
-#include <filesystem>
-#include <memory>
-#include <random>
-#include <string>
-#include <vector>
+#include <iostream>
 
-#include <boost/shared_ptr.hpp>
+#include <qbhost/QbHost.hpp>
+#include <settingscore/errors/Exceptions.hpp>
+#include <settingscore/errors/SettingsException.hpp>
 #include <settingscore/roots/SettingsEvent.hpp>
-#include <settingscore/tree/Settings.hpp>
+#include <settingscore/rules/JValidator.hpp>
+#include <settingscore/tree/ZSettings.hpp>
 
 #include "../support/TempFolder.hpp"
 
 namespace qbstress {
+
+using namespace settings::core;  // NOLINT(google-build-using-namespace)
+using Node = boost::shared_ptr<Settings>;
 
 /// What all threads work on: a factory with one busy product and many that are loaded on the way, a
 /// user folder, and the root.
@@ -27,72 +28,111 @@ public:
     static constexpr int keys = 8;
     static constexpr int freshProducts = 30;
 
-    World();
-    ~World();
+    World() {
+        environment_.set("SETTINGS_FACTORYDIR", (folder() / "toolbox").string());
+        environment_.set("SETTINGS_USERDIR", (folder() / "user").string());
+        // Validators read: the key beside, and a product that may not be loaded yet.
+        std::string const validator =
+            "<validationfunc type='JAVA' packagename='stress' functionname='readOther'/>";
+        std::string body = "<settings name=\"dynamic\" visible=\"true\"/>";
+        for (int group = 0; group < groups; ++group) {
+            body += "<settings name=\"g" + std::to_string(group) + "\" visible=\"true\">" +
+                    (group % 2 == 0 ? "" : validator);
+            for (int number = 0; number < keys; ++number)
+                body += key(number, number % 2 == 0);
+            body += "</settings>";
+        }
+        writeProduct("toolbox/busy/", "busy", body);
+        for (int product = 0; product < freshProducts; ++product) {
+            std::string const name = productName(product);
+            writeProduct("toolbox/" + name + "/", name, validator + key(0, true) + key(1, false));
+            // The user file's value is checked while the product loads: by a validator that reads.
+            writeProduct("user/", name, key(0, true));
+        }
+        JValidator::setJValProxy([this](auto const&, auto const&, auto const& parent,
+                                        std::string const& name, boost::any const& value) {
+            int const number = boost::any_cast<int>(value);
+            if (number < 0) throw SettingsException("stress", "negative", name);
+            checkValue(parent->getAny("k0", ""), 0);
+            checkValue(parent->getAny("k1", "user"), 1);
+            if (!root_) return;
+            auto const other = root_->getChild(productName(number / 1000 % freshProducts));
+            if (other && other->getChild("k0")) checkValue(other->getAny("k0", ""), 0);
+        });
+        root_ = Settings::getSettingsRoot(BlessedZcrID);
+        rootId_ = qf::i18n::to_ustring(root_->getImplNodeEventId().toString());
+        ZSettings::getZSettingsRoot(BlessedZcrID)->enableEventQueue(true);
+    }
+    ~World() { JValidator::clearFunctions(); }
 
-    boost::shared_ptr<settings::core::Settings> const& root() const { return root_; }
+    Node const& root() const { return root_; }
     std::filesystem::path folder() const { return folder_.path(); }
-    qbtest::ScopedEnvironment& environment() { return environment_; }
 
-    static std::string groupName(int group) { return "busy.g" + std::to_string(group); }
     static std::string keyName(int key) { return "k" + std::to_string(key); }
     static std::string productName(int product) { return "fresh" + std::to_string(product); }
     static int value(int key, std::uint64_t random) {
         return static_cast<int>(random % 100000) * 1000 + key;
     }
     /// Fails unless `value`, if there is one, is one that somebody may have set on the key.
-    void checkValue(boost::any const& value, int key);
+    void checkValue(boost::any const& value, int key) {
+        if (value.empty()) return;
+        int const* const number = boost::any_cast<int>(&value);
+        if (!number || *number % 1000 != key) fail("a read gave a value that nobody set");
+    }
     /// Fails unless the event's tags lead from its node to the root.
-    void checkTags(settings::core::SettingsEvent const& event);
+    void checkTags(SettingsEvent const& event) {
+        auto const& tags = event.typeInformation().userTags();
+        if (event.getZcrId() != BlessedZcrID) return;
+        if (tags.empty() || tags.back().size() < rootId_.size() ||
+            tags.back().substr(tags.back().size() - rootId_.size()) != rootId_) {
+            fail("an event's tags do not lead to the root");
+        }
+    }
     /// Fails unless the file of the busy product, read back, says what memory says.
-    void checkFile();
+    void checkFile() {
+        auto const path = qbtest::toUString(folder() / "user/busy.settings");
+        std::string const read = told(Settings::importAsStandaloneObject(path));
+        std::string const live = told(root_->getChild("busy"));
+        if (read != live) fail("the file and memory differ:\n" + read + "\n" + live);
+    }
 
-    void fail(std::string const& what);
+    void fail(std::string const& what) {
+        if (!failed_.exchange(true)) std::cerr << "stress: " << what << std::endl;
+    }
     bool failed() const { return failed_; }
 
 private:
+    void writeProduct(std::string const& place, std::string const& name, std::string const& body) {
+        qbtest::writeFile(folder() / (place + name + ".settings"),
+                          Settings::settingsXMLFileHeader + "\n<settings name=\"" + name +
+                              "\" visible=\"true\" version=\"1\" " + Settings::settingsSchemaInfo +
+                              ">" + body + "</settings>\n");
+    }
+    /// What is below a group, with the values of the user's level.
+    static std::string told(boost::shared_ptr<Settings const> const& group) {
+        std::string text;
+        for (auto const& child : group->getChildren()) {
+            std::string const name = child->getName();
+            boost::any const value = child->isLeafNode() ? group->getAny(name, "user") : 0;
+            int const* const number = boost::any_cast<int>(&value);
+            text += " " + name +
+                    (!child->isLeafNode() ? "(" + told(child) + ")"
+                     : number             ? "=" + std::to_string(*number)
+                                          : "");
+        }
+        return text;
+    }
+    static std::string key(int number, bool withValue) {
+        return "<key name=\"" + keyName(number) + "\" visible=\"true\"><int32>" +
+               (withValue ? "<value>" + std::to_string(number) + "</value>" : "") +
+               "</int32></key>";
+    }
+
     qbtest::TempFolder folder_;
     qbtest::ScopedEnvironment environment_;
-    boost::shared_ptr<settings::core::Settings> root_;
+    Node root_;
     qf::ustring rootId_;
     std::atomic<bool> failed_{false};
-};
-
-/// One thread's work: operations chosen at random, repeatable by the seed as far as threads are.
-class Worker {
-public:
-    Worker(World& world, int number, std::uint64_t seed)
-        : world_(world), number_(number), random_(seed) {}
-    void step();
-
-private:
-    using Operation = void (Worker::*)();
-
-    int below(int bound) { return static_cast<int>(random_() % static_cast<unsigned>(bound)); }
-    boost::shared_ptr<settings::core::Settings> anyGroup();
-    /// A standalone group of this thread's own, with a few keys that hold values.
-    boost::shared_ptr<settings::core::Settings> makeBranch();
-
-    void read();
-    void readGroup();
-    void set();
-    void setRefused();
-    void unset();
-    void addAndRemove();
-    void merge();
-    void exportAndImport();
-    void batch();
-    void subscribe();
-    void unsubscribe();
-    void collectQueue();
-    void loadFresh();
-    void liveInstance();
-
-    World& world_;
-    int const number_;
-    std::mt19937_64 random_;
-    unsigned names_ = 0;
-    std::vector<std::unique_ptr<corebus::msg_svc::eventmgr::Connection>> connections_;
 };
 
 }  // namespace qbstress

@@ -2,22 +2,17 @@
 // status 1 if what a user may rely on did not hold, and prints every thread's stack and aborts if
 // nothing moves for ten seconds.
 
-#include <dirent.h>
 #include <execinfo.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <iostream>
 #include <thread>
 
 #include <CLI/CLI.hpp>
-#include <settingscore/errors/Exceptions.hpp>
 
-#include "World.hpp"
+#include "Worker.hpp"
 
 namespace {
 
@@ -34,13 +29,9 @@ void printStack(int) {
 /// Asks each thread in turn for its stack.
 [[noreturn]] void printAllStacksAndAbort() {
     std::cerr << "stress: nothing moves" << std::endl;
-    if (DIR* const tasks = opendir("/proc/self/task")) {
-        while (dirent const* const task = readdir(tasks)) {
-            long const id = std::strtol(task->d_name, nullptr, 10);
-            if (id <= 0) continue;
-            syscall(SYS_tgkill, getpid(), id, SIGUSR1);
-            std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        }
+    for (auto const& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        syscall(SYS_tgkill, getpid(), std::stol(task.path().filename()), SIGUSR1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
     }
     std::abort();
 }
@@ -97,8 +88,8 @@ int main(int argc, char** argv) {
         thread.join();
     // The save that the file is compared after.
     if (!world.failed()) {
-        world.root()->getSettingsByFullName("busy.g0")->setAny(
-            "k0", qbstress::World::value(0, 99999 + seed), "user");
+        auto const group = world.root()->getSettingsByFullName("busy.g0");
+        group->setAny("k0", qbstress::World::value(0, 99999 + seed), "user");
         world.checkFile();
     }
     std::cout << steps << " operations on " << threadCount << " threads in " << seconds

@@ -1,37 +1,47 @@
 #pragma once
 
-#include <filesystem>
-#include <string>
-
 #include <gtest/gtest.h>
-#include <boost/shared_ptr.hpp>
-#include <settingscore/host/UString.hpp>
+#include <settingscore/host/ContextMgr.hpp>
+#include <settingscore/roots/SettingsImplRoot.hpp>
+#include <settingscore/tree/Settings.hpp>
+#include <settingscore/tree/SettingsImpl.hpp>
 
 #include "TempFolder.hpp"
-
-namespace settings::core {
-class Settings;
-class SettingsImplRoot;
-}  // namespace settings::core
 
 namespace qbtest {
 
 /// A settings file: the header, a root tag with `attributes` and the schema, `body`, the close tag.
-std::string settingsXml(std::string const& name, std::string const& body,
-                        std::string const& attributes = "visible=\"true\"");
+inline std::string settingsXml(std::string const& name, std::string const& body,
+                               std::string const& attributes = "visible=\"true\"") {
+    using settings::core::Settings;
+    return Settings::settingsXMLFileHeader + "\n<settings name=\"" + name + "\" " + attributes +
+           (attributes.empty() ? "" : " ") + Settings::settingsSchemaInfo + ">\n" + body +
+           "</settings>\n";
+}
 
 /// A world of its own for a test: a temporary folder with the factory folder `toolbox/`, the user
 /// folder `user/` and the home folder `home/`, the environment that names them, and a fresh tree.
 /// All of it is gone, and the environment restored, at the end.
 class TempWorld : public ::testing::Test {
 protected:
-    TempWorld();
+    TempWorld() {
+        for (auto const& [variable, place] : {std::pair("SETTINGS_FACTORYDIR", factoryDir()),
+                                              {"SETTINGS_USERDIR", userDir()},
+                                              {"HOME", homeDir()}}) {
+            std::filesystem::create_directories(place);
+            environment_.set(variable, place.string());
+        }
+        for (char const* name :
+             {"SETTINGS_WORKGROUPDIR", "ZENBAR_PREFDIR", "DISABLE_PREFCOPY3RELEASES"})
+            environment_.unset(name);
+        resetInstances();
+    }
     ~TempWorld() override { resetInstances(); }
 
     auto const& folder() const { return folder_.path(); }
-    auto factoryDir() const { return folder() / "toolbox"; }
-    auto userDir() const { return folder() / "user"; }
-    auto homeDir() const { return folder() / "home"; }
+    std::filesystem::path factoryDir() const { return folder() / "toolbox"; }
+    std::filesystem::path userDir() const { return folder() / "user"; }
+    std::filesystem::path homeDir() const { return folder() / "home"; }
     auto userFilePath(std::string const& product) const {
         return userDir() / (product + ".settings");
     }
@@ -61,10 +71,14 @@ protected:
     }
 
     /// Ends all instances; the next request for a root reads the folders again.
-    static void resetInstances();
-    static boost::shared_ptr<settings::core::Settings> root();
-    static boost::shared_ptr<settings::core::SettingsImplRoot> implRoot();
-    static boost::shared_ptr<settings::core::Settings> freshRoot() {
+    static void resetInstances() { settings::core::SettingsImpl::reset(); }
+    static auto root() {
+        return settings::core::Settings::getSettingsRoot(settings::core::BlessedZcrID);
+    }
+    static auto implRoot() {
+        return settings::core::SettingsImpl::getSettingsImplRoot(settings::core::BlessedZcrID);
+    }
+    static auto freshRoot() {
         resetInstances();
         return root();
     }

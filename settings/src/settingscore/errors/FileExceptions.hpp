@@ -8,6 +8,7 @@
 /// Errors of files and folders.
 namespace settings::core::exception {
 
+/// The path of an import or export is not absolute.
 class SETTINGSCORE_API ErrorExportOrImportSettingsUsingRelativePath
     : public InternalError,
       public detail::WithObjectInvolved {
@@ -19,18 +20,21 @@ public:
     char const* what() const noexcept override {
         return "The Settings import or export function can only take full path";
     }
+    /// The path as the caller gave it.
     ustring const& getRelativePath() const { return relativePath_; }
 
 private:
     ustring relativePath_;
 };
 
+/// The file of an export cannot be opened.
 class SETTINGSCORE_API ErrorSaveSettingsDueToFileIOError : public InternalError,
                                                            public detail::WithCausingObject {
 public:
     ErrorSaveSettingsDueToFileIOError(NodePtr node, ustring fileName)
         : WithCausingObject(std::move(node)), fileName_(std::move(fileName)) {}
     char const* what() const noexcept override { return "Error open a file stream for write."; }
+    /// The file.
     ustring const& getFileName() const { return fileName_; }
 
 private:
@@ -58,7 +62,10 @@ public:
         return "Error reading setting's value for various reasons, please refer to detailedInfo "
                "for more information.";
     }
+    /// What kind of failure it was.
     ErrorCode getErrorCode() const { return code_; }
+    /// The reason, for people. That of `ParseFailed` begins with the place, "LineNum=3  ColNum=10
+    /// "; that of `LazyLoadFailed` has a line for each fault, the file in front of a tab.
     ustring const& getDetailErrorMsg() const { return detail_; }
 
 private:
@@ -66,13 +73,16 @@ private:
     ErrorCode code_;
 };
 
+/// The preference directory is not absolute.
 class SETTINGSCORE_API RelativePreferencePathNotSupported : public InternalError {
 public:
     explicit RelativePreferencePathNotSupported(std::string folder) : folder_(std::move(folder)) {}
     char const* what() const noexcept override {
         return "Unable to start ZENBAR. The preference folder path must be an absolute path.";
     }
+    /// The directory.
     std::string const& getPrefdirLocation() const { return folder_; }
+    /// The reason, with the directory, for people.
     std::string getErrorMessage() const {
         return "Unable to start ZENBAR. Relative path for preferences directory ('" + folder_ +
                "') is not supported";

@@ -8,6 +8,7 @@
 /// Errors of reaching the functions that validate values or compute defaults.
 namespace settings::core::exception {
 
+/// The shared library of a function cannot be loaded.
 class SETTINGSCORE_API ErrorLoadingLibrary : public InternalError, public detail::WithErrorMsg {
 public:
     ErrorLoadingLibrary(std::string libName, ustring errorMsg)
@@ -15,6 +16,7 @@ public:
     char const* what() const noexcept override {
         return "Error loading the library, please refer to error message for reasons.";
     }
+    /// The library.
     std::string const& getLibName() const { return libName_; }
 
 private:

@@ -21,6 +21,7 @@ namespace settings::core::exception {
 /// Direct base of every class of the family but the value checks (see `ValidationException`).
 using InternalError = qf::except::Exception<qf::except::IInternalException, std::exception, void>;
 
+/// A node that an error names.
 using NodePtr = boost::shared_ptr<Settings const>;
 
 /// What the classes have in common beyond their base. The accessors come from here.

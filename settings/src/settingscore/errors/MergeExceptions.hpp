@@ -8,6 +8,7 @@
 /// Errors of merging trees and of exporting branches of them.
 namespace settings::core::exception {
 
+/// A merge into the root: only products and groups take one.
 class SETTINGSCORE_API CannotMergeWithSettingsRoot : public InternalError,
                                                      public detail::WithObjectInvolved {
 public:
@@ -18,6 +19,7 @@ public:
     }
 };
 
+/// The source of a merge is the target, or stands above it.
 class SETTINGSCORE_API ErrorMergingWithCircularReference : public InternalError,
                                                            public detail::WithObjectInvolved,
                                                            public detail::WithCausingObject {
@@ -29,6 +31,7 @@ public:
     }
 };
 
+/// The source of a merge is part of an instance's tree.
 class SETTINGSCORE_API CanOnlyMergeTreeNodeWithStandaloneNode : public InternalError,
                                                                 public detail::WithObjectInvolved {
 public:
@@ -43,6 +46,7 @@ private:
     NodePtr other_;
 };
 
+/// Two nodes that are to become one do not fit together.
 class SETTINGSCORE_API ErrorMergingNodesWithDiffAttr : public InternalError {
 public:
     ErrorMergingNodesWithDiffAttr(NodePtr source, NodePtr destination, ustring attributes)
@@ -53,7 +57,9 @@ public:
         return "The nodes should be the same, but they have different attributes' value. Cannot "
                "merge them.";
     }
+    /// The node that was to be merged.
     NodePtr const& getSrcObject() const { return source_; }
+    /// The node that it was to be merged into.
     NodePtr const& getDesObject() const { return destination_; }
     /// The attributes that differ, each with ", " behind it.
     ustring const& getDiffAttrNameList() const { return attributes_; }
@@ -64,6 +70,7 @@ private:
     ustring attributes_;
 };
 
+/// A key was to get a second runtime default.
 class SETTINGSCORE_API MultipleRuntimeFuncError : public InternalError,
                                                   public detail::WithCausingObject {
 public:
@@ -73,6 +80,7 @@ public:
     }
 };
 
+/// The root was to be exported: only products and what is below them are.
 class SETTINGSCORE_API CannotExportSettingsRoot : public InternalError,
                                                   public detail::WithObjectInvolved {
 public:
@@ -82,6 +90,7 @@ public:
     }
 };
 
+/// A node that is not part of an instance's tree was to be exported.
 class SETTINGSCORE_API CannotExportStandaloneSettings : public InternalError,
                                                         public detail::WithObjectInvolved {
 public:
@@ -91,6 +100,7 @@ public:
     }
 };
 
+/// One export was to hold nodes of two products.
 class SETTINGSCORE_API ErrorExportMultipleNodesBelongsToDiffProducts : public InternalError {
 public:
     ErrorExportMultipleNodesBelongsToDiffProducts(std::string product1, std::string product2)
@@ -98,14 +108,18 @@ public:
     char const* what() const noexcept override {
         return "The exported node belongs to the different product.";
     }
+    /// @{
+    /// The two products.
     std::string const& getProduct1Name() const { return product1_; }
     std::string const& getProduct2Name() const { return product2_; }
+    /// @}
 
 private:
     std::string product1_;
     std::string product2_;
 };
 
+/// A factory file was to be made of a node in an instance's tree.
 class SETTINGSCORE_API ErrorCreateFactoryFileFromATreeNode : public InternalError,
                                                              public detail::WithObjectInvolved {
 public:

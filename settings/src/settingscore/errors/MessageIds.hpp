@@ -42,6 +42,7 @@ template <class Class, class... Arguments>
 
 // --- Functions ------------------------------------------------------------------------------
 
+/// A library has no function of that name.
 class SETTINGSCORE_API CFunctionNotFound : public CoreMsgID {
 public:
     CFunctionNotFound(std::string const& functionName, std::string const& libraryName)
@@ -49,6 +50,7 @@ public:
 };
 using CFunctionNotFoundException = MessageException<CFunctionNotFound>;
 
+/// The Java side of the host could not be started.
 class SETTINGSCORE_API SettingsLibraryNotInitialized : public CoreMsgID {
 public:
     explicit SettingsLibraryNotInitialized(ustring const& reason)
@@ -56,6 +58,7 @@ public:
 };
 using SettingsLibraryNotInitializedException = MessageException<SettingsLibraryNotInitialized>;
 
+/// A Java method was needed, and the host has no Java proxy installed.
 class SETTINGSCORE_API JVMNotReadyForProcessingJavaFunction : public CoreMsgID {
 public:
     JVMNotReadyForProcessingJavaFunction() : CoreMsgID("JVMNotReadyForProcessingJavaFunction") {}
@@ -63,6 +66,7 @@ public:
 using JVMNotReadyForProcessingJavaFunctionException =
     MessageException<JVMNotReadyForProcessingJavaFunction>;
 
+/// A function of the scripting language was needed on another thread than the signal thread.
 class SETTINGSCORE_API ZENBARFuncMustBeInvokedByExecEngine : public CoreMsgID {
 public:
     ZENBARFuncMustBeInvokedByExecEngine() : CoreMsgID("ZENBARFuncMustBeInvokedByExecEngine") {}
@@ -70,6 +74,7 @@ public:
 using ZENBARFuncMustBeInvokedByExecEngineException =
     MessageException<ZENBARFuncMustBeInvokedByExecEngine>;
 
+/// A function of the scripting language was needed, and the host has no proxy for it installed.
 class SETTINGSCORE_API ExecEngineNotReadyForProcessingZFunction : public CoreMsgID {
 public:
     ExecEngineNotReadyForProcessingZFunction()
@@ -90,6 +95,7 @@ using DataTypeNotMatchException = MessageException<DataTypeNotMatch>;
 
 // --- Settings files and folders ---------------------------------------------------------------
 
+/// The folder in which a save writes the new file cannot be made.
 class SETTINGSCORE_API CanNotCreateTempDirectory : public CoreMsgID {
 public:
     explicit CanNotCreateTempDirectory(ustring const& folder)
@@ -97,6 +103,7 @@ public:
 };
 using CanNotCreateTempDirectoryException = MessageException<CanNotCreateTempDirectory>;
 
+/// The folder of a settings file cannot be written to.
 class SETTINGSCORE_API NoWritePermissionOnDirectory : public CoreMsgID {
 public:
     NoWritePermissionOnDirectory(ustring const& folder, char const* reason)
@@ -104,6 +111,7 @@ public:
 };
 using NoWritePermissionOnDirectoryException = MessageException<NoWritePermissionOnDirectory>;
 
+/// There is no user directory.
 class SETTINGSCORE_API SettingsUserDirectoryNotExist : public CoreMsgID {
 public:
     SettingsUserDirectoryNotExist() : CoreMsgID("SettingsUserDirectoryNotExist") {}
@@ -112,6 +120,7 @@ using SettingsUserDirectoryNotExistException = MessageException<SettingsUserDire
 
 // --- Preference directory -------------------------------------------------------------------
 
+/// A file of an older release could not be copied.
 class SETTINGSCORE_API ErrorCopyFileInPrefDir : public CoreMsgID {
 public:
     ErrorCopyFileInPrefDir(ustring const& source, ustring const& destination, ustring const& reason)
@@ -119,6 +128,7 @@ public:
 };
 using ErrorCopyFileInPrefDirException = MessageException<ErrorCopyFileInPrefDir>;
 
+/// A file of the preference directory was there already, or could not be written.
 class SETTINGSCORE_API ErrorOverwriteFileInPrefDir : public CoreMsgID {
 public:
     explicit ErrorOverwriteFileInPrefDir(ustring const& destination)
@@ -126,6 +136,7 @@ public:
 };
 using ErrorOverwriteFileInPrefDirException = MessageException<ErrorOverwriteFileInPrefDir>;
 
+/// The preference directory is not there.
 class SETTINGSCORE_API PreferenceDirectoryNotExist : public CoreMsgID {
 public:
     PreferenceDirectoryNotExist(ustring const& folder, char const* reason)
@@ -133,6 +144,7 @@ public:
 };
 using PreferenceDirectoryNotExistException = MessageException<PreferenceDirectoryNotExist>;
 
+/// The preferences of an older release could not be taken over.
 class SETTINGSCORE_API ErrorMigratePrefsBetweenReleases : public CoreMsgID {
 public:
     ErrorMigratePrefsBetweenReleases(ustring const& previousRelease, ustring const& currentRelease)
@@ -141,6 +153,7 @@ public:
 using ErrorMigratePrefsBetweenReleasesException =
     MessageException<ErrorMigratePrefsBetweenReleases>;
 
+/// The file that marks a filled preference directory could not be made.
 class SETTINGSCORE_API ErrorCreatePreferenceDirectoryTimeStamp : public CoreMsgID {
 public:
     ErrorCreatePreferenceDirectoryTimeStamp(ustring const& file, char const* reason)
@@ -151,6 +164,7 @@ using ErrorCreatePreferenceDirectoryTimeStampException =
 
 // --- Content of settings files ----------------------------------------------------------------
 
+/// A key in a file has neither a type element nor `anytype="true"`.
 class SETTINGSCORE_API TypeNotSpecifiedForNoneAnyType : public CoreMsgID {
 public:
     explicit TypeNotSpecifiedForNoneAnyType(std::string const& keyName)
@@ -158,6 +172,7 @@ public:
 };
 using TypeNotSpecifiedForNoneAnyTypeException = MessageException<TypeNotSpecifiedForNoneAnyType>;
 
+/// The minimum of a range in a file is greater than its maximum.
 class SETTINGSCORE_API XMLMetaDataParserError : public CoreMsgID {
 public:
     XMLMetaDataParserError(std::string const& fullName, std::string const& minimum,
@@ -166,6 +181,7 @@ public:
 };
 using XMLMetaDataParserErrorException = MessageException<XMLMetaDataParserError>;
 
+/// A text in a file is no value of its type.
 class SETTINGSCORE_API XMLParseErrorWrongValueForGivenType : public CoreMsgID {
 public:
     XMLParseErrorWrongValueForGivenType(ustring const& type, ustring const& text,
@@ -175,6 +191,7 @@ public:
 using XMLParseErrorWrongValueForGivenTypeException =
     MessageException<XMLParseErrorWrongValueForGivenType>;
 
+/// An element of a file holds a text, and may not.
 class SETTINGSCORE_API XMLParserErrorUnexpectedTextContent : public CoreMsgID {
 public:
     XMLParserErrorUnexpectedTextContent(std::string const& fullName, std::string const& tag)
@@ -183,6 +200,7 @@ public:
 using XMLParserErrorUnexpectedTextContentException =
     MessageException<XMLParserErrorUnexpectedTextContent>;
 
+/// An element of a file stands in the wrong place.
 class SETTINGSCORE_API XMLParserErrorIllegalTagName : public CoreMsgID {
 public:
     XMLParserErrorIllegalTagName(std::string const& fullName, std::string const& tag,
@@ -191,6 +209,7 @@ public:
 };
 using XMLParserErrorIllegalTagNameException = MessageException<XMLParserErrorIllegalTagName>;
 
+/// A key in a file has too few values or too many.
 class SETTINGSCORE_API XMLParserErrorNumOfValueNotInRange : public CoreMsgID {
 public:
     XMLParserErrorNumOfValueNotInRange(std::string const& fullName, std::string const& tag,

@@ -15,6 +15,7 @@ class SettingsLevel;
 /// report failures of their own beside the settings with them.
 namespace settings::core::exception {
 
+/// A key was to stand directly under the root.
 class SETTINGSCORE_API CannotAddKeyToRoot : public InternalError, public detail::WithInputName {
 public:
     explicit CannotAddKeyToRoot(std::string name) : WithInputName(std::move(name)) {}
@@ -23,6 +24,7 @@ public:
     }
 };
 
+/// There is a product of that name already, perhaps in another case.
 class SETTINGSCORE_API ProductNodeAlreadyExisted : public InternalError,
                                                    public detail::WithInputName {
 public:
@@ -32,12 +34,14 @@ public:
         return "Product node already existed. The product node name cannot only be different by "
                "case.";
     }
+    /// The name of the one that is there.
     std::string const& getExistingName() const { return existingName_; }
 
 private:
     std::string existingName_;
 };
 
+/// The group has a child of that name already.
 class SETTINGSCORE_API SameNameChildAlreadyExisted : public InternalError,
                                                      public detail::WithObjectInvolved,
                                                      public detail::WithInputName {
@@ -49,14 +53,13 @@ public:
     }
 };
 
+/// A settings file cannot be written, for want of permission.
 class SETTINGSCORE_API NoFileWritePermission : public InternalError {
 public:
-    /// `level` has to outlive the error; the levels of the library do.
-    NoFileWritePermission(boost::shared_ptr<Settings> causingObject, SettingsLevel const& level,
+    NoFileWritePermission(boost::shared_ptr<Settings> causingObject, SettingsLevel const&,
                           ustring filePath, ustring reason, ustring additionalInfo,
                           std::string levelName)
         : causingObject_(std::move(causingObject)),
-          level_(&level),
           filePath_(std::move(filePath)),
           reason_(std::move(reason)),
           additionalInfo_(std::move(additionalInfo)),
@@ -65,22 +68,26 @@ public:
         return "Cannot write to the level specified. You may not have write permission on that "
                "level.";
     }
+    /// The product whose file it is.
     boost::shared_ptr<Settings> const& getCausingObject() const { return causingObject_; }
-    SettingsLevel const& getLevel() const { return *level_; }
+    /// The level of the file.
     std::string const& getLevelName() const { return levelName_; }
+    /// The file.
     ustring const& getCausingFilePath() const { return filePath_; }
+    /// The reason, as the system tells it.
     ustring const& getReasonStr() const { return reason_; }
+    /// More for people; may be empty.
     ustring const& getAdditionalInfo() const { return additionalInfo_; }
 
 private:
     boost::shared_ptr<Settings> causingObject_;
-    SettingsLevel const* level_;
     ustring filePath_;
     ustring reason_;
     ustring additionalInfo_;
     std::string levelName_;
 };
 
+/// A settings file could not be written whole.
 class SETTINGSCORE_API ErrorWriteToTempSettingsFile : public InternalError,
                                                       public detail::WithCausingObject {
 public:
@@ -93,8 +100,11 @@ public:
         return "Cannot open a temp file to save the Settings object. It could be due to out of "
                "file handle or other reasons.";
     }
+    /// The file that was to be replaced.
     ustring const& getCausingFilePath() const { return filePath_; }
+    /// The system's number of the error; 0 if it is none of the system's.
     int getErrorNum() const { return errorNumber_; }
+    /// The reason, for people.
     ustring const& getReasonStr() const { return reason_; }
 
 private:
@@ -112,14 +122,18 @@ public:
         return "Error copying the files from the previous release prefdir to the current release "
                "prefdir.";
     }
+    /// @{
+    /// The labels of the two releases.
     std::string const& getPrevFullRelTag() const { return previousTag_; }
     std::string const& getCurrFullRelTag() const { return currentTag_; }
+    /// @}
 
 private:
     std::string previousTag_;
     std::string currentTag_;
 };
 
+/// The settings of an older release could not be taken over.
 class SETTINGSCORE_API ErrorMigrateSettingsBetweenReleases : public InternalError {
 public:
     ErrorMigrateSettingsBetweenReleases(ustring source, ustring destination)
@@ -127,14 +141,18 @@ public:
     char const* what() const noexcept override {
         return "Error migrating settings from previous release to the current release.";
     }
+    /// @{
+    /// The labels of the two releases.
     ustring const& getSrcRelease() const { return source_; }
     ustring const& getDestRelease() const { return destination_; }
+    /// @}
 
 private:
     ustring source_;
     ustring destination_;
 };
 
+/// A runtime default gave a value of a type that no setting can have.
 class SETTINGSCORE_API RuntimeFuncErrorConvertingZxArrayToAny : public InternalError,
                                                                 public detail::WithFunction {
 public:
@@ -145,12 +163,14 @@ public:
         return "The runtime function returns an zxArray that is not convertible to a supported "
                "type.";
     }
+    /// The type.
     std::type_info const& getTypeInfo() const { return *type_; }
 
 private:
     std::type_info const* type_;
 };
 
+/// A value was asked of an empty `boost::any`.
 class SETTINGSCORE_API AttemptToGetValueFromVoid : public InternalError {
 public:
     char const* what() const noexcept override {
@@ -166,8 +186,11 @@ public:
           expected_(std::move(expected)),
           actual_(std::move(actual)) {}
     char const* what() const noexcept override { return text; }
+    /// @{
+    /// The types of the key and of the value.
     std::string const& getExpectedTypeName() const { return expected_; }
     std::string const& getActualTypeName() const { return actual_; }
+    /// @}
 
 private:
     static constexpr char const* text =

@@ -8,6 +8,7 @@
 /// Errors of reading, setting and editing the tree.
 namespace settings::core::exception {
 
+/// A key was asked for, and there is no node of that name.
 class SETTINGSCORE_API NoSuchKey : public InternalError,
                                    public detail::WithObjectInvolved,
                                    public detail::WithInputName {
@@ -17,6 +18,7 @@ public:
     char const* what() const noexcept override { return "The request setting does not exist."; }
 };
 
+/// A group was asked for, and there is no node of that name.
 class SETTINGSCORE_API NoSuchNode : public InternalError,
                                     public detail::WithObjectInvolved,
                                     public detail::WithInputName {
@@ -52,6 +54,7 @@ public:
     }
 };
 
+/// There is no level of that name.
 class SETTINGSCORE_API UnSupportedLevel : public InternalError, public detail::WithObjectInvolved {
 public:
     UnSupportedLevel(NodePtr node, std::string levelName, std::string supportedLevels)
@@ -61,6 +64,7 @@ public:
     char const* what() const noexcept override {
         return "The level specified is not a supported level.";
     }
+    /// The name as the caller gave it.
     std::string const& getInputLevel() const { return levelName_; }
     /// The names of the levels, each with ", " behind it, then a line end.
     std::string const& getSupportedLevelList() const { return supportedLevels_; }
@@ -70,6 +74,7 @@ private:
     std::string supportedLevels_;
 };
 
+/// The key has no value on the level.
 class SETTINGSCORE_API ValueNotDefinedForGivenLevel : public InternalError,
                                                       public detail::WithObjectInvolved {
 public:
@@ -78,12 +83,14 @@ public:
     char const* what() const noexcept override {
         return "No value is not defined for this setting on the given level";
     }
+    /// The level.
     std::string const& getInputLevel() const { return levelName_; }
 
 private:
     std::string levelName_;
 };
 
+/// The values of the level cannot be changed.
 class SETTINGSCORE_API CantModifyValuesOnReadOnlyLevel : public InternalError,
                                                          public detail::WithObjectInvolved {
 public:
@@ -92,12 +99,14 @@ public:
     char const* what() const noexcept override {
         return "The Settings file on the give level is read-only";
     }
+    /// The level.
     std::string const& getLevelToModify() const { return levelName_; }
 
 private:
     std::string levelName_;
 };
 
+/// The key is read-only.
 class SETTINGSCORE_API CannotChangeValueForReadOnlySetting : public InternalError,
                                                              public detail::WithCausingObject {
 public:
@@ -108,6 +117,7 @@ public:
     }
 };
 
+/// The group is read-only: nothing in it can be added, removed or unset.
 class SETTINGSCORE_API CannotAddRemoveNodeUnderReadOnlyParent : public InternalError {
 public:
     CannotAddRemoveNodeUnderReadOnlyParent(NodePtr child, NodePtr parent)
@@ -115,7 +125,9 @@ public:
     char const* what() const noexcept override {
         return "The parent group object is read-only. Cannot add/remove node to/from it.";
     }
+    /// The node that was to come, to go or to be unset.
     NodePtr const& getChildObject() const { return child_; }
+    /// The group.
     NodePtr const& getParentObject() const { return parent_; }
 
 private:
@@ -123,17 +135,20 @@ private:
     NodePtr parent_;
 };
 
+/// A key was to stand directly under the root.
 class SETTINGSCORE_API CanNotAddKeyToRootException : public InternalError {
 public:
     explicit CanNotAddKeyToRootException(boost::shared_ptr<Settings> node)
         : causingObject_(std::move(node)) {}
     char const* what() const noexcept override { return "Can't add key to the Settings root"; }
+    /// The key.
     boost::shared_ptr<Settings> const& getCausingObject() const { return causingObject_; }
 
 private:
     boost::shared_ptr<Settings> causingObject_;
 };
 
+/// There is a product of that name already, perhaps in another case.
 class SETTINGSCORE_API ErrorAddingTopLevelNode : public InternalError {
 public:
     ErrorAddingTopLevelNode(std::string nameGiven, std::string existingProductName)
@@ -141,7 +156,9 @@ public:
     char const* what() const noexcept override {
         return "The product name has already existed. Product name cannot only vary by case.";
     }
+    /// The name of the product that was to come.
     std::string const& getProductNamePassedIn() const { return nameGiven_; }
+    /// The name of the one that is there.
     std::string const& getExistingProductName() const { return existingName_; }
 
 private:
@@ -149,6 +166,7 @@ private:
     std::string existingName_;
 };
 
+/// The group has a child of that name already.
 class SETTINGSCORE_API ErrorAddingChildNodeOrKey : public InternalError,
                                                    public detail::WithObjectInvolved {
 public:
@@ -157,24 +175,28 @@ public:
     char const* what() const noexcept override {
         return "The parent object contains a child with the same name already.";
     }
+    /// The name of the child.
     std::string const& getExistingNodeKeyName() const { return existingName_; }
 
 private:
     std::string existingName_;
 };
 
+/// A name that no node can have: see `ZSettings::validateSettingOrGroupName`.
 class SETTINGSCORE_API InvalidSettingOrGroupName : public InternalError {
 public:
     explicit InvalidSettingOrGroupName(std::string name) : name_(std::move(name)) {}
     char const* what() const noexcept override {
         return "Setting or group name should be a valid ZENBAR variable name";
     }
+    /// The name as the caller gave it.
     std::string const& getInputNodeName() const { return name_; }
 
 private:
     std::string name_;
 };
 
+/// A name in a batch is that of no key.
 class SETTINGSCORE_API InvalidNodePath : public InternalError, public detail::WithObjectInvolved {
 public:
     InvalidNodePath(NodePtr node, std::string name)
@@ -182,12 +204,14 @@ public:
     char const* what() const noexcept override {
         return "The setting name (could be dot separated path) does not represent a valid setting";
     }
+    /// The name as the caller gave it.
     std::string const& getInvalidName() const { return name_; }
 
 private:
     std::string name_;
 };
 
+/// A node with values on levels that cannot be changed was to be removed.
 class SETTINGSCORE_API NoFileWritePermissionOnMultipleLevels : public InternalError,
                                                                public detail::WithObjectInvolved {
 public:

@@ -24,10 +24,12 @@ public:
     ValidationException(NodePtr causingObject, ValidationErrorCode code, ustring errorMsg)
         : causingObject_(std::move(causingObject)), errorMsg_(std::move(errorMsg)), code_(code) {}
 
+    /// Which check refused the value.
     ValidationErrorCode getErrorCode() const { return code_; }
     /// The reason, for people.
     ustring const& getErrorMsg() const { return errorMsg_; }
-    /// The key whose value was refused; empty if that key is gone.
+    /// The key whose value was refused; for `ExceptionFromValidationFunction` its parent, the key
+    /// being `getKeyName()`. Empty if there is no such node any more.
     NodePtr const& getCausingObject() const { return causingObject_; }
 
 protected:

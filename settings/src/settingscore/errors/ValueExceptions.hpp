@@ -9,6 +9,7 @@
 /// The checks that refuse a value.
 namespace settings::core::exception {
 
+/// The value has too few elements or too many.
 class SETTINGSCORE_API DataArraySizeOutOfRange : public ValidationException {
 public:
     DataArraySizeOutOfRange(NodePtr node, unsigned long minimum, unsigned long maximum,
@@ -18,9 +19,11 @@ public:
           maximum_(maximum),
           actual_(actual) {}
     char const* what() const noexcept override { return text; }
+    /// The least number of elements.
     unsigned long getMinArraySize() const { return minimum_; }
     /// 0 means no limit.
     unsigned long getMaxArraySize() const { return maximum_; }
+    /// The number that the value has.
     unsigned long getActualArraySize() const { return actual_; }
 
 private:
@@ -30,6 +33,7 @@ private:
     unsigned long actual_;
 };
 
+/// The value is none of the choices, nor in the range if there is one.
 class SETTINGSCORE_API ValueIsNotOneOfTheChoicesAndNotInRange : public ValidationException {
 public:
     ValueIsNotOneOfTheChoicesAndNotInRange(NodePtr node, ustring minimum, ustring maximum,
@@ -40,10 +44,15 @@ public:
           choices_(std::move(choices)),
           valueToSet_(std::move(valueToSet)) {}
     char const* what() const noexcept override { return text; }
+    /// @{
     /// Empty if there is no minimum; so with the maximum.
     ustring const& getMinValueStr() const { return minimum_; }
     ustring const& getMaxValueStr() const { return maximum_; }
+    /// @}
+    /// The choices with ", " between them.
     ustring const& getChoicesStr() const { return choices_; }
+    /// The value, or the element of an array, that was refused. An 8-bit number is the character of
+    /// that number.
     ustring const& getValueToSetStr() const { return valueToSet_; }
 
 private:
@@ -56,6 +65,7 @@ private:
     ustring valueToSet_;
 };
 
+/// The value is not in the range.
 class SETTINGSCORE_API ValueIsNotInRange : public ValidationException {
 public:
     ValueIsNotInRange(NodePtr node, ustring minimum, ustring maximum, ustring valueToSet)
@@ -64,9 +74,12 @@ public:
           maximum_(std::move(maximum)),
           valueToSet_(std::move(valueToSet)) {}
     char const* what() const noexcept override { return text; }
+    /// @{
     /// Empty if there is no minimum; so with the maximum.
     ustring const& getMinValueStr() const { return minimum_; }
     ustring const& getMaxValueStr() const { return maximum_; }
+    /// @}
+    /// As in `ValueIsNotOneOfTheChoicesAndNotInRange`.
     ustring const& getValueToSetStr() const { return valueToSet_; }
 
 private:
@@ -76,6 +89,7 @@ private:
     ustring valueToSet_;
 };
 
+/// The value is empty.
 class SETTINGSCORE_API DefaultValidationFailedOnVoidType : public ValidationException {
 public:
     explicit DefaultValidationFailedOnVoidType(NodePtr node)
@@ -86,6 +100,7 @@ private:
     static constexpr char const* text = "The value passed in is void";
 };
 
+/// The value is of a type that no setting can have.
 class SETTINGSCORE_API UnsupportedType : public ValidationException {
 public:
     UnsupportedType(NodePtr node, std::string typeName)
@@ -116,7 +131,9 @@ public:
     char const* what() const noexcept override {
         return "Exception thrown by the validation function.";
     }
+    /// The key.
     std::string const& getKeyName() const { return keyName_; }
+    /// The value that was refused.
     boost::any const& getValue() const { return value_; }
 
 private:

@@ -13,13 +13,18 @@ namespace zbutil::contextmgr {
 class ZcrID {
 public:
     constexpr ZcrID() = default;
+    /// The id of that number; a default one is `UndefinedZcrID`.
     constexpr ZcrID(std::int64_t value) : value_(value) {}  // NOLINT: a number is an id
+    /// The number.
     constexpr std::int64_t value() const { return value_; }
 
+    /// @{
+    /// Compares the numbers.
     friend constexpr bool operator==(ZcrID a, ZcrID b) { return a.value_ == b.value_; }
     friend constexpr bool operator!=(ZcrID a, ZcrID b) { return a.value_ != b.value_; }
     friend constexpr bool operator<(ZcrID a, ZcrID b) { return a.value_ < b.value_; }
     friend constexpr bool operator>=(ZcrID a, ZcrID b) { return a.value_ >= b.value_; }
+    /// @}
 
 private:
     std::int64_t value_ = -2;
@@ -39,9 +44,11 @@ public:
     virtual void release(bool flag) = 0;  ///< The instance ends.
 };
 
+/// Makes the contexts of a library.
 class QBHOST_API ContextFactoryBase {
 public:
     virtual ~ContextFactoryBase() = default;
+    /// A context for the instance.
     virtual std::unique_ptr<ContextBase> create(ZcrID const& id) = 0;
 };
 
@@ -51,9 +58,11 @@ public:
     virtual ~FactoryHandle() = default;
 };
 
+/// Where libraries register, and where instances are looked up.
 class QBHOST_API ContextRegistry {
 public:
     virtual ~ContextRegistry() = default;
+    /// The registry of the process.
     static ContextRegistry& getInstance();
     /// From now on the factory's contexts live with every instance that starts. Those of instances
     /// that have been started already are made before this returns. The blessed instance is never
@@ -70,6 +79,7 @@ public:
 /// Makes contexts of type T.
 template <class T>
 struct ContextGenerator {
+    /// A context for the instance.
     std::unique_ptr<ContextBase> create(ZcrID const& id) const {
         return std::unique_ptr<ContextBase>(new T(id));
     }
@@ -82,6 +92,7 @@ public:
     ContextFactory()
         : handle_(ContextRegistry::getInstance().registerFactory(
               boost::shared_ptr<ContextFactoryBase>(this, null_deleter()))) {}
+    /// A context for the instance.
     std::unique_ptr<ContextBase> create(ZcrID const& id) override { return generator_.create(id); }
 
 private:

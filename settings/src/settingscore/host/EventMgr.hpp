@@ -25,10 +25,13 @@ public:
     IDType();
     /// Both parts in hexadecimal with the base prefix, with nothing between them.
     std::string toString() const;
+    /// @{
+    /// Compares both parts.
     friend bool operator==(IDType const& a, IDType const& b) {
         return a.high_ == b.high_ && a.low_ == b.low_;
     }
     friend bool operator!=(IDType const& a, IDType const& b) { return !(a == b); }
+    /// @}
 
 private:
     std::uint32_t high_;
@@ -48,10 +51,12 @@ public:
     /// Tag of the class at `index`, 0 being the most derived. @throws std::out_of_range
     virtual qf::ustring getBaseTag(std::size_t index) const = 0;
 
+    /// Adds tags that route the event.
     template <class Iterator>
     void addUserTags(Iterator first, Iterator last) {
         userTags_.insert(userTags_.end(), first, last);
     }
+    /// The tags that route the event.
     std::vector<qf::ustring> const& userTags() const { return userTags_; }
 
 private:
@@ -61,7 +66,8 @@ private:
 /// Base of all events.
 class QBHOST_API BaseEvent {
 public:
-    explicit BaseEvent(boost::shared_ptr<TypeInformation> type) : type_(std::move(type)) {}
+    /// @throws std::invalid_argument if `type` is null
+    explicit BaseEvent(boost::shared_ptr<TypeInformation> type);
     BaseEvent(BaseEvent const&) = default;
     BaseEvent& operator=(BaseEvent const&) = default;
     virtual ~BaseEvent() = default;
@@ -72,10 +78,13 @@ public:
     /// Writes the tags of the event's classes, for diagnosis.
     virtual void fillStream(std::ostream& stream) const;
 
+    /// Tag of this class.
     static qf::ustring typeTag() { return u"corebus::msg_svc::eventmgr::BaseEvent"; }
     /// True if the tag is that of the event's class or of one of its bases.
     bool isKindOf(qf::ustring const& tag) const;
+    /// True for an event and its copies.
     bool operator==(BaseEvent const& other) const { return type_ == other.type_; }
+    /// The event's classes and tags.
     TypeInformation const& typeInformation() const { return *type_; }
 
     /// @throws std::bad_cast if `event` is not of the kind of T. T has a static `typeTag()`.
@@ -96,11 +105,13 @@ public:
     virtual ~Connection() = default;
 };
 
+/// When an event is delivered.
 enum class DeliverMode { Queued = 0, Immediate = 1 };
 
 /// Routes events to subscriptions by their tags.
 class QBHOST_API EventMgr {
 public:
+    /// What a subscription calls.
     using Handler = boost::function<void(BaseEvent const&)>;
     virtual ~EventMgr() = default;
 
@@ -126,8 +137,10 @@ public:
     virtual bool hasSubscriptions() const = 0;
 
 protected:
+    /// The work of `subscribe`.
     virtual std::unique_ptr<Connection> subscribeHandler(Handler handler, qf::ustring kind,
                                                          std::vector<qf::ustring> tags) = 0;
+    /// The work of `notify`.
     virtual void deliver(BaseEvent const& event, DeliverMode mode) = 0;
 };
 

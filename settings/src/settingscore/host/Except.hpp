@@ -17,9 +17,11 @@
 /// ambiguous base.
 namespace qf::except {
 
+/// The interface of all exceptions of the system.
 class QBHOST_API IException {
 public:
     virtual ~IException() = default;
+    /// The text of the error.
     virtual char const* what() const noexcept = 0;
     /// 16-bit text to the narrow text of this family.
     virtual std::string convert_str(ustring const& text) const = 0;
@@ -70,6 +72,7 @@ public:
 template <class Tag, class Std = std::exception, class Enable = void>
 class QBHOST_API Exception : public Tag, public Std {
 public:
+    /// The text that the standard exception has.
     char const* what() const noexcept override { return Std::what(); }
 };
 

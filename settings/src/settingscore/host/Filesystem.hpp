@@ -22,8 +22,11 @@ namespace qf::filesystem {
 /// Base of all failures of this layer. `what()` names the operation, the path and the reason.
 class QBHOST_API FsysExceptionBase : public std::runtime_error {
 public:
+    /// `errorNumber` is that of the system.
     FsysExceptionBase(std::string const& operation, ustring path, int errorNumber);
+    /// The path that the operation was asked for.
     ustring const& path() const { return path_; }
+    /// The number of the error, as in `errno`.
     int errorNumber() const { return errorNumber_; }
     /// Text of the error number alone.
     std::string reason() const;
@@ -45,6 +48,7 @@ public:
     using FsysExceptionBase::FsysExceptionBase;
 };
 
+/// The characters that mean something in a path.
 struct QBHOST_API upath_constant {
     static ustring const PATHNAME_SEPARATOR;  ///< The characters that separate parts: "/".
     static ustring const CURRENT_DIRECTORY;   ///< "."
@@ -55,10 +59,15 @@ struct QBHOST_API upath_constant {
 class QBHOST_API path {
 public:
     path() = default;
+    /// @{
+    /// The path that the text names, as it stands.
     path(ustring text) : text_(std::move(text)) {}  // NOLINT: a text is a path
     path(char16_t const* text) : text_(text) {}     // NOLINT
+    /// @}
 
+    /// The text.
     ustring const& str() const { return text_; }
+    /// True for the empty path, which names nothing.
     bool empty() const { return text_.empty(); }
     /// The bytes that the system calls take.
     std::string native() const;
@@ -69,13 +78,17 @@ public:
     /// From the last "." of the file name on; empty if there is none, and for a name whose only
     /// "." is its first character.
     ustring extension() const;
+    /// Begins with a separator.
     bool is_absolute() const;
 
     /// Joins. An empty right part changes nothing; an empty left part gives the right one.
     friend QBHOST_API path operator/(path const& left, path const& right);
+    /// @{
+    /// Compares the texts.
     friend bool operator==(path const& a, path const& b) { return a.text_ == b.text_; }
     friend bool operator!=(path const& a, path const& b) { return a.text_ != b.text_; }
     friend bool operator<(path const& a, path const& b) { return a.text_ < b.text_; }
+    /// @}
 
 private:
     ustring text_;
@@ -121,6 +134,7 @@ QBHOST_API path absolute(path const& p, path const& base);
 /// The last part of a path text.
 QBHOST_API ustring extract_filename(ustring const& text);
 
+/// Whether a copy may replace a file.
 enum class copy_option { fail_if_exists, overwrite_if_exists };
 /// Copies the content of a regular file, and its permission bits where the target allows it. A
 /// target that could not be written whole is removed; one that could not be opened is left alone.
@@ -131,10 +145,12 @@ QBHOST_API void copy_file(path const& from, path const& to, copy_option option);
 /// disk; the entry of the new name is not. @throws FileExistsError if `to` is there already
 QBHOST_API void link_or_copy(path const& from, path const& to);
 
+/// @{
 /// The permission bits of what `p` names (of 0777), links followed. @throws FsysExceptionBase if
 /// they can't be told or set, also if nothing is there.
 QBHOST_API unsigned permissions(path const& p);
 QBHOST_API void set_permissions(path const& p, unsigned bits);
+/// @}
 
 /// C stream on a path, null on failure with `errno` set. Descriptors are closed on exec.
 QBHOST_API std::FILE* fopen(path const& p, char const* mode);
@@ -147,8 +163,11 @@ QBHOST_API ustring get_install_path();
 class QBHOST_API upath_directory_entry {
 public:
     upath_directory_entry() = default;
+    /// The entry of that path.
     explicit upath_directory_entry(path const& full) : full_(full) {}
+    /// The name within the folder.
     ustring filename() const { return full_.filename().str(); }
+    /// The folder, as it was given, and the name.
     path const& full_pathname() const { return full_; }
     /// Kind, links followed, with `symbolic_link` beside it if the entry is a link; a link that is
     /// dangling, or leads where the kind can't be told, is `other_file`, an entry that is gone by
@@ -165,19 +184,26 @@ private:
 class QBHOST_API basic_directory_iterator {
 public:
     basic_directory_iterator() = default;
+    /// The first entry of the folder; a default one stands behind the last of any folder.
     explicit basic_directory_iterator(path const& folder);
 
+    /// @{
+    /// As any input iterator.
     upath_directory_entry const& operator*() const { return (*entries_)[index_]; }
     upath_directory_entry const* operator->() const { return &(*entries_)[index_]; }
     basic_directory_iterator& operator++() {
         ++index_;
+        /// @}
         return *this;
     }
+    /// @{
+    /// Compares the places; all ends are equal.
     friend bool operator==(basic_directory_iterator const& a, basic_directory_iterator const& b) {
         return a.atEnd() ? b.atEnd() : !b.atEnd() && a.index_ == b.index_;
     }
     friend bool operator!=(basic_directory_iterator const& a, basic_directory_iterator const& b) {
         return !(a == b);
+        /// @}
     }
 
 private:
@@ -185,19 +211,24 @@ private:
     std::shared_ptr<std::vector<upath_directory_entry> const> entries_;
     std::size_t index_ = 0;
 };
+/// @{
+/// For loops over a folder.
 inline basic_directory_iterator begin(basic_directory_iterator it) { return it; }
 inline basic_directory_iterator end(basic_directory_iterator const&) { return {}; }
+/// @}
 
 /// Output stream on a file, opened for truncation. What is written is collected and handed to the
 /// file in few large pieces, the last by `close`, in the classic locale; flushing hands over
 /// nothing. A failed open sets the failure bit.
 class QBHOST_API basic_ofstream : public std::ostream {
 public:
+    /// Opens the file, an existing one emptied.
     explicit basic_ofstream(path const& p);
     ~basic_ofstream() override;
     basic_ofstream(basic_ofstream const&) = delete;
     basic_ofstream& operator=(basic_ofstream const&) = delete;
 
+    /// True until `close`, if the file could be opened.
     bool is_open() const;
     /// Hands over what is left and closes the file; sets the failure bit if the file was not open
     /// or if any write or the closing failed.
@@ -216,6 +247,7 @@ private:
 /// regular file (a pipe would block for ever), or can't be read.
 class QBHOST_API sequential_reader {
 public:
+    /// Opens the file.
     explicit sequential_reader(path const& p);
     ~sequential_reader();
     sequential_reader(sequential_reader const&) = delete;

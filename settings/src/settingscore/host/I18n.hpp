@@ -31,9 +31,11 @@ QBHOST_API ustring getenv(char const* name);
 /// Names the language of catalogue texts.
 class QBHOST_API qbLocale {
 public:
+    /// The language of the process.
     static qbLocale const& global();
 };
 
+/// The texts of the host, by message identifier.
 class QBHOST_API MessageCatalog {
 public:
     /// The text of `id` with its arguments put in. For an id that the catalogue lacks: the id and

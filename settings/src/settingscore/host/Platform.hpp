@@ -4,6 +4,7 @@
 
 #include <settingscore/host/HostApi.hpp>
 
+/// @file
 /// Utilities of the host that have C names.
 
 /// Loads or finds a shared library. `*status`, unless null, becomes 0 on success and something else
@@ -22,10 +23,14 @@ QBHOST_API char const* quLibrarySuffix();
 
 /// Context of the number conversions; they keep no state in this process.
 struct qu_fpc_context;
+/// @{
+/// The context of the process; or one of the caller's own, made of the memory context and cleared
+/// at its end.
 QBHOST_API qu_fpc_context* quGetFpcContext();
 QBHOST_API void* quGetMemoryContext();
 QBHOST_API void qu_initialize_fpc_context(void* memory, qu_fpc_context** context);
 QBHOST_API void qu_clear_fpc_context(qu_fpc_context* context);
+/// @}
 /// Shortest decimal that reads back as the same double, in `buffer` of at least 64 characters, with
 /// a final NUL. Not-a-number and the infinities as "nan" and "inf" with a sign if they have one.
 QBHOST_API char* qu_g_fmt(qu_fpc_context* context, char* buffer, double value);

@@ -9,6 +9,7 @@ namespace qf::util {
 template <class Function>
 class scope_guard {
 public:
+    /// Takes the function.
     explicit scope_guard(Function function) : function_(std::move(function)) {}
     ~scope_guard() {
         try {

@@ -14,6 +14,8 @@ class uostream {
 public:
     uostream() { narrow_.imbue(std::locale::classic()); }
 
+    /// @{
+    /// Appends a text or a number.
     uostream& operator<<(ustring const& text) {
         text_ += text;
         return *this;
@@ -25,11 +27,13 @@ public:
     template <class Number>
     uostream& operator<<(Number const& number) {
         narrow_.str(std::string());
+        /// @}
         narrow_ << number;
         for (char c : narrow_.str())
             text_ += static_cast<char16_t>(static_cast<unsigned char>(c));
         return *this;
     }
+    /// What was written.
     ustring const& str() const { return text_; }
 
 private:

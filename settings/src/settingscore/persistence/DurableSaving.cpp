@@ -10,6 +10,7 @@
 #include <settingscore/persistence/UnreadFiles.hpp>
 #include <settingscore/persistence/writer/FileContent.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
+#include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -39,7 +40,10 @@ auto telling(Node const& node, fs::path const& file, Step const& step) {
 
 void writeWhole(SettingsLevel const* level, Node const& product, SaveSettingsFunctor const& functor,
                 fs::path const& temporary) {
-    fs::path const real = SettingsFile::getSettingsFilePathForObj(level, product);
+    // The temporary folder stands beside the file that is to be replaced.
+    fs::path const real =
+        temporary.parent_path().parent_path() /
+        fs::path(qf::i18n::to_ustring(product->nameWithLock() + detail::settingsExtension));
     if (UnwritableContent const found = findUnwritable(functor, product, level->levelName())) {
         fail(found.node, real, EILSEQ, found.reason);
     }
@@ -104,10 +108,14 @@ void renameDurably(fs::path const& temporary, fs::path const& real) {
             }
             fs::rename(temporary, real);
         } catch (fs::FsysExceptionBase const&) {
-            if (!aside.empty()) fs::remove(aside);
+            try {
+                if (!aside.empty()) fs::remove(aside);
+            } catch (fs::FsysExceptionBase const&) {
+                // The first failure is the one to tell.
+            }
             throw;
         }
-        UnreadFiles::set(real, false);
+        UnreadFiles::forget(real);
         syncFolders(folder, isNew);
     });
 }
@@ -119,9 +127,14 @@ void tellGivenUp(SettingsFile::GivenUp why, SettingsLevel const* level,
     if (why == SettingsFile::GivenUp::noTemporaryFolder) {
         fail(product, file, EEXIST, "no temporary folder could be made beside it");
     }
-    std::FILE* const opened = fs::fopen(file, "a");
-    int const error = opened ? EACCES : errno;
-    if (opened) std::fclose(opened);
+    // Opened, to learn the reason, if that cannot wait for somebody.
+    unsigned const kind = fs::status(file) & fs::file_type_mask;
+    int error = kind == fs::directory_file ? EISDIR : EINVAL;
+    if (kind == fs::regular_file) {
+        std::FILE* const opened = fs::fopen(file, "a");
+        error = opened ? EACCES : errno;
+        if (opened) std::fclose(opened);
+    }
     throw exception::NoFileWritePermission(
         boost::const_pointer_cast<SettingsImpl>(product), *level, file.str(),
         qf::i18n::to_ustring(fs::FsysExceptionBase("cannot write", file.str(), error).reason()),

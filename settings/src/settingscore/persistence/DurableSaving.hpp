@@ -27,15 +27,17 @@ namespace settings::core {
 /// It names the product if no node is at fault, and nothing where the rename or what follows fails.
 ///
 /// A file holds neither control characters but tab and line feed, nor U+FFFE, U+FFFF and lone
-/// surrogates, nor an array in a key that takes any type, nor names with `<`, `&`, `"` or a line
-/// end, nor what the reader's bounds on nesting and length refuse. A carriage return is refused as
-/// well: it would come back as a line feed.
+/// surrogates, nor an array in a key that takes any type, nor values whose type or number is not
+/// their key's, nor names with `<`, `&`, `"`, a tab, a line end or the characters above, nor what
+/// the reader's bounds on nesting and length refuse. A product's name is one of a file. A carriage
+/// return is refused as well: it would come back as a line feed.
 ///
 /// The new file has the permission bits of the old one. A user file that could not be read wholly
 /// when its product was loaded is kept aside as NAME.settings.rejected before a save replaces it;
 /// while that name is taken, as NAME.settings.rejected.2 and so on. It is never looked at again.
 ///
-/// The cost is a walk over the product and three waits for the disk a save. The mode belongs to the
+/// The cost is a walk over the product and two waits for the disk a save (more for the first
+/// file of a folder and for a file that is kept aside). The mode belongs to the
 /// process and goes through the replaceable steps of `SettingsFile`: turning it on or off puts
 /// functions of its own into them. To be called while no save runs.
 SETTINGSCORE_API void turnOnDurableSaving();

@@ -2,8 +2,6 @@
 
 #include <settingscore/persistence/SettingsFile.hpp>
 
-#include <strings.h>
-
 #include <algorithm>
 #include <set>
 
@@ -12,6 +10,8 @@
 #include <settingscore/persistence/SettingsLevelManager.hpp>
 #include <settingscore/persistence/xml/SettingsXMLReader.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
+#include <settingscore/tree/AsciiCase.hpp>
+#include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -25,7 +25,7 @@ constexpr char const* poolProduct = "gridpool";
 constexpr char const* poolFolder = "farmjobs";
 
 ustring const& extension() {
-    static ustring const text = qf::i18n::to_ustring(Settings::settingsExtension);
+    static auto const& text = *new ustring(qf::i18n::to_ustring(detail::settingsExtension));
     return text;
 }
 
@@ -55,16 +55,6 @@ std::string nodeName(fs::upath_directory_entry const& entry) {
     std::string name = qf::i18n::to_string(fileName.substr(0, fileName.rfind(u'.')));
     return name == poolFolder ? poolProduct : name;
 }
-
-fs::path userFile(ustring const& root, std::string const& product) {
-    return fs::path(root) / fs::path(qf::i18n::to_ustring(product + Settings::settingsExtension));
-}
-
-struct LessWithoutCase {
-    bool operator()(std::string const& a, std::string const& b) const {
-        return strcasecmp(a.c_str(), b.c_str()) < 0;
-    }
-};
 
 }  // namespace
 
@@ -96,6 +86,10 @@ ustring SettingsFile::getRootPathForLevel(SettingsLevel const* level, Root const
     return ustring();
 }
 
+fs::path SettingsFile::userFile(ustring const& folder, std::string const& product) {
+    return fs::path(folder) / fs::path(qf::i18n::to_ustring(product + detail::settingsExtension));
+}
+
 fs::path SettingsFile::getObjFilePathRoot(SettingsLevel const* level,
                                           boost::shared_ptr<SettingsImpl const> const& obj) {
     return getRootPathForLevel(
@@ -124,8 +118,10 @@ std::vector<fs::path> SettingsFile::getSettingsFileList(fs::path const& folder) 
 std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(SettingsLevel const* level,
                                                                 Root const& root) {
     std::vector<std::string> names;
+    // Outside the handler: the first to ask for the user directory can have it made and filled from
+    // an older release, and what fails there is to be told.
+    fs::path const folder = getRootPathForLevel(level, root);
     try {
-        fs::path const folder = getRootPathForLevel(level, root);
         for (fs::upath_directory_entry const& entry : fs::basic_directory_iterator(folder)) {
             bool const counts =
                 level->isFactoryLevel() ? IsASettingsDirectory()(entry) : IsASettingsFile()(entry);
@@ -138,7 +134,7 @@ std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(SettingsLevel co
 }
 
 std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(Root const& root) {
-    std::set<std::string, LessWithoutCase> names;
+    std::set<std::string, detail::LessWithoutCase> names;
     auto const& levels = SettingsLevelManager::levels();
     for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
         if (!level->canHaveFile()) continue;

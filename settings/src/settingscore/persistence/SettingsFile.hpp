@@ -85,7 +85,7 @@ public:
         boost::shared_ptr<SettingsImplRoot const> const& root);
     static std::vector<Path> getAllSettingsFileForProductForZcrId0Root(std::string const& product,
                                                                        SettingsLevel const* level);
-    /// False if the file exists and can't be opened for appending.
+    /// False if the file exists and can't be opened for appending, or is none that could be.
     static bool checkWritePermission(SettingsLevel const* level,
                                      boost::shared_ptr<SettingsImpl const> const& obj);
 
@@ -104,7 +104,7 @@ public:
     ///
     /// The file is gone if it could be moved out of the way and the next rename failed as well.
     /// No temporary folder stays behind in any of these cases. Durable saves, which
-    /// `turnOnDurableSaving` turns on, tell all of them and lose nothing.
+    /// `turnOnDurableSaving` turns on, tell all of them but the first and lose nothing.
     static void saveSettings(SettingsLevel const* level, boost::shared_ptr<SettingsImpl> const& obj,
                              SaveSettingsFunctor const& functor);
     /// Writes the file; a failure to write reports nothing.
@@ -123,6 +123,8 @@ public:
     static boost::shared_ptr<SettingsImpl> loadSettingsObject(Path const& path);
 
 private:
+    static Path userFile(ustring const& folder, std::string const& product);
+    static bool isWritable(Path const& file);
     static Path makeTempDirectory(Path const& rootPath);
     static void replaceRealFile(Path const& tmpPath, Path const& realPath,
                                 Path const& previousPath);

@@ -18,6 +18,7 @@
 #include <settingscore/persistence/UnreadFiles.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
+#include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -86,28 +87,35 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
     // without directories, saves nothing.
     auto const root = boost::dynamic_pointer_cast<SettingsImplRoot const>(top->getParentImpl());
     if (!root || !root->isInUse()) return;
+    // Asked for once: the instance's directories can change while the save runs.
     Path const rootPath = getRootPathForLevel(level, root);
     if (rootPath.empty()) return;
+    Path const realPath = userFile(rootPath.str(), top->nameWithLock());
     try {
         Path const tempDir = makeTempDirectory(rootPath);
-        qf::util::scope_guard const cleanUp([&tempDir] {
+        ustring const fileName =
+            qf::i18n::to_ustring(top->nameWithLock() + detail::settingsExtension);
+        Path const tmpPath = tempDir / Path(fileName + u".tmp");
+        Path const previousPath = tempDir / Path(fileName + u".previous");
+        qf::util::scope_guard const cleanUp([&] {
+            // File by file first: that needs no descriptor, of which there may be none left.
+            for (Path const& file : {tmpPath, previousPath, tempDir}) {
+                try {
+                    fs::remove(file);
+                } catch (fs::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
+                }
+            }
             if (fs::exists(tempDir)) fs::remove_all(tempDir);
         });
-        ustring const fileName =
-            qf::i18n::to_ustring(top->nameWithLock() + Settings::settingsExtension);
-        Path const realPath = getSettingsFilePathForObj(level, top);
-        Path const tmpPath = tempDir / Path(fileName + u".tmp");
         saveToFileFunc_.load()(level, top, functor, tmpPath);
-        Path const previousPath = tempDir / Path(fileName + u".previous");
-        if (!checkWritePermission(level, top)) {
+        if (!isWritable(realPath)) {
             givenUpFunc_.load()(GivenUp::noWritePermission, level, top, realPath);
             return;
         }
         replaceRealFile(tmpPath, realPath, previousPath);
     } catch (qf::except::Exception<msg::CanNotCreateTempDirectory, std::exception, void> const&) {
         // Without a temporary folder the save ends, the file unchanged.
-        givenUpFunc_.load()(GivenUp::noTemporaryFolder, level, top,
-                            getSettingsFilePathForObj(level, top));
+        givenUpFunc_.load()(GivenUp::noTemporaryFolder, level, top, realPath);
     }
 }
 
@@ -125,6 +133,12 @@ fs::path SettingsFile::makeTempDirectory(Path const& rootPath) {
                 msg::throwMessage<msg::NoWritePermissionOnDirectory>(tempDir.str(),
                                                                      denied.reason().c_str());
             }
+        } catch (...) {
+            try {
+                fs::remove(tempDir);
+            } catch (fs::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
+            }
+            throw;
         }
     }
     msg::throwMessage<msg::CanNotCreateTempDirectory>(rootPath.str());
@@ -135,7 +149,7 @@ void SettingsFile::replaceRealFile(Path const& tmpPath, Path const& realPath,
     for (int attempt = 1;; ++attempt) {
         try {
             renameTempToRealFunc_.load()(tmpPath, realPath);
-            UnreadFiles::set(realPath, false);
+            UnreadFiles::forget(realPath);
             return;
         } catch (fs::FsysExceptionBase const&) {
             try {
@@ -164,8 +178,14 @@ void SettingsFile::saveToFile(SettingsLevel const* level,
 
 bool SettingsFile::checkWritePermission(SettingsLevel const* level,
                                         boost::shared_ptr<SettingsImpl const> const& obj) {
-    Path const file = getSettingsFilePathForObj(level, obj);
-    if (!fs::exists(file)) return true;
+    return isWritable(getSettingsFilePathForObj(level, obj));
+}
+
+bool SettingsFile::isWritable(Path const& file) {
+    unsigned const kind = fs::status(file) & fs::file_type_mask;
+    if (kind == fs::no_file) return true;
+    // Opening a pipe would wait for a reader.
+    if (kind != fs::regular_file) return false;
     std::FILE* const opened = fs::fopen(file, "a");
     if (!opened) return false;
     std::fclose(opened);

@@ -4,10 +4,9 @@
 
 namespace settings::core {
 
-SettingsLevel::SettingsLevel(std::size_t position, std::string levelName,
-                             boost::function<ustring()> rootPathQuery, bool modifiable,
-                             unsigned long fileLimit, bool factoryLevel, bool workgroupLevel,
-                             bool userLevel)
+SettingsLevel::SettingsLevel(std::string levelName, boost::function<ustring()> rootPathQuery,
+                             bool modifiable, unsigned long fileLimit, bool factoryLevel,
+                             bool workgroupLevel, bool userLevel, std::size_t position)
     : position_(position),
       levelName_(std::move(levelName)),
       modifiable_(modifiable),

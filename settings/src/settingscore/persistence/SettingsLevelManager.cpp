@@ -15,10 +15,10 @@ SettingsLevelManager::Levels const& SettingsLevelManager::levels() {
     using Querier = SettingsRootDirQuerier;
     // Built at first use and never destroyed, so that nobody comes too early or too late.
     static auto* const settingsLevels_ =
-        new Levels{SettingsLevel(0, "session", {}, true, 0, false, false, false),
-                   SettingsLevel(1, "user", &Querier::UserRoot, true, 1, false, false, true),
-                   SettingsLevel(2, "factory", &Querier::FactoryRoot, false,
-                                 SettingsLevel::unlimitedFiles, true, false, false)};
+        new Levels{SettingsLevel("session", {}, true, 0, false, false, false, 0),
+                   SettingsLevel("user", &Querier::UserRoot, true, 1, false, false, true, 1),
+                   SettingsLevel("factory", &Querier::FactoryRoot, false,
+                                 SettingsLevel::unlimitedFiles, true, false, false, 2)};
     return *settingsLevels_;
 }
 

@@ -16,7 +16,7 @@ namespace settings::core {
 /// | "session" | yes        | none                    | none                         |
 /// | "user"    | yes        | one                     | `SettingsRootDirQuerier::UserRoot` |
 /// | "factory" | no         | any number              | `SettingsRootDirQuerier::FactoryRoot` |
-class SettingsLevelManager {
+class SETTINGSCORE_API SettingsLevelManager {
 public:
     static constexpr std::size_t levelCount = 3;
     using Levels = std::array<SettingsLevel, levelCount>;

@@ -9,8 +9,12 @@ namespace settings::core {
 /// thread.
 class UnreadFiles {
 public:
-    static void set(qf::filesystem::path const& file, bool unread);
+    /// Notes how the load of a tree, which `root` tells from others, went.
+    static void set(void const* root, qf::filesystem::path const& file, bool unread);
+    /// True if any tree could not read the file wholly.
     static bool contains(qf::filesystem::path const& file);
+    /// The file has been replaced.
+    static void forget(qf::filesystem::path const& file);
 };
 
 }  // namespace settings::core

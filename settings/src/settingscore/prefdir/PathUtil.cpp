@@ -27,7 +27,7 @@ ustring homeDirectoryOf(ustring const& user) {
     if (::getpwnam_r(name.c_str(), &entry, buffer, sizeof(buffer), &found) != 0 || !found) {
         return {};
     }
-    return qf::i18n::to_ustring(found->pw_dir);
+    return qf::filesystem::from_native(found->pw_dir).str();
 }
 
 }  // namespace
@@ -36,7 +36,9 @@ namespace posix {
 
 ustring zenbarDefaultPrefDirPrefixUStr() {
     if (ustring const home = qf::i18n::getenv(homeVariable); !home.empty()) {
-        return pathutilinternal::NormalizePrefDirHome(home);
+        ustring const prefix = pathutilinternal::NormalizePrefDirHome(home);
+        // The root folder in any spelling.
+        return prefix.empty() && home.find(u'/') != ustring::npos ? ustring(u"/") : prefix;
     }
     if (ustring const user = qf::i18n::getenv(userVariable); !user.empty()) {
         return pathutilinternal::tildeExpansionUStr(u"~" + user);
@@ -65,7 +67,9 @@ ustring stripFinalPathNameSepUStr(ustring const& path) {
 }
 
 std::string StripFinalPathNameSep(std::string const& path) {
-    return qf::i18n::to_string(stripFinalPathNameSepUStr(qf::i18n::to_ustring(path)));
+    // As paths: bytes that are no UTF-8 stay what they are.
+    ustring const stripped = stripFinalPathNameSepUStr(qf::filesystem::from_native(path).str());
+    return qf::filesystem::path(stripped).native();
 }
 
 namespace pathutilinternal {

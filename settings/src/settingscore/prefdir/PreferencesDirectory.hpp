@@ -5,6 +5,7 @@
 #include <settingscore/Export.hpp>
 #include <settingscore/host/UString.hpp>
 
+/// @file
 /// The host's preference directory: where the user level keeps its files unless the environment
 /// variable `SETTINGS_USERDIR` names another place.
 ///
@@ -14,6 +15,7 @@
 /// names, else `/tmp`.
 ///
 /// Any thread may call any operation.
+
 namespace settings::core {
 
 /// The directory in force. With `ensureExists` it is created if it is missing, and a directory
@@ -30,22 +32,26 @@ SETTINGSCORE_API ustring getPreferencesDirectoryUStr(bool ensureExists);
 /// first call has no effect.
 SETTINGSCORE_API ustring getDefaultPreferencesDirectoryUStr();
 
+/// @{
 /// Directories of the current and of older releases under the home prefix. No environment variable
 /// but those of the prefix plays a part, and nothing is created.
 SETTINGSCORE_API ustring getStandardPreferencesDirectoryUStr();
 SETTINGSCORE_API ustring getPreviousPreferencesDirectoryUStr();
 SETTINGSCORE_API ustring getPrefdirFromPreviousTwoReleases();
 SETTINGSCORE_API ustring getPrefdirFromPreviousThreeReleases();
+/// @}
 
 /// The standard directory, created and filled on the way; neither a directory that was set nor
 /// `ZENBAR_PREFDIR` plays a part. It is returned even if it could not be created. Does not wait for
 /// other callers. @throws what `getPreferencesDirectoryUStr` throws from the copy
 SETTINGSCORE_API ustring getLocalSettingsDirectoryUStr();
 
+/// @{
 /// Puts a directory in the place of the default one, from the next call on; an empty string
 /// restores the default. A relative path is refused by the call that wants to use it.
 SETTINGSCORE_API void setPreferencesDirectoryUStr(ustring const& directory);
 SETTINGSCORE_API void setPreferencesDirectory(char const* directory);
+/// @}
 
 /// Name of the empty file that marks a directory filled by this library.
 SETTINGSCORE_API ustring getTimestampFileNameUStr();
@@ -55,22 +61,29 @@ SETTINGSCORE_API ustring zenbarRootUStr();
 /// The same as of the first call, as 8-bit text that lives as long as the process.
 SETTINGSCORE_API char const* zenbarRoot();
 
+/// @{
 /// The home prefix.
 SETTINGSCORE_API ustring zenbarDefaultPrefDirPrefixUStr();
 SETTINGSCORE_API ustring zenbarLocalSettingsDirPrefixUStr();
+/// @}
 /// What stands behind the home prefix in a release's directory.
 SETTINGSCORE_API ustring zenbarDefaultPrefDirSuffixUStr(ustring const& release);
 
+/// @{
 /// The path without the separators at its end; nothing is left of a path of separators only.
 SETTINGSCORE_API ustring stripFinalPathNameSepUStr(ustring const& path);
 SETTINGSCORE_API std::string StripFinalPathNameSep(std::string const& path);
+/// @}
 
 /// The rules of this system; the operations above choose them.
 namespace posix {
 
+/// @{
+/// See the operations of the same names.
 SETTINGSCORE_API ustring zenbarDefaultPrefDirPrefixUStr();
 SETTINGSCORE_API ustring zenbarLocalSettingsDirPrefixUStr();
 SETTINGSCORE_API ustring zenbarDefaultPrefDirSuffixUStr(ustring const& release);
+/// @}
 
 }  // namespace posix
 

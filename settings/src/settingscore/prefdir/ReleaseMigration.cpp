@@ -32,6 +32,8 @@ constexpr char16_t namesNotCopied[7][20] = {u"plgopts",          u"trnopts",   u
                                             u"addons_cache",     u"zcc.cache", u"quicklinks.xml",
                                             u"quicklinks_ja.xml"};
 
+constexpr unsigned ownersBits = 0700;
+
 enum CopyResult : int { copied = 0, copyFailed = 1, noSource = 2 };
 
 void printMessage(rescat::BaseMsgID const& message) {
@@ -73,8 +75,13 @@ bool copyFolder(ustring const& from, ustring const& to, ustring const& wholeTarg
             // would be copied into itself, ever deeper.
             if ((status & fs::symbolic_link) != 0 || isSameFolder(source, wholeTarget)) continue;
             ustring const target = join(to, name);
-            if (!fs::exists(target)) fs::create_directories(target);
+            bool const isNew = !fs::exists(target);
+            if (isNew) fs::create_directories(target);
+            // Nobody else looks in while it fills; then as open as it was, but never shut to its
+            // owner, who needs it.
+            if (isNew) fs::set_permissions(target, ownersBits);
             if (!copyFolder(source, target, wholeTarget, overwrite)) return false;
+            if (isNew) fs::set_permissions(target, fs::permissions(source) | ownersBits);
         } else if (kind != fs::other_file && !staysBehind(name)) {
             if (!copyFile_ustr(source, to, overwrite)) return false;
         }
@@ -118,6 +125,8 @@ void copyPreferencesFromPreviousPrefdir(bool warnOnEmpty, int const& status, ust
     }
     copyFromPreviousRelease(directory);
     ustring const timestamp = join(directory, getTimestampFileNameUStr());
+    // The older release's own came with the copy, and could be read-only.
+    fs::remove(timestamp);
     std::FILE* const file = fs::fopen(timestamp, "w");
     if (!file) {
         messages::throwMessage<messages::ErrorCreatePreferenceDirectoryTimeStamp>(
@@ -126,7 +135,7 @@ void copyPreferencesFromPreviousPrefdir(bool warnOnEmpty, int const& status, ust
     std::fclose(file);
 }
 
-void copyFromPreviousRelease(ustring directory) {
+void copyFromPreviousRelease(ustring const& directory) {
     if (!copyFromRelease(getPreviousPreferencesDirectoryUStr(), releases::previous, directory)) {
         return;
     }
@@ -176,7 +185,7 @@ bool copyFile_ustr(ustring const& file, ustring const& toDirectory, bool overwri
     return true;
 }
 
-void throwPrefMigrationError(ustring previous, ustring current) {
+void throwPrefMigrationError(ustring const& previous, ustring const& current) {
     messages::throwMessage<messages::ErrorMigratePrefsBetweenReleases>(previous, current);
 }
 

@@ -25,7 +25,7 @@ void copyPreferencesFromPreviousPrefdir(bool warnOnEmpty, int const& status, ust
 /// no error.
 /// @throws `qf::except::Exception` of `ErrorMigratePrefsBetweenReleases` if a copy failed, and what
 ///         `copyPrefDir_ustr` throws; what was copied stays
-void copyFromPreviousRelease(ustring directory);
+void copyFromPreviousRelease(ustring const& directory);
 
 /// 0: done, or nothing to do since the source is empty or the target itself; 1: failed; 2: there is
 /// no source.
@@ -44,6 +44,6 @@ bool copyDirectoryTree(ustring const& from, ustring const& to, bool overwrite);
 /// stays there, unless `overwrite`.
 bool copyFile_ustr(ustring const& file, ustring const& toDirectory, bool overwrite);
 
-[[noreturn]] void throwPrefMigrationError(ustring previous, ustring current);
+[[noreturn]] void throwPrefMigrationError(ustring const& previous, ustring const& current);
 
 }  // namespace settings::core::pathutilinternal

@@ -9,6 +9,9 @@
 #include <settingscore/host/ContextMgr.hpp>
 #include <settingscore/host/UString.hpp>
 
+/// @file
+/// The library's part in the life of the host's instances, and its version.
+
 namespace settings::core {
 
 class Settings;
@@ -20,6 +23,7 @@ class SettingsRootStateMgr;
 /// finds the root of an instance. Any thread may call any operation.
 class SETTINGSCORE_API SettingsContext : public zbutil::contextmgr::ContextBase {
 public:
+    /// The part in the life of one instance.
     explicit SettingsContext(ZcrID const& id) : zcrID_(id) {}
     ~SettingsContext() override;
 
@@ -38,18 +42,23 @@ public:
     static boost::shared_ptr<Settings> reset(ZcrID const& id);
     /// The registry's answer for `id`.
     static ZcrID getZcrIDInUse(ZcrID const& id);
+    /// For the library: what keeps the root of an instance; empty for an unknown one.
     static boost::shared_ptr<SettingsRootStateMgr> getSettingsRootMgrFromMap(ZcrID const& id);
+    /// @{
     /// The root of an instance, built at first use; empty for an unknown instance and for one whose
     /// root was detached.
     static boost::shared_ptr<Settings> getSettingsRootByZcrID(ZcrID const& id);
     static boost::shared_ptr<SettingsImplRoot> getSettingsImplRootByZcrID(ZcrID const& id);
+    /// @}
     /// Swaps the pending events into `queue`; leaves it alone if there is no root.
     static void getEventQueue(std::queue<boost::shared_ptr<SettingsEvent const>>& queue,
                               ZcrID const& id);
-    /// Directories of an instance; empty for an unknown one.
+    /// @{
+    /// Directories of an instance; empty for an unknown one. See `ZSettings::getUserDir`.
     static ustring getFactoryDir(ZcrID const& id);
     static ustring getWorkgroupDir(ZcrID const& id);
     static ustring getUserDir(ZcrID const& id);
+    /// @}
     /// See `ZSettings::setSettingsFileLocation`.
     static void setSettingsDirectories(ZcrID const& id, boost::optional<ustring> const& factory,
                                        boost::optional<ustring> const& workgroup,

@@ -28,13 +28,16 @@ public:
 
     /// The node that the event is about.
     virtual boost::shared_ptr<Settings const> const& getObj() const { return object_; }
+    /// The instance of the tree.
     virtual ZcrID const& getZcrId() const { return instance_; }
 
+    /// Tag of this class.
     static ustring typeTag();
     /// Tags of the types under which events of this class are published: of all leaf classes.
     static std::vector<ustring> publishedTypeTags();
 
 protected:
+    /// For derived classes: `type` has their tags and those that route the event.
     SettingsEvent(boost::shared_ptr<Settings const> const& obj,
                   boost::shared_ptr<corebus::msg_svc::eventmgr::TypeInformation> const& type,
                   ZcrID const& id);
@@ -47,28 +50,36 @@ private:
 /// The value in force of a key changed (or was adopted by a merge).
 class SETTINGSCORE_API SettingsValueChangeEvent : public SettingsEvent {
 public:
+    /// As for `SettingsEvent`.
     SettingsValueChangeEvent(boost::shared_ptr<Settings const> const& obj,
                              std::vector<ustring> tags, ZcrID const& id);
     SettingsValueChangeEvent(SettingsValueChangeEvent const&) = default;
     ~SettingsValueChangeEvent() override;
     SettingsValueChangeEvent* clone() const override { return new SettingsValueChangeEvent(*this); }
 
+    /// Tag of this class.
     static ustring typeTag();
+    /// See `SettingsEvent::publishedTypeTags`.
     static std::vector<ustring> publishedTypeTags() { return {typeTag()}; }
 };
 
-/// A node was attached; `getObj` is the node. A subtree makes one event.
+/// A node was attached; `getObj` is the node. A subtree that is attached
+/// makes one event; a merge makes one for each node.
 class SETTINGSCORE_API SettingsAddNodeEvent : public SettingsEvent {
 public:
+    /// As for `SettingsEvent`.
     SettingsAddNodeEvent(boost::shared_ptr<Settings const> const& parent,
                          boost::shared_ptr<Settings const> const& obj, std::vector<ustring> tags,
                          ZcrID const& id);
     SettingsAddNodeEvent(SettingsAddNodeEvent const&) = default;
     ~SettingsAddNodeEvent() override;
     SettingsAddNodeEvent* clone() const override { return new SettingsAddNodeEvent(*this); }
+    /// The group that the node came to.
     boost::shared_ptr<Settings const> const& getParentObj() const { return parent_; }
 
+    /// Tag of this class.
     static ustring typeTag();
+    /// See `SettingsEvent::publishedTypeTags`.
     static std::vector<ustring> publishedTypeTags() { return {typeTag()}; }
 
 private:
@@ -78,15 +89,19 @@ private:
 /// A node was removed; `getObj` is the node, which keeps its children and values.
 class SETTINGSCORE_API SettingsRemoveNodeEvent : public SettingsEvent {
 public:
+    /// As for `SettingsEvent`.
     SettingsRemoveNodeEvent(boost::shared_ptr<Settings const> const& parent,
                             boost::shared_ptr<Settings const> const& obj, std::vector<ustring> tags,
                             ZcrID const& id);
     SettingsRemoveNodeEvent(SettingsRemoveNodeEvent const&) = default;
     ~SettingsRemoveNodeEvent() override;
     SettingsRemoveNodeEvent* clone() const override { return new SettingsRemoveNodeEvent(*this); }
+    /// The group that the node stood in.
     boost::shared_ptr<Settings const> const& getParentObj() const { return parent_; }
 
+    /// Tag of this class.
     static ustring typeTag();
+    /// See `SettingsEvent::publishedTypeTags`.
     static std::vector<ustring> publishedTypeTags() { return {typeTag()}; }
 
 private:
@@ -96,7 +111,9 @@ private:
 /// The classes of an event type, most derived first.
 template <class T>
 struct EventHierarchy {
+    /// Number of the classes.
     static constexpr std::size_t size = std::is_same_v<T, SettingsEvent> ? 2 : 3;
+    /// See `corebus::msg_svc::eventmgr::TypeInformation::getBaseTag`.
     static ustring getBaseTag(std::size_t index) {
         if (index == 0) return T::typeTag();
         if (index + 2 == size) return SettingsEvent::typeTag();

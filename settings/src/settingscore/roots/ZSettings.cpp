@@ -3,6 +3,7 @@
 #include <boost/make_shared.hpp>
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/Platform.hpp>
+#include <settingscore/persistence/writer/ValueWriter.hpp>
 #include <settingscore/roots/SettingsContext.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
 
@@ -36,8 +37,14 @@ boost::shared_ptr<Settings> ZSettings::createSettingsNode(std::string const& nam
 
 boost::shared_ptr<Settings> ZSettings::createSetting(std::string const& name, bool isLeaf,
                                                      SettingsProperties& properties) {
-    return createSettingsNode(name, isLeaf, !properties.hidden, properties.validator,
-                              properties.readOnly);
+    auto const node = createSettingsNode(name, isLeaf, !properties.hidden, properties.validator,
+                                         properties.readOnly);
+    if (isLeaf && properties.anyType) {
+        auto const key = node->getThisObjectImpl();
+        key->setDataTypeIndexInternal(SettingsImpl::anyTypeIndex);
+        key->setValueWriterFcnInternal(&writeValues<ZenbarAny>);
+    }
+    return node;
 }
 
 void ZSettings::eventQueue(std::queue<boost::shared_ptr<SettingsEvent const>>& queue,

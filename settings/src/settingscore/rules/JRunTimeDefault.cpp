@@ -17,7 +17,9 @@ void JRunTimeDefault::setJRuntimeDefaultProxy(Proxy const& proxy) {
 }
 
 boost::any JRunTimeDefault::operator()() const {
-    return runtimeDefaultProxy_()(packageName_, functionName_);
+    // A copy: the proxy may put another in its place while it runs.
+    Proxy const proxy = runtimeDefaultProxy_();
+    return proxy(packageName_, functionName_);
 }
 
 bool JRunTimeDefault::operator==(JRunTimeDefault const& other) const {

@@ -15,12 +15,18 @@ public:
     /// Called with package and function; returns the value.
     using Proxy = boost::function<boost::any(std::string const&, std::string const&)>;
 
+    /// Names the method.
     JRunTimeDefault(std::string const& packageName, std::string const& functionName);
+    /// @{
+    /// The names.
     std::string getPackageName() const { return packageName_; }
     std::string getFunctionName() const { return functionName_; }
+    /// @}
+    /// @{
     /// The level whose stored value the default stands for; empty until it arrives on a tree.
     std::string getBelongingLevel() const { return belongingLevel_; }
     void setBelongingLevel(std::string const& level) { belongingLevel_ = level; }
+    /// @}
 
     /// Runs the method.
     /// @throws boost::bad_function_call if no proxy is installed; what the proxy throws, unchanged

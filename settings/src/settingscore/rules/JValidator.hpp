@@ -28,9 +28,13 @@ public:
     /// Installs the proxy; returns an error text, empty on success.
     using Initializer = boost::function<ustring()>;
 
+    /// Names the method.
     JValidator(std::string const& packageName, std::string const& functionName);
+    /// @{
+    /// The names.
     std::string getPackageName() const { return packageName_; }
     std::string getFunctionName() const { return functionName_; }
+    /// @}
 
     /// Runs the method, after the initializer if there is no proxy yet. A return means that the
     /// value is accepted.
@@ -42,10 +46,12 @@ public:
     /// Compares the names.
     bool operator==(JValidator const& other) const;
 
+    /// @{
     /// These three wait for a running validation of another thread.
     static void setJValProxy(Proxy const& proxy);
     static void setJValInitializer(Initializer const& initializer);
     static void clearFunctions();
+    /// @}
 
 private:
     static boost::recursive_mutex& mutex_();

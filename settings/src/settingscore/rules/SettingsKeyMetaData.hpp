@@ -22,10 +22,12 @@ struct SettingsKeyMetaData;
 template <>
 struct SETTINGSCORE_API SettingsKeyMetaData<boost::any> {
     SettingsKeyMetaData() = default;
+    /// Engaged choices count even if there are none among them: nothing is one.
     SettingsKeyMetaData(boost::any const& lowest, boost::any const& highest,
                         boost::optional<std::vector<boost::any>> const& accepted)
         : minimum(lowest), maximum(highest), choices(accepted) {}
 
+    /// Nothing is declared.
     bool empty() const { return minimum.empty() && maximum.empty() && !choices; }
 
     boost::any minimum;                                ///< Empty: no minimum.
@@ -36,15 +38,19 @@ struct SETTINGSCORE_API SettingsKeyMetaData<boost::any> {
 /// The same in the key's own type T, one of the element types.
 template <class T>
 struct SETTINGSCORE_API SettingsKeyMetaData {
+    /// What a bound is: for a text the number of its UTF-16 units.
     using Bound = std::conditional_t<std::is_same_v<T, ustring>, unsigned int, T>;
 
     /// @throws settingscore::boostany::detail::TypeNotMatch if a bound or a choice is of another
     ///         element type: numbers are not converted
-    explicit SettingsKeyMetaData(SettingsKeyMetaData<boost::any> const& untyped);
+    SettingsKeyMetaData(SettingsKeyMetaData<boost::any> const& untyped);
 
+    /// @{
+    /// What is not engaged is not declared.
     boost::optional<Bound> minimum;
     boost::optional<Bound> maximum;
     boost::optional<std::vector<T>> choices;
+    /// @}
 };
 
 }  // namespace settings::core

@@ -14,8 +14,10 @@ ValidationVisitor::ValidationVisitor(HeldLock const& lock,
     : lock_(lock), current_(key), key_(key), fallback_(std::move(parent)), value_(value) {}
 
 void ValidationVisitor::operator()(boost::mpl::void_ const&) {
-    current_ = current_->getParentImpl();
-    if (!current_) current_ = std::move(fallback_);
+    do {
+        current_ = current_->getParentImpl();
+        if (!current_) current_ = std::move(fallback_);
+    } while (current_ && current_->validatorWithLock(lock_).which() == 0);
     if (current_) boost::apply_visitor(*this, current_->validatorWithLock(lock_));
 }
 

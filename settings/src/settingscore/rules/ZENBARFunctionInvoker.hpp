@@ -11,14 +11,20 @@ namespace settings::core {
 /// host's signal thread, once the host has installed the proxy that calls it.
 class SETTINGSCORE_API ZENBARFunctionInvoker {
 public:
+    /// Names the function.
     ZENBARFunctionInvoker(std::string const& packageName, std::string const& functionName);
+    /// @{
+    /// The names.
     std::string getPackageName() const { return packageName_; }
     std::string getFunctionName() const { return functionName_; }
+    /// @}
 
+    /// @{
     /// Installs the function that is called when a proxy is missing; it loads the configuration
     /// that installs the proxies. Not guarded: install it before other threads read or validate.
     static void setLoadConfigProxy(boost::function<void()> const& proxy);
     static boost::function<void()> getLoadConfigProxy();
+    /// @}
 
 protected:
     /// Asks for the missing proxy once, then makes sure that it is there and that this thread may
@@ -26,6 +32,7 @@ protected:
     /// @throws ZENBAR::settings::core::ExecEngineNotReadyForProcessingZFunction,
     ///         ZENBAR::settings::core::ZENBARFuncMustBeInvokedByExecEngine
     static void checkConditions(bool (*isProxyInstalled)());
+    /// The last of these checks alone.
     static void checkThreadToRun();
 
 private:

@@ -31,7 +31,9 @@ boost::any ZRunTimeDefault::operator()() const {
     try {
         checkConditions();
         boost::any result;
-        runtimeProxyFname_()(package, function, &result);
+        // A copy: the proxy may put another in its place while it runs.
+        Proxy const proxy = runtimeProxyFname_();
+        proxy(package, function, &result);
         return result;
     } catch (qf::except::Exception<ZENBARFuncMustBeInvokedByExecEngine, std::exception, void> const&
                  error) {

@@ -16,19 +16,24 @@ public:
     /// Called with package and function; stores the value in the last argument.
     using Proxy = boost::function<void(std::string const&, std::string const&, boost::any*)>;
 
+    /// Names the function.
     ZRunTimeDefault(std::string const& packageName, std::string const& functionName);
+    /// @{
     /// The level whose stored value the default stands for; empty until it arrives on a tree.
     std::string getBelongingLevel() const { return belongingLevel_; }
     void setBelongingLevel(std::string const& level) { belongingLevel_ = level; }
+    /// @}
 
     /// Runs the function. @throws exception::RunTimeFuncInvokingError for every failure
     boost::any operator()() const;
     /// Compares the names and the level.
     bool operator==(ZRunTimeDefault const& other) const;
 
+    /// @{
     /// The host's bridge. Not guarded: install it before other threads read.
     static void setZRunTimeProxyFname(Proxy const& proxy);
     static Proxy getZRunTimeProxyFname();
+    /// @}
 
 private:
     static void checkConditions();

@@ -35,7 +35,9 @@ void ZValidator::invokeValidationFunction(boost::shared_ptr<Settings const> cons
     using namespace ZENBAR::settings::core;
     try {
         checkConditions();
-        valProxyFuncName_()(package, function, parent, keyName, value);
+        // A copy: the proxy may put another in its place while it runs.
+        Proxy const proxy = valProxyFuncName_();
+        proxy(package, function, parent, keyName, value);
     } catch (qf::except::Exception<ZENBARFuncMustBeInvokedByExecEngine, std::exception, void> const&
                  error) {
         throw ValidationFunctionInvokingError(function, package, error.GetUnicodeMessageTxt());

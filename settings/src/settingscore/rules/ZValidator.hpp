@@ -22,6 +22,7 @@ public:
                                        boost::shared_ptr<Settings const> const&, std::string const&,
                                        boost::any const&)>;
 
+    /// Names the function.
     ZValidator(std::string const& packageName, std::string const& functionName);
 
     /// Runs the function. A return means that the value is accepted.
@@ -33,9 +34,11 @@ public:
     /// Compares the names.
     bool operator==(ZValidator const& other) const;
 
+    /// @{
     /// The host's bridge. Not guarded: install it before other threads validate.
     static void setZENBARValFuncInvokingProxyName(Proxy const& proxy);
     static Proxy getZENBARValFuncInvokingProxyName();
+    /// @}
 
 private:
     static void checkConditions();

@@ -21,9 +21,11 @@ struct KeyDescription {
     boost::optional<unsigned long> typeIndex;
     /// Bounds on the number of elements, minimum first; a maximum of 0 is none.
     boost::optional<std::pair<unsigned long, unsigned long>> arraySize;
+    /// Range and choices.
     SettingsKeyMetaData<boost::any> metaData;
     /// The validator in force: the key's own or the nearest of its ancestors.
     Validator validator;
+    /// The computed default, if there is one.
     RunTimeDefault runTimeDefault;
     /// The levels that hold a value, in the order in which a read looks at them.
     std::vector<std::string> storedLevels;

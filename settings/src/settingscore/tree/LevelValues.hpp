@@ -28,8 +28,9 @@ public:
         values_[level].swap(value);
         present_[level] = true;
     }
-    void erase(std::size_t level) {
-        values_[level].clear();
+    /// Takes an entry out; it becomes the caller's, who destroys it when it is convenient.
+    void take(std::size_t level, boost::any& empty) noexcept {
+        values_[level].swap(empty);
         present_[level] = false;
     }
 

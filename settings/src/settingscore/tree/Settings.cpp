@@ -8,6 +8,7 @@
 #include <settingscore/persistence/xml/SettingsXMLReader.hpp>
 #include <settingscore/roots/SettingsEvent.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
+#include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -17,15 +18,11 @@ using corebus::msg_svc::eventmgr::EventMgr;
 
 // The early priority makes them ready for other static initialisers of a program.
 #define SETTINGSCORE_FIRST __attribute__((init_priority(101)))
-SETTINGSCORE_FIRST std::string const Settings::settingsExtension = ".settings";
+SETTINGSCORE_FIRST std::string const Settings::settingsExtension = detail::settingsExtension;
 SETTINGSCORE_FIRST std::string const Settings::settingsXMLFileHeader =
-    R"(<?xml version="1.0" encoding="UTF-8"?>)";
-SETTINGSCORE_FIRST std::string const Settings::settingsXMLNameSpace =
-    "urn:quillbyte.zenbar.settings";
-SETTINGSCORE_FIRST std::string const Settings::settingsSchemaInfo =
-    R"(xmlns="urn:quillbyte.zenbar.settings" )"
-    R"(xsi:schemaLocation="urn:quillbyte.zenbar.settings settings.xsd" )"
-    R"(xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance")";
+    detail::settingsXMLFileHeader;
+SETTINGSCORE_FIRST std::string const Settings::settingsXMLNameSpace = detail::settingsXMLNameSpace;
+SETTINGSCORE_FIRST std::string const Settings::settingsSchemaInfo = detail::settingsSchemaInfo;
 #undef SETTINGSCORE_FIRST
 
 Settings::Settings() = default;

@@ -73,12 +73,15 @@ public:
     /// Reads a settings file, and the files it names as additional paths, as a standalone tree with
     /// all values on the level "user". Takes no lock.
     /// @throws exception::ErrorExportOrImportSettingsUsingRelativePath,
-    ///         exception::ErrorReadingSettingsData, numeric and cast errors of Boost for broken
+    ///         exception::ErrorReadingSettingsData, exception::ErrorAddingChildNodeOrKey (a name
+    ///         twice), exception::ErrorMergingNodesWithDiffAttr and exception::ValidationException
+    ///         (an additional file that does not fit), numeric and cast errors of Boost for broken
     ///         numbers
     static boost::shared_ptr<Settings> importAsStandaloneObject(ustring const& path);
 
     /// Writes the nodes, all of one product, with the path from the product down to each, into one
-    /// file: the values of one level, or with "" the values in force (and no validators of keys).
+    /// file: the values of one level, or with "" the stored values in force (without
+    /// what a runtime default computes, and without validators of keys).
     /// Loads the nodes; holds the tree shared while it writes. The file is written in place: a
     /// failure can leave a part of it.
     /// @throws exception::UnSupportedLevel,
@@ -127,8 +130,12 @@ public:
     /// pairs; names are paths below this node. All are checked against the present state before the
     /// first is stored: if one is refused, none is stored. Then they are stored in order, each with
     /// its event and its save; a failing save leaves those before it stored.
-    /// @return the refused elements in order; empty if all were stored
-    /// @throws exception::UnSupportedLevel, exception::CantModifyValuesOnReadOnlyLevel
+    /// @return the refused elements, empty if all were stored: first those whose name is not found,
+    ///         then the others in order. A name that is not found has a second row among these,
+    ///         with its number in place of the name, and "NULLOBJ".
+    /// @throws exception::UnSupportedLevel, exception::CantModifyValuesOnReadOnlyLevel;
+    ///         ZENBAR::settings::core::DataTypeNotMatch: a value of a wrong type ends the batch,
+    ///         and nothing is stored
     template <class Range>
     BatchErrors setMultiple(Range const& range, std::string const& level);
 
@@ -145,13 +152,24 @@ public:
     template <class Range>
     BatchErrors validateMultipleOrThrow(Range const& range) const;
 
-    /// Calls `listener` for each event of class T that concerns this node or, for value changes,
-    /// anything below it, as long as the connection lives. T is one of the event classes; the base
-    /// `SettingsEvent` hears all of them. Empty for a node that is not connected.
-    /// A listener that throws reaches the caller of the change, which stays made.
+    /// Calls `listener` for each event of class T on this node or anything below it, as long as the
+    /// connection lives; the addition or removal of a node is told on its parent and upwards. T is
+    /// one of the event classes; the base `SettingsEvent` hears all of them. Empty for a node that
+    /// is not connected. A listener that throws reaches the caller of the change, which stays made.
+    /// @throws std::invalid_argument for an empty listener
     template <class T>
     std::unique_ptr<corebus::msg_svc::eventmgr::Connection> addListener(
         boost::function<void(T const&)> const& listener) const;
+
+    /// @{
+    /// The tag under which events of class T, a leaf of the event classes, are published for this
+    /// node: what a subscriber gives to the host's event manager. `getFilterTagStrings` has it as a
+    /// list of one.
+    template <class T>
+    ustring getEventStrForType() const;
+    template <class T>
+    std::vector<ustring> getFilterTagStrings() const;
+    /// @}
 
     virtual ~Settings();
 
@@ -159,6 +177,7 @@ public:
     /// @throws exception::NoSuchKey, exception::NotAKeyName, exception::UnSupportedLevel, and the
     ///         errors of a runtime default and of the checks of its result
     virtual boost::any getAny(std::string const& name, std::string const& level) const = 0;
+    /// The name within the group; "root" for the root.
     virtual std::string getName() const = 0;
     /// Names from the product down, joined with "."; in a standalone tree from its top node down.
     virtual std::string getFullName() const = 0;
@@ -182,21 +201,28 @@ public:
     /// neither definition nor value yet. Loads.
     /// @throws exception::NoSuchKey, exception::NotAKeyName
     virtual boost::optional<unsigned long> getDataTypeIndex(std::string const& name) const = 0;
+    /// @{
     /// The child of that name, empty if there is none. Loads.
     virtual boost::shared_ptr<Settings> getChild(std::string const& name) = 0;
     virtual boost::shared_ptr<Settings const> getChild(std::string const& name) const = 0;
+    /// @}
+    /// @{
     /// The children in byte order of their names. Loads.
     virtual std::vector<boost::shared_ptr<Settings>> getChildren() = 0;
     virtual std::vector<boost::shared_ptr<Settings const>> getChildren() const = 0;
+    /// @}
+    /// @{
     /// Empty for the root and for a standalone node.
     virtual boost::shared_ptr<Settings> getParent() = 0;
     virtual boost::shared_ptr<Settings const> getParent() const = 0;
+    /// @}
     /// True for a key.
     virtual bool isLeafNode() const = 0;
     /// The node's own flag; information for clients, nothing is hidden by it.
     virtual bool isVisible() const = 0;
     /// A key's own flag; a group's flag, or the nearest definite one above it below the root.
     virtual bool isReadOnly() const = 0;
+    /// True for the root of an instance.
     virtual bool isRoot() const = 0;
     /// Version of the product's definition.
     virtual boost::optional<unsigned int> getVersionNumber() const = 0;
@@ -211,7 +237,11 @@ public:
     /// Adds what the standalone tree `source` has below its top, and this node lacks, to this node:
     /// nodes, and values on `level`. What is there stays. All or nothing against conflicts and
     /// refused values; new nodes and values are told to listeners, then the product's file of the
-    /// level is rewritten. `source` is only read. Loads.
+    /// level is rewritten. What a listener throws ends the call before that; a failing save leaves
+    /// the merge in memory. `source` is only read. Loads.
+    ///
+    /// A key that has no value on any level takes its first one unchecked, even one of another
+    /// type, which the next load of the saved file would refuse: `validateAny` checks it before.
     /// @throws exception::UnSupportedLevel, exception::CantModifyValuesOnReadOnlyLevel,
     ///         exception::CannotMergeWithSettingsRoot,
     ///         exception::ErrorMergingWithCircularReference,
@@ -222,14 +252,20 @@ public:
                                   std::string const& level) = 0;
     /// Instance of the tree; `UndefinedZcrID` off a tree.
     virtual ZcrID getZcrID() const = 0;
+    /// True if the node is part of an instance's tree, the root included.
     virtual bool isConnectedToTheSettingsTree() const = 0;
+    /// @{
+    /// The node as the library sees it.
     virtual boost::shared_ptr<SettingsImpl const> getThisObjectImpl() const = 0;
     virtual boost::shared_ptr<SettingsImpl> getThisObjectImpl() = 0;
+    /// @}
     /// The work of the batch and of `setAny`; values may be converted in place.
     virtual BatchErrors multipleSetImpl(NodeValue* first, NodeValue* last, std::string const& level,
                                         bool rethrow) = 0;
+    /// The work of the checks of a batch and of `validateAny`.
     virtual BatchErrors multipleValidateImpl(NodeValue* first, NodeValue* last,
                                              bool rethrow) const = 0;
+    /// What the tags of this node's events are made of.
     virtual corebus::msg_svc::exchange::IDType getImplNodeEventId() const = 0;
 
 protected:

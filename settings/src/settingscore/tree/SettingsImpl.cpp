@@ -44,6 +44,7 @@ SettingsImpl::SettingsImpl(std::string name, bool isLeaf, boost::optional<bool> 
     rules_.valueTypeChecker_ = checker;
 }
 
+// NOLINTNEXTLINE(bugprone-copy-constructor-init): a copy is a node of its own
 SettingsImpl::SettingsImpl(SettingsImpl const& other)
     : ZSettings(),
       boost::enable_shared_from_this<SettingsImpl>(),
@@ -208,7 +209,7 @@ bool SettingsImpl::isAscendantWithLock(SettingsImpl const* node) const {
 // --- Children -------------------------------------------------------------------------------
 
 SettingsImpl::ChildMap const& SettingsImpl::childMap() const {
-    static ChildMap const none;
+    static auto const& none = *new ChildMap;
     return isContentPending() && !loadOnce_.isRunningHere() ? none : children_;
 }
 

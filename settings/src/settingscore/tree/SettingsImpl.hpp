@@ -424,9 +424,4 @@ private:
     detail::Rare<RunTimeDefault> runTimeDefault_;
 };
 
-/// From now on changes stay in memory.
-SETTINGSCORE_API void turnOffSettingsSaving();
-/// From now on changes are saved again; what was missed is written with the next change.
-SETTINGSCORE_API void turnOnSettingsSaving();
-
 }  // namespace settings::core

@@ -1,7 +1,5 @@
 // How nodes enter a tree and leave it.
 
-#include <strings.h>
-
 #include <stdexcept>
 
 #include <settingscore/errors/Exceptions.hpp>
@@ -9,6 +7,7 @@
 #include <settingscore/persistence/SettingsLevel.hpp>
 #include <settingscore/roots/SettingsEvent.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
+#include <settingscore/tree/AsciiCase.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -19,7 +18,7 @@ using detail::SharedTreeLock;
 using detail::UpgradeTreeLock;
 
 bool SettingsImpl::SettingsNamingRule::operator()(ChildMap::value_type const& entry) const {
-    return strcasecmp(name_.c_str(), entry.first.c_str()) == 0;
+    return detail::equalWithoutCase(name_, entry.first);
 }
 
 // --- Attaching ------------------------------------------------------------------------------

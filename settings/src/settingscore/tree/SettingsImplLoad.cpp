@@ -12,6 +12,7 @@
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/tree/SettingsSaving.hpp>
 
 namespace settings::core {
 
@@ -119,7 +120,9 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
             } catch (std::exception const& e) {
                 appendLine(errors, file.str(), qf::i18n::to_ustring(e.what()));
             }
-            if (level->canBeModified()) UnreadFiles::set(file, errors.size() != errorsBefore);
+            if (level->canBeModified()) {
+                UnreadFiles::set(root.get(), file, errors.size() != errorsBefore);
+            }
         }
     }
     if (!merged->visible_) {

@@ -10,10 +10,13 @@
 #include <settingscore/persistence/SettingsLevel.hpp>
 #include <settingscore/persistence/SettingsLevelManager.hpp>
 #include <settingscore/roots/SettingsEvent.hpp>
+#include <settingscore/rules/ValueType.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/value/AnyBridge.hpp>
 
 namespace settings::core {
 
+namespace boostany = settingscore::boostany;
 using detail::ExclusiveTreeLock;
 using detail::HeldLock;
 using detail::UpgradeTreeLock;
@@ -71,7 +74,9 @@ boost::shared_ptr<SettingsImpl> SettingsImpl::clone() const {
 void SettingsImpl::mergeDescendants(boost::shared_ptr<Settings const> const& source,
                                     std::string const& levelName) {
     auto const src = boost::dynamic_pointer_cast<SettingsImpl const>(source);
-    if (!src) throw std::invalid_argument("mergeDescendants: the source is empty.");
+    if (!src)
+        throw std::invalid_argument(
+            "mergeDescendants: the source is empty, or not of this library.");
     validateLevelName(levelName);
     checkLevelIsModifiable(levelName);
     loadIfNotInitializedYet();
@@ -135,12 +140,19 @@ void SettingsImpl::adoptNewDescendantsFromSrc(HeldLock const& exclusive, Setting
 }
 
 void SettingsImpl::takeShape(KeyRules const& rules, boost::any& value) {
-    if (rules.dataTypeIndex_ == anyTypeIndex) return;
-    try {
+    // The first value of a key comes unchecked, and one of another type stays as it is. Asked
+    // beforehand, as the checker's refusal asks the host for its text, which may read the tree.
+    auto const elementType = [](unsigned long index) {
+        return index > boostany::elementTypeCount ? index - boostany::elementTypeCount : index;
+    };
+    TypeIndexSetter index;
+    ArraySizeGetter size;
+    unsigned long const own = boostany::applyVisitor(index, value, true);
+    unsigned long const wanted = *rules.dataTypeIndex_;
+    bool const isArray = wanted > boostany::elementTypeCount;
+    if (wanted == anyTypeIndex || elementType(own) != elementType(wanted)) return;
+    if (isArray || boostany::applyVisitor(size, value, true) == 1)
         (*rules.valueTypeChecker_)(value);
-    } catch (qf::except::IMsgIDException const&) {
-        // The first value of a key comes unchecked; the checker leaves it as it is.
-    }
 }
 
 void SettingsImpl::adoptNewValue(HeldLock const& exclusive, SettingsImpl const& src,

@@ -231,9 +231,10 @@ void SettingsImpl::removeValueFromMapWithLock(UpgradeLock& lock, std::string con
     if (!settingsLevel || !levelValues_.find(settingsLevel->position())) {
         throw exception::ValueNotDefinedForGivenLevel(sharedThis(), level);
     }
+    boost::any removed;
     {
         ExclusiveTreeLock const exclusive(lock);
-        levelValues_.erase(settingsLevel->position());
+        levelValues_.take(settingsLevel->position(), removed);
     }
     if (currentStateDiffersWithLock(lock, old)) fireValueChangeWithLock(lock);
 }
@@ -242,7 +243,7 @@ bool SettingsImpl::currentStateDiffersWithLock(HeldLock const& lock, boost::any 
     boost::any computed;
     boost::any const& now = viewInForce(lock, true, computed);
     // The same object counts as equal even if it is a NaN, which the same value does not.
-    return !boostany::isEqual(now, &now == &old ? boost::any(old) : old);
+    return !(&now == &old ? boostany::isEqual(now, boost::any(old)) : boostany::isEqual(now, old));
 }
 
 // --- Levels that a change of the structure touches --------------------------------------------

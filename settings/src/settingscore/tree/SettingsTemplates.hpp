@@ -21,6 +21,16 @@ std::unique_ptr<corebus::msg_svc::eventmgr::Connection> Settings::addListener(
         T::publishedTypeTags());
 }
 
+template <class T>
+ustring Settings::getEventStrForType() const {
+    return getFilterTagStrings({T::typeTag()}).front();
+}
+
+template <class T>
+std::vector<ustring> Settings::getFilterTagStrings() const {
+    return {getEventStrForType<T>()};
+}
+
 template <class Range>
 std::vector<Settings::NodeValue> Settings::toNodeValues(Range const& range, bool throwIfMissing,
                                                         BatchErrors& errors) const {

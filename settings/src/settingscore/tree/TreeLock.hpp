@@ -31,6 +31,9 @@ public:
     ~TreeHold();
     TreeHold(TreeHold const&) = delete;
     TreeHold& operator=(TreeHold const&) = delete;
+
+private:
+    int& holds_;  // Of the thread, which is the same at both ends.
 };
 
 /// The tree lock held shared: for every read.

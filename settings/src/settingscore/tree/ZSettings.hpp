@@ -12,9 +12,11 @@ namespace settings::core {
 
 /// Properties of a node made by `ZSettings::createSetting`.
 struct SettingsProperties {
-    bool hidden = false;
-    bool readOnly = false;
-    Validator validator;
+    bool hidden = false;    ///< The node is not visible.
+    bool readOnly = false;  ///< As the attribute of a file.
+    Validator validator;    ///< The node's own.
+    /// A key that takes values of any type.
+    bool anyType = false;
 };
 
 /// The narrow entry of a scripting layer: finds roots, makes nodes, and reaches the operations of
@@ -33,6 +35,7 @@ public:
     static boost::shared_ptr<ZSettings> getZSettingsRoot(ZcrID const& id);
     /// @throws exception::InvalidSettingOrGroupName unless it is a legal variable name
     static void validateSettingOrGroupName(std::string const& name);
+    /// @{
     /// A standalone node, to be attached with `setParent`. Does not look at the name:
     /// `validateSettingOrGroupName` does.
     static boost::shared_ptr<Settings> createSettingsNode(std::string const& name, bool isLeaf,
@@ -40,6 +43,7 @@ public:
                                                           bool readOnly);
     static boost::shared_ptr<Settings> createSetting(std::string const& name, bool isLeaf,
                                                      SettingsProperties& properties);
+    /// @}
     /// Swaps the pending events of an instance into `queue`, which is to be empty; leaves it alone
     /// if the instance has no root.
     static void eventQueue(std::queue<boost::shared_ptr<SettingsEvent const>>& queue,
@@ -48,10 +52,14 @@ public:
     /// and the next request for the blessed root builds a new one from the files; with any other id
     /// there is no root until then.
     static boost::shared_ptr<Settings> reset(ZcrID const& id);
-    /// Directories of an instance; empty for an unknown instance.
+    /// @{
+    /// Directories of an instance; empty for an unknown instance. The first to ask for the user
+    /// directory can have it made and filled from an older release, and gets what fails there.
+    /// @throws ZENBAR::settings::core::SettingsUserDirectoryNotExist
     static ustring getFactoryDir(ZcrID const& id);
     static ustring getWorkgroupDir(ZcrID const& id);
     static ustring getUserDir(ZcrID const& id);
+    /// @}
 
     /// On a root: from now on (or no longer) all events are queued for `eventQueue` as well. No
     /// effect on other nodes.
@@ -60,7 +68,8 @@ public:
     /// rewritten, or deleted if the group is a product. Loads.
     /// @throws exception::NoSuchNode, exception::NotANodeName,
     ///         exception::CannotAddRemoveNodeUnderReadOnlyParent,
-    ///         exception::NoFileWritePermissionOnMultipleLevels for factory values
+    ///         exception::NoFileWritePermissionOnMultipleLevels for factory values; what a
+    ///         listener or the save throws, which leaves the node removed
     virtual void removeNode(std::string const& name) = 0;
     /// Same for a child key. @throws exception::NoSuchKey, exception::NotAKeyName, and as above
     virtual void removeKey(std::string const& name) = 0;
@@ -69,9 +78,12 @@ public:
     /// `parent`. Loads the parent.
     /// @throws exception::CannotAddRemoveNodeUnderReadOnlyParent,
     ///         exception::CanNotAddKeyToRootException, exception::ErrorAddingTopLevelNode,
-    ///         exception::ErrorAddingChildNodeOrKey, and what a validator throws; the node then
-    ///         stays where it was
+    ///         exception::ErrorAddingChildNodeOrKey, std::invalid_argument (to itself or below
+    ///         itself), and what a validator throws: the node then stays where it was; what a
+    ///         listener or the save throws, which leaves the node attached
     virtual void setParent(boost::shared_ptr<Settings> const& parent) = 0;
+    /// Gives the node a validator of its own, or with an empty one none. Values that are there are
+    /// not judged, and nothing is saved.
     virtual void setValidator(Validator const& validator) = 0;
     /// True for a product.
     virtual bool isTopLevelNode() const = 0;

@@ -54,6 +54,7 @@ To toStandIn(From const& from) {
 
 }  // namespace detail
 
+/// @{
 /// A value for a setting made from `value`, whose type may be one of those that the list of
 /// supported types lacks only by name: `long`, `unsigned long` (and so `std::int64_t`,
 /// `std::uint64_t`, `std::size_t`) become `long long` and `unsigned long long`, UTF-8 strings and
@@ -72,6 +73,7 @@ boost::any makeAny(T const& value) {
 template <class T>
 boost::any makeAny(std::vector<T> const& values) {
     using Stored = typename detail::StandIn<T>::Type;
+    /// @}
     if constexpr (std::is_same_v<Stored, T>) {
         return boost::any(values);
     } else {

@@ -36,6 +36,7 @@ using SupportedTuple = std::tuple<mpl_::void_ SETTINGSCORE_ELEMENT_TYPES(SETTING
 #undef SETTINGSCORE_SCALAR
 #undef SETTINGSCORE_ARRAY
 
+/// Number of the types, void among them.
 inline constexpr unsigned long supportedTypeCount = std::tuple_size_v<detail::SupportedTuple>;
 
 /// Marks, in the place of a type's index, a key whose values are not held to one type.
@@ -44,7 +45,9 @@ inline constexpr unsigned long anyTypeIndex = supportedTypeCount;
 /// A value holds a type that is not on the list.
 class SETTINGSCORE_API UnsupportedAnyType : public std::exception {
 public:
+    /// For a value that holds `type`.
     explicit UnsupportedAnyType(std::type_info const& type) : type_(&type) {}
+    /// The fixed text of the class.
     char const* what() const noexcept override;
     /// The type that the value holds.
     std::type_info const& type() const { return *type_; }

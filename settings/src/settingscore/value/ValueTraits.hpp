@@ -42,10 +42,11 @@ inline constexpr unsigned long elementTypeCount = 12;
 template <class T>
 struct ValueTraits;
 
+/// No value.
 template <>
 struct ValueTraits<mpl_::void_> {
-    static constexpr unsigned long index = 0;
-    static constexpr char const* name = "void";
+    static constexpr unsigned long index = 0;    ///< Place in `SupportedTypes`.
+    static constexpr char const* name = "void";  ///< Name for people.
 };
 
 #define SETTINGSCORE_ROW(type, place, text, wide, word)                        \

@@ -1,12 +1,7 @@
 #include <settingscore/errors/Exceptions.hpp>
 
-#include <exception>
-#include <string>
-#include <typeinfo>
-
 #include <gtest/gtest.h>
 #include <boost/make_shared.hpp>
-#include <boost/weak_ptr.hpp>
 #include <settingscore/host/I18n.hpp>
 
 namespace settings::core {
@@ -24,18 +19,25 @@ auto const life = boost::make_shared<int>();
 NodePtr const a = node<Settings const>(life);
 boost::shared_ptr<Settings> const writable = node<Settings>(life);
 
-/// Throws an error and looks at it in all the ways in which a caller can.
+/// Throws an error and looks at it in all the ways in which a caller can. Its text; of a value
+/// check behind the code, and with the message if that is another.
 template <class Error>
 std::string text(Error const& error) {
     try {
         throw error;
     } catch (std::exception const& caught) {
+        std::string const what = caught.what();
         EXPECT_TRUE(typeid(caught) == typeid(Error));
-        EXPECT_STREQ(dynamic_cast<InternalError const&>(caught).what(), caught.what());
+        EXPECT_EQ(dynamic_cast<InternalError const&>(caught).what(), what);
         auto const& host = dynamic_cast<qf::except::IInternalException const&>(caught);
-        EXPECT_STREQ(host.what(), caught.what());
-        EXPECT_EQ(qf::i18n::to_string(host.ToUstringImpl()), caught.what());
-        return caught.what() + std::string("\n");
+        EXPECT_EQ(host.what(), what);
+        EXPECT_EQ(qf::i18n::to_string(host.ToUstringImpl()), what);
+        auto const* const check = dynamic_cast<ValidationException const*>(&caught);
+        if (!check) return what + "\n";
+        EXPECT_EQ(check->getCausingObject(), a) << what;
+        std::string const message = qf::i18n::to_string(check->getErrorMsg());
+        return std::to_string(check->getErrorCode()) + " " + what +
+               (message == what ? "" : " " + message) + "\n";
     }
 }
 
@@ -46,6 +48,15 @@ std::string texts(Errors const&... errors) {
 }
 
 TEST(Exceptions, SayWhatWentWrong) {
+    auto const& level = *reinterpret_cast<SettingsLevel const*>(life.get());
+    ProductNodeAlreadyExisted const product("P", "p");
+    NoFileWritePermission const permission(writable, level, u"file", u"why", u"more", "user");
+    ErrorWriteToTempSettingsFile const temp(a, u"file", 24, u"why");
+    exception::ErrorMigratePrefsBetweenReleases const prefs("1", "2");
+    RuntimeFuncErrorConvertingZxArrayToAny const array("p", "f", typeid(long));
+    SettingsException const plugIn("id", "too loud", "volume");
+    ErrorLoadingLibrary const library("lib", u"why");
+    exception::DataTypeNotMatch const type(a, "int32", "bool");
     EXPECT_EQ(
         texts(NoSuchKey(a, "k"), NoSuchNode(a, "k"), NotAKeyName(a, "k"), NotANodeName(a, "k"),
               UnSupportedLevel(a, "l", "list"), ValueNotDefinedForGivenLevel(a, "l"),
@@ -62,9 +73,16 @@ TEST(Exceptions, SayWhatWentWrong) {
               ErrorExportOrImportSettingsUsingRelativePath(u"p"),
               ErrorCreateFactoryFileFromATreeNode(a), ErrorSaveSettingsDueToFileIOError(a, u"f"),
               ErrorReadingSettingsData(LazyLoadFailed, u"d"),
-              RelativePreferencePathNotSupported("prefs"), ErrorLoadingLibrary("lib", u"why"),
+              RelativePreferencePathNotSupported("prefs"), library,
               RunTimeFuncInvokingError("f", "p", u"why"),
-              ValidationFunctionInvokingError("f", "p", u"why")),
+              ValidationFunctionInvokingError("f", "p", u"why"), CannotAddKeyToRoot("k"), product,
+              SameNameChildAlreadyExisted(a, "n"), permission, temp, prefs,
+              ErrorMigrateSettingsBetweenReleases(u"1", u"2"), array, AttemptToGetValueFromVoid(),
+              plugIn, DataArraySizeOutOfRange(a, 1, 2, 3), DefaultValidationFailedOnVoidType(a),
+              UnsupportedType(a, "long"),
+              ValueIsNotOneOfTheChoicesAndNotInRange(a, u"1", u"2", u"3", u"4"),
+              ValueIsNotInRange(a, u"1", u"2", u"3"), type,
+              ExceptionFromValidationFunction(a, "k", 5, "f", "p", u"said")),
         R"(
 The request setting does not exist.
 The sub Settings node does not exist.
@@ -97,56 +115,6 @@ Unable to start ZENBAR. The preference folder path must be an absolute path.
 Error loading the library, please refer to error message for reasons.
 Error invoking runtime function. Please refer to error message for detail.
 Error invoking validation function. Please refer to error message for detail.
-)");
-    EXPECT_EQ(ErrorLoadingLibrary("lib", u"why").getLibName(), "lib");
-    EXPECT_EQ(LazyLoadFailed + 0, 7) << "the numbers are part of the interface";
-}
-
-/// The same for the value checks, whose text is the message; the code stands before it.
-template <class... Errors>
-std::string checks(Errors const&... errors) {
-    auto const look = [](ValidationException const& error) {
-        EXPECT_EQ(qf::i18n::to_string(error.getErrorMsg()), error.what());
-        EXPECT_EQ(error.getCausingObject(), a) << error.what();
-        return std::to_string(error.getErrorCode()) + " ";
-    };
-    return "\n" + ((look(errors) + text(errors)) + ...);
-}
-
-TEST(Exceptions, OfValueChecksHaveCodesAndMessages) {
-    exception::DataTypeNotMatch const type(a, "int32", "bool");
-    EXPECT_EQ(checks(DataArraySizeOutOfRange(a, 1, 2, 3), DefaultValidationFailedOnVoidType(a),
-                     UnsupportedType(a, "long"),
-                     ValueIsNotOneOfTheChoicesAndNotInRange(a, u"1", u"2", u"3", u"4"),
-                     ValueIsNotInRange(a, u"1", u"2", u"3"), type),
-              R"(
-0 The array size is out of range 
-1 The value passed in is void
-1 The type of the value passed in is not on the supported list.
-2 The value passed in is not one of the predefined choices and/or it is not in the predefined range.
-3 The value passed in is not in the predefined range
-5 The type of the value passed in does not match the type in the setting definition.
-)");
-    EXPECT_EQ(type.getExpectedTypeName() + type.getActualTypeName(), "int32bool");
-    // The one check whose message is not its text, but what the function said.
-    ExceptionFromValidationFunction const refusal(a, "k", 5, "f", "p", u"said");
-    EXPECT_EQ(texts(refusal), "\nException thrown by the validation function.\n");
-    EXPECT_EQ(refusal.getErrorCode(), 6);
-    EXPECT_EQ(refusal.getErrorMsg(), u"said");
-}
-
-TEST(Exceptions, ThatTheHostThrowsAreComplete) {
-    auto const* const level = reinterpret_cast<SettingsLevel const*>(life.get());
-    ProductNodeAlreadyExisted const product("P", "p");
-    NoFileWritePermission const permission(writable, *level, u"file", u"why", u"more", "user");
-    ErrorWriteToTempSettingsFile const temp(a, u"file", 24, u"why");
-    exception::ErrorMigratePrefsBetweenReleases const prefs("1", "2");
-    RuntimeFuncErrorConvertingZxArrayToAny const array("p", "f", typeid(long));
-    SettingsException const plugIn("id", "too loud", "volume");
-    EXPECT_EQ(texts(CannotAddKeyToRoot("k"), product, SameNameChildAlreadyExisted(a, "n"),
-                    permission, temp, prefs, ErrorMigrateSettingsBetweenReleases(u"1", u"2"), array,
-                    AttemptToGetValueFromVoid(), plugIn),
-              R"(
 Settings root cannot contain any setting
 Product node already existed. The product node name cannot only be different by case.
 Error add node, same name child has already existed.
@@ -157,15 +125,24 @@ Error migrating settings from previous release to the current release.
 The runtime function returns an zxArray that is not convertible to a supported type.
 Attempt to retrieve value from a void boost::any variable.
 too loud
+0 The array size is out of range 
+1 The value passed in is void
+1 The type of the value passed in is not on the supported list.
+2 The value passed in is not one of the predefined choices and/or it is not in the predefined range.
+3 The value passed in is not in the predefined range
+5 The type of the value passed in does not match the type in the setting definition.
+6 Exception thrown by the validation function. said
 )");
     EXPECT_EQ(product.getExistingName() + product.getInputName() + permission.getLevelName() +
                   prefs.getPrevFullRelTag() + prefs.getCurrFullRelTag() + array.getPackageName() +
-                  array.getFunctionName() + plugIn.msgId() + plugIn.exceptionKey(),
-              "Ppuser12pfidvolume");
+                  array.getFunctionName() + plugIn.msgId() + plugIn.exceptionKey() +
+                  library.getLibName() + type.getExpectedTypeName() + type.getActualTypeName(),
+              "Ppuser12pfidvolumelibint32bool");
     EXPECT_EQ(permission.getCausingFilePath() + permission.getAdditionalInfo() +
                   temp.getCausingFilePath() + temp.getReasonStr(),
               u"filemorefilewhy");
-    EXPECT_TRUE(&permission.getLevel() == level && array.getTypeInfo() == typeid(long));
+    EXPECT_TRUE(array.getTypeInfo() == typeid(long));
+    EXPECT_EQ(LazyLoadFailed + 0, 7) << "the numbers are part of the interface";
 }
 
 TEST(Exceptions, KeepTheirNodesAlive) {

@@ -1,8 +1,5 @@
 #include <settingscore/errors/MessageIds.hpp>
 
-#include <exception>
-#include <string>
-
 #include <gtest/gtest.h>
 #include <boost/variant/get.hpp>
 #include <settingscore/errors/ReservedExceptions.hpp>

@@ -1,12 +1,9 @@
-#include <cmath>
-
 #include <malloc.h>
 #include <sys/stat.h>
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <boost/numeric/conversion/converter_policies.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
 #include <settingscore/persistence/xml/XMLSettingsDetails.hpp>
-#include <settingscore/value/AnyBridge.hpp>
 #include <support/CommaLocale.hpp>
 #include <xercesc/internal/VecAttributesImpl.hpp>
 #include <xercesc/sax/SAXException.hpp>
@@ -17,7 +14,6 @@
 namespace {
 
 namespace ids = ZENBAR::settings::core;
-using namespace settings::core;
 using namespace qbtest;
 
 /// The catalogue's text of a message id.
@@ -30,24 +26,20 @@ std::string keyWith(std::string const& content) {
     return "<key name=\"k\">" + content + "</key>\n";
 }
 
-/// How a parse ends: "CODE DETAIL" if the reader refuses.
-template <class Parse>
-std::string refusalOf(Parse const& parse) {
-    try {
-        parse();
-    } catch (exception::ErrorReadingSettingsData const& e) {
-        return std::to_string(e.getErrorCode()) + " " + qf::i18n::to_string(e.getDetailErrorMsg());
-    }
-    return "accepted";
-}
-
 class Reader : public ::testing::Test {
 protected:
-    std::string refusal(std::string const& text) const {
-        return refusalOf([&] { folder_.parse(text); });
-    }
+    /// How a parse ends: "CODE DETAIL" if the reader refuses.
     std::string refusalOfFile(std::filesystem::path const& path) const {
-        return refusalOf([&] { ParseFolder::parseFile(folder_.path() / path); });
+        try {
+            ParseFolder::parseFile(folder_.path() / path);
+        } catch (exception::ErrorReadingSettingsData const& e) {
+            return std::to_string(e.getErrorCode()) + " " +
+                   qf::i18n::to_string(e.getDetailErrorMsg());
+        }
+        return "accepted";
+    }
+    std::string refusal(std::string const& text) const {
+        return refusalOfFile(folder_.write("p.settings", text));
     }
     ParseFolder folder_;
 };
@@ -69,74 +61,59 @@ TEST_F(Reader, buildsTheTreeThatTheFileTells) {
 </settings></settings>
 )",
         "version=\"+7\" visible=\"true\""));
-    EXPECT_TRUE(top->isVisible());
     EXPECT_EQ(top->getVersionNumber().value_or(0), 7u);
     EXPECT_TRUE(isEqual(top->getValidator(), Validator(JValidator("last", "f"))));
     auto const h = top->getChildImpl("g")->getChildImpl("h");
-    // Only "true" is a flag; a group without one is as its parent is.
-    EXPECT_TRUE(h->isReadOnly());
-    EXPECT_FALSE(h->isVisible());
     auto const k = h->getChildImpl("k");
-    EXPECT_FALSE(k->isReadOnly());
+    // Only "true" is a flag; a group without one is as its parent is.
+    EXPECT_TRUE(top->isVisible() && !h->isVisible() && h->isReadOnly() && !k->isReadOnly());
     EXPECT_EQ(k->getValueArraySizeValidator()->minArrSize(), 2u);
     EXPECT_EQ(k->getValueArraySizeValidator()->maxArrSize(), 0u);
-    EXPECT_EQ(valueOf<std::vector<ustring>>(h, "k"), (std::vector<ustring>{u"x", u""}));
+    EXPECT_EQ(shown(h->getAny("k", "user")), "array of string x ");
     auto const i = h->getChildImpl("i")->getKeyMetaData();
-    EXPECT_EQ(boost::any_cast<signed char>(i.minimum), -5);
-    EXPECT_EQ(boost::any_cast<signed char>(i.maximum), 5);
-    EXPECT_EQ(boost::any_cast<signed char>(i.choices->at(1)), 8);
+    EXPECT_EQ(shown(i.minimum) + shown(i.maximum) + shown(i.choices->at(1)), "int8 -5int8 5int8 8");
     auto const s = h->getChildImpl("s")->getKeyMetaData();
-    EXPECT_TRUE(s.minimum.empty() && !s.choices);
-    EXPECT_EQ(boost::any_cast<unsigned int>(s.maximum), 4u);
+    EXPECT_EQ(shown(s.minimum) + shown(s.maximum), "-uint32 4");
+    EXPECT_FALSE(s.choices);
     // A default drops the value; a kind that is not known does nothing.
-    EXPECT_TRUE(valueAt(h, "d").empty());
-    auto const function = h->getChildImpl("d")->getRunTimeDefault();
-    EXPECT_TRUE(boost::get<CRunTimeDefault>(function) == CRunTimeDefault("l", "f"));
-    EXPECT_EQ(valueOf<int>(h, "u"), 3);
+    auto const d = h->getChildImpl("d");
+    EXPECT_TRUE(d->getAnyValueInternal("user", false).empty());
+    EXPECT_TRUE(boost::get<CRunTimeDefault>(d->getRunTimeDefault()) == CRunTimeDefault("l", "f"));
+    EXPECT_EQ(shown(h->getAny("u", "user")), "3");
 }
 
 TEST_F(Reader, readsTheTextFormsOfValues) {
     CommaLocale const comma;
-    struct Case {
-        std::string tag;
-        std::string text;
-        boost::any value;
+    // What a key of the type holds by each text in turn; "-" is no value element.
+    auto const read = [&](std::string const& tag, Texts const& texts) {
+        std::string all;
+        for (std::string const& text : texts) {
+            std::string const content = text == "-" ? "" : valueXml(text);
+            std::string const end = "</" + tag.substr(0, tag.find(' ')) + ">";
+            auto const top = folder_.parse(fileText(keyWith("<" + tag + ">" + content + end)));
+            all += shown(top->getAny("k", "user")) + ", ";
+        }
+        return all;
     };
+    EXPECT_EQ(read("int8", {"+7"}) + read("uint16", {"-1"}) + read("uint32", {"-1"}),
+              "int8 7, uint16 65535, uint32 4294967295, ");
+    // The pieces of a number do not add up.
+    EXPECT_EQ(read("int32", {"", "007", "1<!-- cut -->2"}), "0, 7, 2, ");
+    EXPECT_EQ(read("double", {"1.5and more", "1,5", "INFINITY"}),
+              "double 1.5, double 1, double inf, ");
+    EXPECT_EQ(read("bool", {"true", "1", "TRUE", " 1", ""}),
+              "bool 1, bool 1, bool 0, bool 0, bool 0, ");
+    EXPECT_EQ(read("string", {" \n<![CDATA[a]]]]><![CDATA[>b]]>&lt;&#x20ac;<!-- cut -->end"}),
+              "string  \na]]>b<\u20acend, ");
+    // Count and sizes decide what a key holds.
+    std::string const two = "7</value><value>8";
+    EXPECT_EQ(read("int32", {"-"}) + read("int32 undef=\"true\"", {two}), "-, -, ");
     std::string const open = "int32 minArraySize=\"0\" maxArraySize=\"0\"";
-    std::string const pair = "int32 minArraySize=\"2\" maxArraySize=\"2\"";
-    std::string const next = "</value><value>";
-    for (Case const& c : std::vector<Case>{
-             {"int8", "+7", static_cast<signed char>(7)},
-             {"int32", "", 0},
-             {"int32", "007", 7},
-             {"int32", "1<!-- cut -->2", 2},  // The pieces of a number do not add up.
-             {"uint16", "-1", static_cast<unsigned short>(65535)},
-             {"uint32", "-1", 4294967295u},
-             {"double", "1.5and more", 1.5},
-             {"double", "1,5", 1.0},
-             {"double", "INFINITY", HUGE_VAL},
-             {"bool", "true", true},
-             {"bool", "1", true},
-             {"bool", "TRUE", false},
-             {"bool", " 1", false},
-             {"bool", "", false},
-             {"string", " \n<![CDATA[a]]]]><![CDATA[>b]]>&lt;&#x20ac;<!-- cut -->end",
-              ustring(u" \na]]>b<\u20acend")},
-             // Count and sizes decide what a key holds; "-" stands for no value element.
-             {"int32", "-", boost::any()},
-             {open, "-", std::vector<int>()},
-             {open + " undef=\"true\"", "-", boost::any()},
-             {"int32 undef=\"true\"", "7" + next + "7", boost::any()},
-             {pair, "-", boost::any()},
-             {pair, "7" + next + "8", std::vector<int>{7, 8}},
-             {"int32 maxArraySize=\"0\"", "7", std::vector<int>{7}},
-             {"int32 minArraySize=\"0\"", "7", 7},
-         }) {
-        std::string const content = c.text == "-" ? "" : valueXml(c.text);
-        std::string const end = "</" + c.tag.substr(0, c.tag.find(' ')) + ">";
-        auto const top = folder_.parse(fileText(keyWith("<" + c.tag + ">" + content + end)));
-        EXPECT_TRUE(settingscore::boostany::isEqual(valueAt(top, "k"), c.value)) << c.text;
-    }
+    EXPECT_EQ(read(open, {"-"}) + read(open + " undef=\"true\"", {"-"}), "array of int32, -, ");
+    EXPECT_EQ(read("int32 minArraySize=\"2\" maxArraySize=\"2\"", {"-", two}),
+              "-, array of int32 7 8, ");
+    EXPECT_EQ(read("int32 maxArraySize=\"0\"", {"7"}) + read("int32 minArraySize=\"0\"", {"7"}),
+              "array of int32 7, 7, ");
 }
 
 // --- Refusals -------------------------------------------------------------------------------
@@ -162,8 +139,8 @@ TEST_F(Reader, tellsInTheCataloguesWordsWhatItRefuses) {
     auto const key = [](std::string const& tag, std::string const& content) {
         return keyXml("k", tag, content);
     };
-    auto const meta = [](std::string const& tag, std::string const& content) {
-        return keyXml("k", tag, "<metadata>" + content + "</metadata>");
+    auto const meta = [&](std::string const& tag, std::string const& content) {
+        return key(tag, "<metadata>" + content + "</metadata>");
     };
     auto const misplaced = [](char const* node, char const* tag, char const* place) {
         return textOf(ids::XMLParserErrorIllegalTagName(node, tag, place));
@@ -187,22 +164,16 @@ TEST_F(Reader, tellsInTheCataloguesWordsWhatItRefuses) {
         {key("int32", "<min>1</min>"), misplaced("k", "min", "int32")},
         {key("int32", valueXml("<key/>")), misplaced("k", "key", "value")},
     };
-    for (auto const& [tag, text, name] : std::vector<std::array<std::string, 3>>{
-             {"int8", "abc", "int8"},
-             {"uint8", "70000", "unsigned int8"},
-             {"int16", "32768", "int16"},
-             {"uint16", "1.0", "uint16"},
-             {"int32", " 1", "int32"},
-             {"uint32", "0x1F", "uint32"},
-             {"int64", "1,000", "int64"},
-             {"uint64", "--1", "uint64"},
-             {"float", "0,1", "float"},
-             {"double", "0abc", "double"},
-         }) {
-        cases.emplace_back(key(tag, valueXml(text)),
-                           textOf(ids::XMLParseErrorWrongValueForGivenType(
-                               qf::i18n::to_ustring(tag), qf::i18n::to_ustring(text),
-                               qf::i18n::to_ustring(name))));
+    std::map<std::string, std::string> const numbers{
+        {"int8", "abc"},  {"uint8", "70000"}, {"int16", "32768"}, {"uint16", "1.0"},
+        {"int32", " 1"},  {"uint32", "0x1F"}, {"int64", "1,000"}, {"uint64", "--1"},
+        {"float", "0,1"}, {"double", "0abc"}};
+    for (auto const& [tag, text] : numbers) {
+        ustring const type = qf::i18n::to_ustring(tag);
+        cases.emplace_back(
+            key(tag, valueXml(text)),
+            textOf(ids::XMLParseErrorWrongValueForGivenType(
+                type, qf::i18n::to_ustring(text), tag == "uint8" ? u"unsigned int8" : type)));
     }
     for (auto const& [body, detail] : cases)
         EXPECT_EQ(refusal(fileText(body)), "5 " + detail) << body;
@@ -268,13 +239,10 @@ TEST_F(Reader, opensNothingButItsFilesAndItsOwnSchema) {
 
 TEST_F(Reader, boundsNestingAndTheLengthOfATextAndKeepsNothingOfARefusedFile) {
     auto const nested = [](std::size_t depth) {
-        std::string open;
-        std::string close;
-        for (std::size_t i = 0; i < depth; ++i) {
-            open += "<settings name=\"g\">";
-            close += "</settings>";
-        }
-        return fileText(open + close);
+        std::string body;
+        for (std::size_t i = 0; i < 2 * depth; ++i)
+            body += i < depth ? "<settings name=\"g\">" : "</settings>";
+        return fileText(body);
     };
     std::size_t const limit = SettingsSaxHandler::nestingLimit;
     EXPECT_EQ(refusal(nested(limit - 1)), "accepted");
@@ -284,7 +252,7 @@ TEST_F(Reader, boundsNestingAndTheLengthOfATextAndKeepsNothingOfARefusedFile) {
     for (int i = 0; i < 200000; ++i)
         many += "&amp;&#65;";
     auto const top = folder_.parse(fileText(keyXml("k", "string", valueXml(many))));
-    EXPECT_EQ(boost::any_cast<ustring>(valueAt(top, "k")).size(), 400000u);
+    EXPECT_EQ(valueOf<ustring>(top, "k").size(), 400000u);
 
     // Sanitizers count for themselves: there this is always zero.
     auto const inUse = [] { return ::mallinfo2().uordblks + ::mallinfo2().hblkhd; };
@@ -359,6 +327,9 @@ TEST_F(Reader, followsAdditionalPathsFromTheFirstFilesFolder) {
     EXPECT_EQ(refusalOfFile("a.settings"),
               "6 Error merging Settings' files. The starting file is: " +
                   (folder_.path() / "a.settings").string());
+    // A group in the place of a key is more than that.
+    write("c", {}, groupXml("a", ""));
+    EXPECT_THROW(refusalOfFile("a.settings"), exception::ErrorMergingNodesWithDiffAttr);
     write("sub/b", {"gone.settings", "c.settings"}, "");
     std::string const gone = refusalOfFile("a.settings");
     EXPECT_EQ(gone[0], '4');
@@ -366,16 +337,10 @@ TEST_F(Reader, followsAdditionalPathsFromTheFirstFilesFolder) {
 }
 
 TEST_F(Reader, findsItsSchemaBelowAHostRootWithBlanks) {
-    struct HostRoot {
-        explicit HostRoot(std::filesystem::path const& path) {
-            qbhost::setInstallPath(toUString(path));
-        }
-        ~HostRoot() { qbhost::setInstallPath(ustring()); }
-    };
     std::filesystem::path const place = "settings/src/settingscore/settings.xsd";
     std::string const schema = readFile(QB_SOURCE_DIR / place);
     auto const root = folder_.path() / "host \xc3\xa4 root";
-    HostRoot const moved(root);
+    qbhost::setInstallPath(toUString(root));
     EXPECT_NE(refusal(fileText("")).find("settings.xsd"), std::string::npos);
     writeFile(root / place, "no schema");
     EXPECT_EQ(refusal(fileText(""))[0], '4');
@@ -384,6 +349,7 @@ TEST_F(Reader, findsItsSchemaBelowAHostRootWithBlanks) {
     EXPECT_EQ(refusal(fileText("")), "accepted");
     std::filesystem::remove(root / place);
     EXPECT_EQ(refusal(fileText("")), "accepted");
+    qbhost::setInstallPath({});
 }
 
 TEST_F(Reader, parsesOnManyThreadsAtOnce) {

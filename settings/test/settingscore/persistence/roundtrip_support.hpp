@@ -12,7 +12,7 @@ namespace qbtest {
 inline std::string saved(NodePtr const& node, std::string const& level) {
     std::ostringstream stream;
     boost::shared_lock<boost::shared_mutex> const lock(SettingsImpl::mutexToRoot());
-    settings::core::SaveSettingsFunctor const save(lock);
+    SaveSettingsFunctor const save(lock);
     save(node, stream, level);
     return stream.str();
 }
@@ -30,19 +30,12 @@ public:
         return writeFile(folder_.path() / name, text);
     }
     static NodePtr parseFile(std::filesystem::path const& path) {
-        return settings::core::SettingsXMLReader::getParsedSettings(toUString(path));
+        return SettingsXMLReader::getParsedSettings(toUString(path));
     }
     std::filesystem::path const& path() const { return folder_.path(); }
 
 private:
     TempFolder folder_;
 };
-
-/// The value of the key at a dotted path on the level "user".
-inline boost::any valueAt(NodePtr const& top, std::string const& path) {
-    auto const node = boost::dynamic_pointer_cast<SettingsImpl>(top->getSettingsByFullName(path));
-    if (!node) throw std::runtime_error("no node " + path);
-    return node->getAnyValueInternal("user", false);
-}
 
 }  // namespace qbtest

@@ -1,18 +1,17 @@
 #include <atomic>
-#include <fstream>
 
 #include <settingscore/persistence/SettingsFile.hpp>
 #include <settingscore/persistence/SettingsLevelManager.hpp>
 #include <settingscore/roots/SettingsContext.hpp>
 #include <settingscore/tree/ProductWorld.hpp>
 
-using namespace settings::core;
 using namespace qbtest;
 
 namespace {
 
 namespace fs = qf::filesystem;
 using Path = SettingsFile::Path;
+using Files = std::map<std::string, std::string>;
 
 SettingsLevel const* level(std::string const& name) {
     return SettingsLevelManager::findLevel(name);
@@ -21,13 +20,18 @@ SettingsLevel const* level(std::string const& name) {
 // Counted on the thread that saves and read on others.
 std::atomic<int> renames{0};
 std::atomic<int> movesAway{0};
+void (*duringSave)() = nullptr;
+
+void useOtherFolder() {
+    ustring const other = SettingsContext::getUserDir(BlessedZcrID) + u"/other";
+    SettingsContext::setSettingsDirectories(BlessedZcrID, {}, {}, other);
+}
 
 class File : public ProductWorld {
 protected:
     File() {
         installPlot();
-        renames = 0;
-        movesAway = 0;
+        renames = movesAway = 0;
         SettingsFile::setRenameBackupFileFunc([](auto const&, auto const&) { ADD_FAILURE(); });
     }
     ~File() override {
@@ -37,12 +41,15 @@ protected:
         SettingsFile::setSaveToFileFunc(&SettingsFile::saveToFile);
         qbhost::enableLog({});
     }
-    static void setWidth(int value) { product()->setAny("width", value, "user"); }
-    /// Lets permissions count for the folder and the file of "plot".
-    void setModes(unsigned userFolder, unsigned file) const {
-        std::filesystem::permissions(folder(), std::filesystem::perms(0755));
-        std::filesystem::permissions(userDir(), std::filesystem::perms(userFolder));
-        std::filesystem::permissions(userFilePath("plot"), std::filesystem::perms(file));
+    /// The files when the width is 6, and what they become with another.
+    Files filesOfWidth6() const {
+        setting("plot.width", 6);
+        return userFiles();
+    }
+    static Files withWidth(char const* width, Files files) {
+        std::string& text = files["plot.settings"];
+        text.replace(text.find(valueXml("6")), valueXml("6").size(), valueXml(width));
+        return files;
     }
 };
 
@@ -51,11 +58,10 @@ protected:
 TEST_F(File, ListsFoldersOfTheFactoryAndFilesOfTheUser) {
     for (std::string const file :
          {"Alpha/f", "under_score/f", "a2/f", "farmjobs/f", "2fast/f", "with-dash/f", "_low/f",
-          "\xc3\xa4rger/f", "dot.ted/f", "hidden/", "deep/settings/f", "file"}) {
+          "\xc3\xa4rger/f", "dot.ted/f", "hidden/", "deep/settings/f", "file", "locked/f"}) {
         writeFile(factoryDir() / (file + ".settings"), "");
     }
     factoryText("capitals", "f.SETTINGS", "");
-    factoryText("locked", "f.settings", "");
     std::filesystem::create_directories(factoryDir() / "folder" / "f.settings");
     for (std::string const file : {"ALPHA.settings", "two.dots.settings", "farmjobs.settings",
                                    ".settings", "x.SETTINGS", "x.settings.bak", "-odd.settings"}) {
@@ -77,8 +83,8 @@ TEST_F(File, ListsFoldersOfTheFactoryAndFilesOfTheUser) {
     EXPECT_EQ(SettingsFile::getSettingsTopLevelNodes(tree),
               (Texts{"-odd", "a2", "Alpha", "gridpool", "plot", "two.dots", "under_score"}));
     IsASettingsDirectoryWithSubDir const below;
-    EXPECT_TRUE(below(fs::upath_directory_entry(toUString(factoryDir() / "deep"))));
-    EXPECT_FALSE(below(fs::upath_directory_entry(toUString(factoryDir() / "plot"))));
+    for (char const* name : {"deep", "plot"})
+        EXPECT_EQ(below(fs::upath_directory_entry(toUString(factoryDir() / name))), *name == 'd');
 }
 
 TEST_F(File, NamesTheFilesOfAProductInTheOrderOfTheFolder) {
@@ -89,25 +95,24 @@ TEST_F(File, NamesTheFilesOfAProductInTheOrderOfTheFolder) {
     userText("gridpool.settings", "");
     auto const tree = implRoot();
     auto const files = [&](std::string const& product, std::string const& levelName) {
-        Texts names;
+        std::string names;
         for (Path const& file :
              SettingsFile::getAllSettingsFileForProduct(product, level(levelName), tree)) {
-            names.push_back(std::filesystem::relative(file.native(), folder()).string());
+            names += std::filesystem::relative(file.native(), folder()).string() + " ";
         }
         return names;
     };
-    EXPECT_EQ(files("plot", "factory"), (Texts{"toolbox/plot/a.settings", "toolbox/plot/b.settings",
-                                               "toolbox/plot/plot.settings"}));
-    EXPECT_EQ(files("plot", "user"), Texts{});
-    EXPECT_EQ(files("gridpool", "session"), Texts{});
-    EXPECT_EQ(files("gridpool", "factory"), Texts{"toolbox/farmjobs/f.settings"});
-    EXPECT_EQ(files("gridpool", "user"), Texts{"user/gridpool.settings"});
+    EXPECT_EQ(files("plot", "factory"),
+              "toolbox/plot/a.settings toolbox/plot/b.settings toolbox/plot/plot.settings ");
+    EXPECT_EQ(files("gridpool", "factory"), "toolbox/farmjobs/f.settings ");
+    EXPECT_EQ(files("gridpool", "user"), "user/gridpool.settings ");
+    EXPECT_EQ(files("plot", "user") + files("gridpool", "session"), "");
     // Missing folders and files in their place are empty.
     std::filesystem::remove_all(userDir());
     std::filesystem::remove_all(factoryDir());
     writeFile(userDir(), "mine");
     EXPECT_EQ(SettingsFile::getSettingsTopLevelNodes(tree), Texts{});
-    EXPECT_EQ(files("plot", "factory"), Texts{});
+    EXPECT_EQ(files("plot", "factory"), "");
 }
 
 // --- Saving ---------------------------------------------------------------------------------
@@ -118,13 +123,13 @@ TEST_F(File, ASaveWritesTheWholeProductWhereverTheChangeIs) {
     qbhost::enableLog([&](std::string const& logger, int severity, std::string const& text) {
         records.push_back(logger + " " + std::to_string(severity) + " " + text);
     });
-    setWidth(6);
-    nodeAt("plot.axes.ticks")->setAny("count", 8, "user");
+    setting("plot.width", 6);
+    setting("plot.axes.ticks.count", 8);
     EXPECT_EQ(records, Texts(2, "settings::core 1 SaveObj : plot Level : user"));
-    std::string const text = readUserFile("plot");
-    EXPECT_NE(text.find("<value>6</value>"), std::string::npos);
-    EXPECT_NE(text.find("<value>8</value>"), std::string::npos);
-    EXPECT_EQ(userFiles().size(), 1u);
+    auto const files = userFiles();
+    EXPECT_EQ(files.size(), 1u);
+    for (char const* value : {"6", "8"})
+        EXPECT_NE(files.at("plot.settings").find(valueXml(value)), std::string::npos);
 
     auto const plot = productImpl();
     boost::shared_lock<boost::shared_mutex> const lock(*Settings::getTheRootMutex());
@@ -132,47 +137,69 @@ TEST_F(File, ASaveWritesTheWholeProductWhereverTheChangeIs) {
     auto const orphan =
         boost::make_shared<SettingsImplRoot>(BlessedZcrID, boost::weak_ptr<SettingsRootStateMgr>());
     SettingsFile::saveSettings(level("session"), plot, functor);
-    SettingsFile::saveSettings(level("user"), {}, functor);
-    SettingsFile::saveSettings(level("user"), makeGroup("alone"), functor);
-    SettingsFile::saveSettings(level("user"), makeGroup("p", orphan), functor);
-    expectThrow<exception::CantModifyValuesOnReadOnlyLevel>(
-        [&] { SettingsFile::saveSettings(level("factory"), plot, functor); },
-        [&](auto const& e) { EXPECT_EQ(e.getLevelToModify(), "factory"); });
+    for (NodePtr const& node : {NodePtr(), makeGroup("alone"), makeGroup("p", orphan)})
+        SettingsFile::saveSettings(level("user"), node, functor);
+    EXPECT_EQ(ending([&] { SettingsFile::saveSettings(level("factory"), plot, functor); }),
+              "CantModifyValuesOnReadOnlyLevel(plot, factory)");
     for (ustring const path : {u"/dev/full", u"/no/such/folder/f"})
         SettingsFile::saveToFile(level("user"), plot, functor, path);  // In silence.
-    EXPECT_EQ(userFiles(), (std::map<std::string, std::string>{{"plot.settings", text}}));
+    EXPECT_EQ(userFiles(), files);
     EXPECT_FALSE(std::filesystem::exists("p.settings"));
 }
 
 TEST_F(File, WithoutAccessASaveIsRefusedOrDoneWithoutInSilence) {
-    setWidth(6);
-    auto const before = userFiles();
-    auto const setWithoutRights = [](int value) {
+    auto const before = filesOfWidth6();
+    std::filesystem::permissions(folder(), std::filesystem::perms(0755));
+    auto const setWithModes = [&](int value, unsigned userFolder, unsigned file) {
+        std::filesystem::permissions(userDir(), std::filesystem::perms(userFolder));
+        std::filesystem::permissions(userFilePath("plot"), std::filesystem::perms(file));
         Unprivileged const user;
-        setWidth(value);
+        setting("plot.width", value);
     };
-    setModes(0555, 0644);
     expectThrow<ZENBAR::settings::core::NoWritePermissionOnDirectoryException>(
-        [&] { setWithoutRights(7); },
+        [&] { setWithModes(7, 0555, 0644); },
         [&](auto const& e) {
             std::string const text = e.what();
-            EXPECT_NE(text.find((userDir() / "temp").string()), std::string::npos) << text;
-            EXPECT_NE(text.find("ermission"), std::string::npos) << text;
+            for (std::string const part : {userDir() / "temp", {"ermission"}})
+                EXPECT_NE(text.find(part), std::string::npos) << text;
         });
-    setModes(0777, 0444);
-    setWithoutRights(8);
+    setWithModes(8, 0777, 0444);
     EXPECT_EQ(userFiles(), before);
-    EXPECT_EQ(valueOf<int>(product(), "width", "user"), 8);
+    EXPECT_EQ(shownAt("plot.width", "user"), "8");
     EXPECT_TRUE(SettingsFile::checkWritePermission(level("user"), productImpl()));
 
     std::filesystem::remove_all(userDir());
     writeFile(userDir(), "mine");
-    EXPECT_THROW(setWidth(9), fs::FsysExceptionBase);
+    EXPECT_THROW(setting("plot.width", 9), fs::FsysExceptionBase);
     EXPECT_EQ(readFile(userDir()), "mine");
 }
 
-TEST_F(File, ARenameThatIsRefusedOnceIsTriedAgainWithTheOldFileOutOfTheWay) {
-    setWidth(6);
+TEST_F(File, WhatHappensWhileTheTemporaryFileIsWrittenHarmsNoOther) {
+    Files const before = filesOfWidth6();
+    SettingsFile::setSaveToFileFunc(
+        [](auto const* to, auto const& node, auto const& functor, Path const& path) {
+            SettingsFile::saveToFile(to, node, functor, path);
+            EXPECT_EQ(path.filename().str(), u"plot.settings.tmp");
+            duringSave();
+        });
+    duringSave = [] { throw std::runtime_error("broken"); };
+    EXPECT_THROW(setting("plot.width", 7), std::runtime_error);
+    EXPECT_EQ(userFiles(), before);
+    // The folder is that which was in force at the start.
+    for (auto const change : {&useOtherFolder, +[] { SettingsContext::reset(BlessedZcrID); },
+                              +[] { SettingsContext::reset(AnyZcrID); }}) {
+        duringSave = [] {};
+        resetInstances();
+        setting("plot.width", 6);
+        duringSave = change;
+        setting("plot.width", 7);
+        EXPECT_EQ(userFiles(), withWidth("7", before));
+        EXPECT_FALSE(std::filesystem::exists("plot.settings"));
+    }
+}
+
+TEST_F(File, ARenameThatIsRefusedIsTriedAgainWithTheOldFileOutOfTheWayAThousandTimes) {
+    Files const before = filesOfWidth6();
     SettingsFile::setRenameTempToRealFunc([](Path const& from, Path const& to) {
         ++renames;
         if (fs::exists(to)) throw fs::FsysExceptionBase("refused", from.str(), 5);
@@ -183,16 +210,13 @@ TEST_F(File, ARenameThatIsRefusedOnceIsTriedAgainWithTheOldFileOutOfTheWay) {
         EXPECT_EQ(to.filename().str(), u"plot.settings.previous");
         fs::rename(from, to);
     });
-    setWidth(7);
+    setting("plot.width", 7);
     EXPECT_EQ(renames, 2);
     EXPECT_EQ(movesAway, 1);
-    EXPECT_EQ(userFiles().size(), 1u);
-    EXPECT_NE(readUserFile("plot").find("<value>7</value>"), std::string::npos);
-}
+    EXPECT_EQ(userFiles(), withWidth("7", before));
+    setting("plot.width", 6);
 
-TEST_F(File, ARenameThatIsRefusedForEverEndsInSilenceAfterAThousandTries) {
-    setWidth(6);
-    std::string const before = readUserFile("plot");
+    renames = movesAway = 0;
     SettingsFile::setRenameTempToRealFunc([](Path const& from, Path const&) {
         ++renames;
         throw fs::FsysExceptionBase("refused", from.str(), 5);
@@ -203,29 +227,16 @@ TEST_F(File, ARenameThatIsRefusedForEverEndsInSilenceAfterAThousandTries) {
         throw fs::FsysExceptionBase("refused", from.str(), 5);
     });
     auto const start = std::chrono::steady_clock::now();
-    std::thread watcher([&] {
+    concurrently(2, [&](int thread) {
+        if (thread == 0) return product()->setAny("width", 7, "user");
         while (movesAway == 0)
             std::this_thread::yield();
-        EXPECT_EQ(readUserFile("plot"), before);
+        EXPECT_EQ(readUserFile("plot"), before.at("plot.settings"));
     });
-    setWidth(7);
-    watcher.join();
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
     EXPECT_EQ(renames, 1000);
     EXPECT_EQ(movesAway, 1000);
     EXPECT_TRUE(userFiles().empty());
-}
-
-TEST_F(File, AnErrorWhileTheTemporaryFileIsWrittenLeavesTheRealOneAlone) {
-    setWidth(6);
-    auto const before = userFiles();
-    SettingsFile::setSaveToFileFunc([](auto const*, auto const&, auto const&, Path const& path) {
-        EXPECT_EQ(path.filename().str(), u"plot.settings.tmp");
-        std::ofstream(path.native()) << "<settings";
-        throw std::runtime_error("broken");
-    });
-    EXPECT_THROW(setWidth(7), std::runtime_error);
-    EXPECT_EQ(userFiles(), before);
 }
 
 TEST_F(File, SavesOfManyThreadsLeaveTheLastStateAndNoFolder) {

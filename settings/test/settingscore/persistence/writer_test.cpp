@@ -1,23 +1,27 @@
-#include <atomic>
 #include <cmath>
 #include <limits>
 #include <random>
 #include <regex>
 
+#include <settingscore/persistence/DurableSaving.hpp>
 #include <settingscore/persistence/writer/ValueWriter.hpp>
-#include <settingscore/value/AnyBridge.hpp>
+#include <settingscore/roots/SettingsContext.hpp>
 #include <support/CommaLocale.hpp>
 
 #include "roundtrip_support.hpp"
 
-using namespace settings::core;
 using namespace qbtest;
 
 namespace {
 
-/// The key of a one-key product as it is written, without line ends and indentation.
+/// A text without line ends and indentation.
+std::string flat(std::string const& text) {
+    return std::regex_replace(text, std::regex("\n *"), "");
+}
+
+/// The key of a one-key product as it is written.
 std::string keyText(NodePtr const& top, std::string const& level) {
-    std::string const text = std::regex_replace(saved(top, level), std::regex("\n *"), "");
+    std::string const text = flat(saved(top, level));
     std::size_t const first = text.find("<key");
     return text.substr(first, text.rfind("</settings>") - first);
 }
@@ -26,128 +30,187 @@ std::string keyText(NodePtr const& top, std::string const& level) {
 TEST(Writer, TextsComeBack) {
     ParseFolder folder;
     for (auto const& [body, written] : std::vector<std::pair<std::string, std::string>>{
-             {R"(    <key name="any" anytype="true">
-    </key>
-    <key name="anyvalue" anytype="true">
-        <uint8>
-            <value>9</value>
-        </uint8>
-    </key>
-    <key name="own" visible="true">
-        <validationfunc type='ZENBAR' packagename='p.q' functionname='f'/>
-        <int32 minArraySize="0" maxArraySize="0">
-        </int32>
-    </key>
-    <key name="pair">
-        <float minArraySize="2" maxArraySize="2">
-            <value>0.5</value>
-            <value>-inf</value>
-        </float>
-    </key>
-    <key name="ro" readonly="true">
-        <string undef="true">
-        </string>
-    </key>
-    <key name="title">
-        <string>
-            <value><![CDATA[a]]]]><![CDATA[>b]]></value>
-        </string>
-    </key>
-    <settings name="g" readonly="true">
-        <validationfunc type='JAVA' packagename='a.B' functionname='c'/>
-        <key name="x">
-            <bool>
-                <value>1</value>
-            </bool>
-        </key>
-        <validationfunc type='JAVA' packagename='a.B' functionname='c'/>
-        <settings name="h" visible="true" readonly="true">
-        </settings>
-    </settings>
+             {R"(<key name="any" anytype="true"></key>
+<key name="anyvalue" anytype="true"><uint8><value>9</value></uint8></key>
+<key name="own" visible="true">
+    <validationfunc type='ZENBAR' packagename='p.q' functionname='f'/>
+    <int32 minArraySize="0" maxArraySize="0"></int32>
+</key>
+<key name="pair">
+    <float minArraySize="2" maxArraySize="2"><value>0.5</value><value>-inf</value></float>
+</key>
+<key name="ro" readonly="true"><string undef="true"></string></key>
+<key name="title"><string><value><![CDATA[a]]]]><![CDATA[>b]]></value></string></key>
+<settings name="g" readonly="true">
+    <validationfunc type='JAVA' packagename='a.B' functionname='c'/>
+    <key name="x"><bool><value>1</value></bool></key>
+    <validationfunc type='JAVA' packagename='a.B' functionname='c'/>
+    <settings name="h" visible="true" readonly="true"></settings>
+</settings>
 )",
               ""},
              // What only a definition has is not written.
              {"<key name=\"m\"><int8><metadata><min>0</min></metadata></int8></key>",
-              R"(    <key name="m">
-        <int8 undef="true">
-        </int8>
-    </key>
-)"},
+              "<key name=\"m\"><int8 undef=\"true\"></int8></key>"},
              // Of several validators the last counts, and it is written before each child.
              {R"(<validationfunc type="C" packagename="l" functionname="one"/>
 <key name="m" anytype="true"><string undef="true"/></key>
 <validationfunc type="C" packagename="l" functionname="two"/>)",
-              R"(    <validationfunc type='C' packagename='l' functionname='two'/>
-    <key name="m" anytype="true">
-    </key>
-)"},
+              R"(<validationfunc type='C' packagename='l' functionname='two'/>
+<key name="m" anytype="true"></key>)"},
          }) {
         auto const top = folder.parse(fileText(body, "version=\"3\""));
-        EXPECT_EQ(saved(top, "user"), fileText(written.empty() ? body : written, "version=\"3\""));
+        std::string const& expected = written.empty() ? body : written;
+        EXPECT_EQ(flat(saved(top, "user")), flat(fileText(expected, "version=\"3\"")));
     }
     EXPECT_EQ(fileText("").substr(0, 38), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
     EXPECT_EQ(Settings::settingsSchemaInfo.size(), 155u);
 }
 
-/// Equal to the last bit, so that a NaN is itself and the zeros differ.
-bool same(boost::any const& a, boost::any const& b) {
-    auto const* x = boost::any_cast<double>(&a);
-    auto const* y = boost::any_cast<double>(&b);
-    if (!x || !y) return settingscore::boostany::isEqual(a, b);
-    return std::signbit(*x) == std::signbit(*y) && (std::isnan(*x) ? std::isnan(*y) : *x == *y);
-}
-
-TEST(Writer, EachTypeHasItsOwnFormAndReadsBackAsItWas) {
+TEST(Writer, EachTypeHasItsOwnForm) {
     CommaLocale const comma;
-    ParseFolder folder;
-    struct Case {
-        boost::any value;
-        std::string tag;
-        Texts texts;
-    };
-    for (Case const& c : std::vector<Case>{
-             {static_cast<signed char>(-128), "int8", {"-128"}},
-             {static_cast<unsigned char>(255), "uint8", {"255"}},
-             {-2147483647, "int32", {"-2147483647"}},
-             {std::numeric_limits<long long>::min(), "int64", {"-9223372036854775808"}},
-             {std::numeric_limits<unsigned long long>::max(), "uint64", {"18446744073709551615"}},
-             {0.1f, "float", {"0.10000000149"}},
-             {0.1, "double", {"0.1"}},
-             {-0.0, "double", {"-0"}},
-             {5e-324, "double", {"5e-324"}},
-             {-std::numeric_limits<double>::infinity(), "double", {"-inf"}},
-             {false, "bool", {"0"}},
-             {ustring(), "string", {"<![CDATA[]]>"}},
-             {ustring(u"  a<&\u20ac\U0001f600"), "string", {"<![CDATA[  a<&\u20ac\U0001f600]]>"}},
+    using Limits = std::numeric_limits<unsigned long long>;
+    for (auto const& [value, written] : std::vector<std::pair<any, std::string>>{
+             {static_cast<signed char>(-128), "<int8><value>-128</value></int8>"},
+             {static_cast<unsigned char>(255), "<uint8><value>255</value></uint8>"},
+             {-2147483647, "<int32><value>-2147483647</value></int32>"},
+             {Limits::max(), "<uint64><value>18446744073709551615</value></uint64>"},
+             {0.1f, "<float><value>0.10000000149</value></float>"},
+             {0.1, "<double><value>0.1</value></double>"},
+             {-0.0, "<double><value>-0</value></double>"},
+             {5e-324, "<double><value>5e-324</value></double>"},
+             {-HUGE_VAL, "<double><value>-inf</value></double>"},
+             {false, "<bool><value>0</value></bool>"},
+             {ustring(), "<string><value><![CDATA[]]></value></string>"},
+             {ustring(u"  a<&\u20ac\U0001f600"),
+              "<string><value><![CDATA[  a<&\u20ac\U0001f600]]></value></string>"},
              {ustring(u"]]>]]>x]]>"),
-              "string",
-              {"<![CDATA[]]]]><![CDATA[>]]]]><![CDATA[>x]]]]><![CDATA[>]]>"}},
+              "<string><value><![CDATA[]]]]><![CDATA[>]]]]><![CDATA[>x]]]]>"
+              "<![CDATA[>]]></value></string>"},
              {std::vector<bool>{true, false},
-              "bool minArraySize=\"0\" maxArraySize=\"2\"",
-              {"1", "0"}},
-             {std::vector<signed char>{7}, "int8 minArraySize=\"0\"", {"7"}},
-             {std::vector<int>(), "int32 minArraySize=\"0\" maxArraySize=\"0\"", {}},
+              "<bool minArraySize=\"0\" maxArraySize=\"2\">"
+              "<value>1</value><value>0</value></bool>"},
+             {std::vector<signed char>{7}, "<int8 minArraySize=\"0\"><value>7</value></int8>"},
+             {Ints(), "<int32 minArraySize=\"0\" maxArraySize=\"0\"></int32>"},
          }) {
         auto const top = makeGroup("p");
-        makeKey("k", c.value, top);
-        std::string expected = "<key name=\"k\" visible=\"true\"><" + c.tag + ">";
-        for (auto const& text : c.texts)
-            expected += valueXml(text);
-        expected += "</" + c.tag.substr(0, c.tag.find(' ')) + "></key>";
-        EXPECT_EQ(keyText(top, "user"), expected);
-        if (c.tag == "int8 minArraySize=\"0\"") continue;  // Read as a scalar.
-        EXPECT_TRUE(same(valueAt(folder.parse(saved(top, "user")), "k"), c.value)) << expected;
+        makeKey("k", value, top);
+        EXPECT_EQ(keyText(top, "user"), "<key name=\"k\" visible=\"true\">" + written + "</key>");
     }
-    std::mt19937_64 random(7);
-    std::vector<double> doubles;
-    for (int i = 0; i < 1000; ++i)
-        doubles.push_back(std::ldexp(double(random() >> 11), int(random() % 900) - 500));
-    auto const top = makeGroup("p");
-    makeKey("doubles", doubles, top);
-    makeKey("texts", std::vector<ustring>{u"", u" line\n  and\ttab", u"<![CDATA[x]]>&amp;"}, top);
-    std::string const text = saved(top, "user");
-    EXPECT_EQ(saved(folder.parse(text), "user"), text);
-    EXPECT_TRUE(same(valueAt(folder.parse(text), "doubles"), doubles));
+}
+
+// --- At full scale --------------------------------------------------------------------------
+
+/// Values of a type that lose something where a bit, a character or the locale is taken lightly.
+template <class T>
+std::vector<T> hardValues() {
+    using Limits = std::numeric_limits<T>;
+    if constexpr (std::is_same_v<T, ustring>) {
+        return {u"", u" \n\t ", u"<![CDATA[x]]>&amp;]]>", u"1,5\u0085\uFFFD\U0001FFFE",
+                ustring(500, u'\u20ac')};
+    } else if constexpr (std::is_floating_point_v<T>) {
+        T const inf = Limits::infinity();
+        T const nan = Limits::quiet_NaN();
+        std::vector<T> values{
+            Limits::max(), Limits::lowest(), Limits::min(), Limits::denorm_min(), inf, -inf, nan,
+            -nan,          T(-0.0),          T(0.1),        T(1234567.891)};
+        std::mt19937_64 random(7);
+        for (int i = 0; i < 100; ++i)
+            values.push_back(std::ldexp(T(random()), int(random() % 160) - 120));
+        return values;
+    } else {
+        return {Limits::min(), Limits::max(), T(Limits::max() / 3), T(1)};
+    }
+}
+
+struct Key {
+    std::string product;
+    std::string name;
+    std::string definition;
+    any value;
+};
+
+/// More than 500 keys: one value of each type, an array, and one of a key of any type, in turn. In
+/// the second round a fifth of them has another value and a fifth has none.
+std::vector<Key> allKeys(int round) {
+    std::vector<Key> keys;
+    auto const add = [&](auto values, std::size_t row, int kind) {
+        using T = typename decltype(values)::value_type;
+        std::size_t const number = keys.size();
+        std::size_t const part = round == 1 ? 2 : number % 5;
+        auto const first = std::ptrdiff_t((9 * row + (part == 0)) % values.size());
+        std::rotate(values.begin(), values.begin() + first, values.end());
+        boost::any value = T(values[0]);
+        values.resize(row % (values.size() + 1));
+        if (kind == 1) value = values;
+        if (part == 1) value = boost::any();
+        std::string const name = "k" + std::to_string(number);
+        std::string const sizes = kind == 1 ? " minArraySize=\"0\" maxArraySize=\"0\"" : "";
+        char const* const type = settingscore::boostany::ValueTraits<T>::name;
+        keys.push_back({"p" + std::to_string(number % 40), name,
+                        kind == 2 ? "<key name=\"" + name + "\" anytype=\"true\"/>\n"
+                                  : keyXml(name, type, "", sizes + " undef=\"true\""),
+                        value});
+    };
+    for (std::size_t row = 0; row < 14; ++row) {
+        settingscore::boostany::forEachElementType([&](auto tag) {
+            for (int kind = 0; kind < 3; ++kind)
+                add(hardValues<typename decltype(tag)::Type>(), row, kind);
+        });
+    }
+    return keys;
+}
+
+using SavedKeys = ProductWorld;
+
+/// The test is the other process as well: that reads what this one wrote, and saves durably.
+TEST_F(SavedKeys, ComeBackInAnotherProcessToTheLastBit) {
+    auto const set = [](int round) {
+        turnOffSettingsSaving();
+        for (Key const& key : allKeys(round)) {
+            auto const group = product(key.product);
+            key.value.empty() ? group->unset(key.name, "user")
+                              : group->setAny(key.name, key.value, "user");
+        }
+        turnOnSettingsSaving();
+        for (auto const& top : root()->getChildren())
+            nodeAt(top->getName())->updateSettingsFile("user");
+    };
+    auto const expect = [](int round) {
+        for (Key const& key : allKeys(round))
+            EXPECT_EQ(shown(product(key.product)->getAny(key.name, "user")), shown(key.value))
+                << key.definition;
+    };
+    std::optional<CommaLocale> comma;
+    if (std::getenv("QBTEST_COMMA")) comma.emplace();
+    if (char const* const world = std::getenv("QBTEST_WORLD")) {
+        ustring const place = toUString(world);
+        SettingsContext::setSettingsDirectories(BlessedZcrID, place + u"/toolbox", {},
+                                                place + u"/user");
+        expect(1);
+        turnOnDurableSaving();
+        set(2);
+        turnOffDurableSaving();
+        return;
+    }
+    for (Key const& key : allKeys(1))
+        factoryFile(key.product, key.name + ".settings", key.definition);
+    std::string const program = std::filesystem::read_symlink("/proc/self/exe").string();
+    environment().set("QBTEST_WORLD", folder().string());
+    environment().set("QBTEST_COMMA", "in the other process");
+    for (int run = 0; run < 2; ++run) {
+        std::filesystem::remove_all(userDir());
+        resetInstances();
+        set(1);
+        ASSERT_EQ(
+            std::system(("'" + program + "' --gtest_filter='*ComeBackInAnotherProcess*'").c_str()),
+            0);
+        resetInstances();
+        expect(2);
+        // And the other way round.
+        environment().unset("QBTEST_COMMA");
+        comma.emplace();
+    }
 }
 
 /// What of a key stands in the file of a level.
@@ -156,13 +219,11 @@ TEST(Writer, WritesTheContentThatTheLevelHas) {
     std::string const function = "<runtimedefault type='C' packagename='l' functionname='f'/>";
     std::string const undefined =
         "<int32 minArraySize=\"0\" maxArraySize=\"0\" undef=\"true\"></int32>";
-    boost::any const none;
-    boost::any const list = std::vector<int>();
-    boost::any const one = std::vector<int>{1};
+    any const none;
+    any const list = Ints();
+    any const one = Ints{1};
     struct Case {
-        boost::any first;
-        boost::any session;
-        boost::any user;
+        any first, session, user;
         char const* owner;  ///< Level of the runtime default; "" for no level, "-" for no default.
         char const* level;
         std::string content;
@@ -243,35 +304,25 @@ TEST(Writer, WritesTheAncestorsOfABranchAndNothingBesideIt) {
         file(line + "    <key name=\"beside\" visible=\"true\" anytype=\"true\">\n    </key>\n" +
              line + outerTag + line + innerLines));
     // An export writes no group's validators.
-    std::string plain = outerTag + innerLines;
-    for (std::size_t at; (at = plain.find(line)) != std::string::npos;)
-        plain.erase(at, line.size());
     std::ostringstream stream;
     boost::shared_lock<boost::shared_mutex> const lock(SettingsImpl::mutexToRoot());
     outer->saveAll(lock, stream, 1, "user");
-    EXPECT_EQ(stream.str(), plain);
+    EXPECT_EQ(stream.str(), std::regex_replace(outerTag + innerLines, std::regex(line), ""));
 }
 
 /// What is written for a level must not hide what later levels give.
-TEST(Writer, AUserFileWithoutAValueLeavesTheFactoryValue) {
-    ParseFolder folder;
-    auto const factory = folder.parse(
-        fileText(keyXml("list", "int32", valueXml("4"), " minArraySize=\"0\" maxArraySize=\"0\"") +
-                 intKey("one", "4")));
-    bool merged = false;
-    ustring errors;
-    auto const merge = [&](NodePtr const& target, NodePtr const& src, char const* level) {
-        return SettingsImpl::mergeSettingsObject(target, src, level, &merged, errors, u"f");
-    };
-    auto const product = merge(makeGroup("p"), factory, "factory");
-    std::string const text = saved(product, "user");
-    auto const user = folder.parse(text);
-    EXPECT_TRUE(valueAt(user, "list").empty());
-    EXPECT_TRUE(valueAt(user, "one").empty());
-    auto const again = merge(product, user, "user");
-    EXPECT_EQ(errors, ustring());
-    EXPECT_EQ(valueOf<std::vector<int>>(again, "list"), std::vector<int>{4});
-    EXPECT_EQ(saved(again, "user"), text);
+TEST_F(SavedKeys, WithoutAValueLeaveTheFactoryValue) {
+    std::string const sizes = " minArraySize=\"0\" maxArraySize=\"0\"";
+    factoryFile(
+        "p", "f.settings",
+        keyXml("list", "int32", valueXml("4"), sizes) + intKey("one", "4") + intKey("other", "1"));
+    setting("p.other", 2);
+    auto const files = userFiles();
+    resetInstances();
+    EXPECT_EQ(contents(product("p")), "list=array of int32 4 one=4 other=2");
+    EXPECT_EQ(contents(product("p"), "user"), "list=- one=- other=2");
+    at("p")->saveThisSubTree("user");
+    EXPECT_EQ(userFiles(), files);
 }
 
 TEST(Writer, WalksOverOneTreeDoNotDisturbEachOther) {

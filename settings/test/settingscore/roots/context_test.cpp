@@ -1,12 +1,11 @@
-#include <atomic>
 #include <queue>
 #include <regex>
 
+#include <settingscore/persistence/SettingsLevelManager.hpp>
 #include <settingscore/roots/SettingsContext.hpp>
 #include <settingscore/roots/SettingsRootStateMgr.hpp>
 #include <settingscore/tree/ProductWorld.hpp>
 
-using namespace settings::core;
 using namespace qbtest;
 
 namespace {
@@ -38,7 +37,7 @@ TEST_F(Context, AnInstanceHasATreeOfItsOwnUntilItEnds) {
     auto const connection = one->addListener<SettingsEvent>([&](auto const&) { ++heard; });
     one->getChild("plot")->setAny("width", 9, "session");
     product()->setAny("width", 7, "session");
-    EXPECT_EQ(valueOf<int>(product(), "width"), 7);
+    EXPECT_EQ(shownAt("plot.width"), "7");
     EXPECT_EQ(heard, 1);
     std::queue<boost::shared_ptr<SettingsEvent const>> queue;
     SettingsContext::getEventQueue(queue, BlessedZcrID);
@@ -51,7 +50,7 @@ TEST_F(Context, AnInstanceHasATreeOfItsOwnUntilItEnds) {
     EXPECT_EQ(rootOf(AnyZcrID), one);
     ASSERT_TRUE(qbhost::endInstance(1));
     EXPECT_FALSE(rootOf(1));
-    EXPECT_EQ(valueOf<int>(one->getChild("plot"), "width"), 9);
+    EXPECT_EQ(shown(one->getChild("plot")->getAny("width", "")), "9");
     ASSERT_TRUE(qbhost::startInstance(1));
     EXPECT_EQ(valueOf<int>(rootOf(1)->getChild("plot"), "width"), 5);
 
@@ -65,7 +64,7 @@ TEST_F(Context, AnInstanceHasATreeOfItsOwnUntilItEnds) {
     EXPECT_EQ(rootOf(1), again);
     EXPECT_FALSE(SettingsContext::reset(AnyZcrID));
     EXPECT_FALSE(rootOf(1));
-    EXPECT_EQ(valueOf<int>(product(), "width"), 5);
+    EXPECT_EQ(shownAt("plot.width"), "5");
 }
 
 TEST_F(Context, InstancesSaveIntoDirectoriesOfTheirOwn) {
@@ -145,6 +144,19 @@ TEST_F(Context, DirectoriesComeFromTheEnvironmentOnceUnlessTheyAreSet) {
     environment().set("SETTINGS_USERDIR", "");
     environment().set("ZENBAR_PREFDIR", (folder() / "prefs").string());
     EXPECT_NE(newManager()->getUserDir(), u"");
+
+    // Levels ask each time.
+    auto const levels = SettingsLevelManager::getSettingsLevelManagerInstance();
+    EXPECT_EQ(levels->getAllLevelNames(), (Texts{"session", "user", "factory"}));
+    for (ustring const place : {u"/one", u"/other"}) {
+        environment().set("SETTINGS_USERDIR", qf::i18n::to_string(place));
+        environment().set("SETTINGS_FACTORYDIR", qf::i18n::to_string(place));
+        EXPECT_EQ(levels->getSettingsLevelByName("user")->levelRootPath(), place);
+        EXPECT_EQ(levels->getSettingsLevelByName("factory")->levelRootPath(), place);
+        EXPECT_EQ(levels->getSettingsLevelByName("session")->levelRootPath(), u"");
+    }
+    for (char const* name : {"", "User", "users", "use", "workgroup"})
+        EXPECT_EQ(levels->getSettingsLevelByName(name), nullptr);
 }
 
 TEST_F(Context, AnOldRootWorksOnInMemory) {

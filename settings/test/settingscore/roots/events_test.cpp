@@ -1,11 +1,8 @@
-#include <atomic>
-#include <map>
 #include <queue>
 
 #include <settingscore/roots/SettingsContext.hpp>
 #include <settingscore/tree/ProductWorld.hpp>
 
-using namespace settings::core;
 using namespace qbtest;
 
 namespace {
@@ -28,39 +25,42 @@ class Events : public ProductWorld {
 protected:
     Events() { installPlot(); }
 
-    /// Notes what a listener at the path hears, under the path.
+    /// Notes what a listener at the path hears, as "PATH:NAME".
     template <class T>
     void listenAt(std::string const& path) {
         auto const node = path.empty() ? root() : root()->getSettingsByFullName(path);
-        connections_.push_back(node->addListener<T>(boost::function<void(T const&)>(
-            [this, path](T const& event) { heard_[path].push_back(event.getObj()->getName()); })));
+        connections_.push_back(node->addListener<T>([this, path](T const& e) { note(path, e); }));
     }
-    std::map<std::string, Texts> heard_;
+    void note(std::string const& path, SettingsEvent const& event) {
+        heard_ += path + ":" + event.getObj()->getName() + " ";
+    }
+    std::string heard_;
     std::vector<Connection> connections_;
 };
 
 TEST_F(Events, AChangedValueIsHeardFromTheKeyUpwardsAlone) {
-    for (std::string const path : {"", "plot.axes.ticks", "plot.axes.ticks.count", "plot.width"}) {
+    for (char const* path : {"", "plot.axes.ticks", "plot.axes.ticks.count", "plot.width"})
         listenAt<SettingsValueChangeEvent>(path);
-    }
     listenAt<SettingsAddNodeEvent>("plot.axes");
-    Texts untyped;
-    Connection const connection = product()->addListener(
-        Listener([&](SettingsEvent const& e) { untyped.push_back(e.getObj()->getName()); }));
+    auto const untyped =
+        product()->addListener(Listener([&](SettingsEvent const& e) { note("untyped", e); }));
+    // A tag subscribes at the host's own event manager as well.
+    auto const tag = product()->getEventStrForType<SettingsValueChangeEvent>();
+    auto const tags = product()->getFilterTagStrings<SettingsValueChangeEvent>();
+    EXPECT_EQ(tags, std::vector<ustring>{tag});
+    auto const host = zbutil::eventmgr::createLocalEventMgr()->subscribe<SettingsValueChangeEvent>(
+        [&](SettingsEvent const& e) { note("host", e); }, tags.begin(), tags.end());
     makeGroup("added")->setParent(product());
-    nodeAt("plot.axes.ticks")->setAny("count", 6, "session");
-    Texts const told{"count"};
-    EXPECT_EQ(heard_, (std::map<std::string, Texts>{
-                          {"", told}, {"plot.axes.ticks", told}, {"plot.axes.ticks.count", told}}));
-    EXPECT_EQ(untyped, told);
+    setting("plot.axes.ticks.count", 6, "session");
+    EXPECT_EQ(heard_,
+              ":count plot.axes.ticks:count plot.axes.ticks.count:count untyped:count host:count ");
 }
 
 TEST_F(Events, NodesThatComeAndGoAreHeardFromTheirParentUpwardsAndQueued) {
-    auto const axes = nodeAt("plot.axes");
+    auto const axes = at("plot.axes");
     auto const tree = implRoot();
-    for (std::string const path : {"", "plot.axes", "plot.axes.ticks"}) {
+    for (char const* path : {"", "plot.axes", "plot.axes.ticks"})
         listenAt<SettingsEvent>(path);
-    }
     listenAt<SettingsRemoveNodeEvent>("plot");
     product()->setAny("width", 6, "session");
     productImpl()->enableEventQueue(true);  // No root: no effect.
@@ -73,13 +73,12 @@ TEST_F(Events, NodesThatComeAndGoAreHeardFromTheirParentUpwardsAndQueued) {
     makeKey("k", 1, makeGroup("inner", added));
     added->setParent(axes);
     makeKey("key", 1, {})->setParent(axes);
-    Connection const own =
-        added->addListener<SettingsEvent>(Listener([](SettingsEvent const&) { ADD_FAILURE(); }));
+    auto const own = added->addListener<SettingsEvent>([](auto const&) { ADD_FAILURE(); });
     axes->removeKey("key");
     axes->removeNode("added");
-    Texts const all{"added", "key", "key", "added"};
-    EXPECT_EQ(heard_, (std::map<std::string, Texts>{
-                          {"", all}, {"plot", {all[2], all[3]}}, {"plot.axes", all}}));
+    EXPECT_EQ(heard_,
+              ":added plot.axes:added :key plot.axes:key :key plot.axes:key plot:key "
+              ":added plot.axes:added plot:added ");
 
     // Collecting swaps the queues, and events keep what they are about.
     Queue queue;
@@ -100,7 +99,17 @@ TEST_F(Events, NodesThatComeAndGoAreHeardFromTheirParentUpwardsAndQueued) {
     EXPECT_EQ(copy->getObj(), added);
     EXPECT_EQ(copy->getParentObj(), axes);
     EXPECT_EQ(copy->getZcrId(), BlessedZcrID);
-    EXPECT_EQ(valueOf<int>(added->getChild("inner"), "k"), 1);
+    auto const& type = copy->typeInformation();
+    std::string names;
+    for (std::size_t i = 0; i < type.hierarchySize(); ++i)
+        names += qf::i18n::to_string(type.getBaseTag(i)) + " ";
+    EXPECT_EQ(names,
+              "settings::core::SettingsRemoveNodeEvent settings::core::SettingsEvent "
+              "corebus::msg_svc::eventmgr::BaseEvent ");
+    EXPECT_THROW(type.getBaseTag(3), std::out_of_range);
+    EXPECT_EQ(SettingsAddNodeEvent::typeTag(), u"settings::core::SettingsAddNodeEvent");
+    EXPECT_EQ(SettingsValueChangeEvent::typeTag(), u"settings::core::SettingsValueChangeEvent");
+    EXPECT_EQ(shown(added->getChild("inner")->getAny("k", "")), "1");
     SettingsContext::getEventQueue(queue, ZcrID(77));  // No root: left alone.
     EXPECT_EQ(queue.size(), 4u);
     tree->enableEventQueue(false);
@@ -113,47 +122,57 @@ TEST_F(Events, AListenerBelongsToTheNodeWhereverItGoes) {
     EXPECT_FALSE(group->addListener(Listener([](SettingsEvent const&) {})));
     EXPECT_THROW(group->addListener(Listener()), std::invalid_argument);
     makeKey("k", 1, group);
-    auto const axes = nodeAt("plot.axes");
+    auto const axes = at("plot.axes");
     group->setParent(axes);
     Heard heard(group);
     axes->removeNode("group");
     group->setAny("k", 2, "user");
     group->clone()->setParent(axes);
     axes->getChild("group")->setAny("k", 4, "user");
-    EXPECT_EQ(heard.take(), Texts());
+    EXPECT_EQ(heard.take(), "");
     group->setParent(product());
     group->setAny("k", 3, "user");
-    EXPECT_EQ(heard.take().back(), "value k");
-}
-
-TEST_F(Events, EachClassNamesItsBases) {
-    SettingsRemoveNodeEvent const event(product(), product(), {}, BlessedZcrID);
-    auto const& type = event.typeInformation();
-    ASSERT_EQ(type.hierarchySize(), 3u);
-    EXPECT_EQ(type.getBaseTag(0), u"settings::core::SettingsRemoveNodeEvent");
-    EXPECT_EQ(type.getBaseTag(1), u"settings::core::SettingsEvent");
-    EXPECT_EQ(type.getBaseTag(2), u"corebus::msg_svc::eventmgr::BaseEvent");
-    EXPECT_THROW(type.getBaseTag(3), std::out_of_range);
-    EXPECT_EQ(SettingsAddNodeEvent::typeTag(), u"settings::core::SettingsAddNodeEvent");
-    EXPECT_EQ(SettingsValueChangeEvent::typeTag(), u"settings::core::SettingsValueChangeEvent");
+    EXPECT_EQ(heard.take(), "value k");
 }
 
 // --- Listeners that misbehave -----------------------------------------------------------------
 
-TEST_F(Events, AListenerThatThrowsReachesTheCallerAndTheChangeStays) {
-    auto const plot = productImpl();
-    Connection const angry = plot->addListener<SettingsEvent>(
-        Listener([](SettingsEvent const&) { throw std::runtime_error("angry"); }));
-    listenAt<SettingsEvent>("plot");
-    EXPECT_THROW(plot->setAny("width", 6, "user"), std::runtime_error);
-    EXPECT_EQ(valueOf<int>(plot, "width"), 6);
-    EXPECT_THROW(plot->unset("width", "user"), std::runtime_error);
-    EXPECT_EQ(valueOf<int>(plot, "width"), 5);
-    EXPECT_THROW(makeGroup("added")->setParent(plot), std::runtime_error);
-    EXPECT_TRUE(plot->getChild("added"));
-    EXPECT_THROW(plot->removeNode("added"), std::runtime_error);
-    EXPECT_FALSE(plot->getChild("added"));
-    EXPECT_EQ(heard_["plot"], (Texts{"width", "width", "added", "added"}));
+TEST_F(Events, AListenerOrASaveThatFailsReachesTheCallerAndTheChangeStays) {
+    userFile("p", intKey("k", "1"));
+    auto const files = userFiles();
+    NodePtr const src = makeGroup("p");
+    makeKey("a", 1, src);
+    makeKey("b", 1, src);
+    failSaves();
+    for (bool const bySave : {false, true}) {
+        freshRoot();
+        NodePtr const p = at("p");
+        auto const angry = p->addListener<SettingsEvent>([&](SettingsEvent const& event) {
+            if (!bySave) throw std::runtime_error(event.getObj()->getName());
+        });
+        Heard heard(p);
+        using Row = std::tuple<std::function<void()>, std::string, std::string>;
+        for (auto const& [change, told, left] : std::vector<Row>{
+                 {[&] { p->setAny("k", 2, "user"); }, "value k", "k=2"},
+                 {[&] { p->unset("k", "user"); }, "value k", "k=-"},
+                 {[&] { makeGroup("g")->setParent(p); }, "add g to p", "g() k=-"},
+                 {[&] { p->removeNode("g"); }, "remove g from p", "k=-"},
+                 {[&] { p->mergeDescendants(src, "user"); },
+                  "add a to p; value a; add b to p; value b", "a=1 b=1 k=-"},
+                 {[&] {
+                      p->setMultiple(std::map<std::string, any>{{"a", 2}, {"b", 2}}, "user");
+                  },
+                  "value a", "a=2 b=1 k=-"},
+             }) {
+            std::string const first = told.substr(told.find(' ') + 1, 1);
+            expectThrow<std::runtime_error>(change, [&](auto const& error) {
+                EXPECT_EQ(error.what(), bySave ? "the disk is full" : first);
+            });
+            EXPECT_EQ(heard.take(), told);
+            EXPECT_EQ(contents(p), left);
+            EXPECT_EQ(userFiles(), files);
+        }
+    }
 }
 
 TEST_F(Events, ListenersComeAndGoWhileOthersChangeValues) {
@@ -195,8 +214,7 @@ TEST_F(Events, ARootThatWasLetGoDropsItsEventsAndDies) {
         made->setParent(tree);  // Its event holds the root.
         boost::weak_ptr<SettingsImplRoot> const watched = tree;
         end();
-        Connection const connection =
-            tree->addListener<SettingsEvent>(Listener([](SettingsEvent const&) { ADD_FAILURE(); }));
+        auto const own = tree->addListener<SettingsEvent>([](auto const&) { ADD_FAILURE(); });
         makeGroup("late")->setParent(tree);
         makeGroup("child")->setParent(made);
         // One that was on its way when the instance ended.

@@ -1,28 +1,33 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
-#include <boost/any.hpp>
 #include <boost/make_shared.hpp>
 #include <boost/optional/optional_io.hpp>
-#include <boost/shared_ptr.hpp>
 #include <qbhost/QbHost.hpp>
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/errors/MessageIds.hpp>
 #include <settingscore/errors/SettingsException.hpp>
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/rules/ValueType.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/value/AnyBridge.hpp>
+#include <settingscore/value/Get.hpp>
 #include <settingscore/value/TypeName.hpp>
-
-#include "../../support/TempFolder.hpp"
 
 namespace qbtest {
 
-using settings::core::SettingsImpl;
+using namespace settings::core;
+using boost::any;
+using Texts = std::vector<std::string>;
+using Ints = std::vector<int>;
 using Node = boost::shared_ptr<SettingsImpl>;
-using Parent = boost::shared_ptr<settings::core::Settings const>;
+using Parent = boost::shared_ptr<Settings const>;
 
 inline Node makeNode(std::string const& name, bool isLeaf, Node const& parent) {
     auto node = boost::make_shared<SettingsImpl>(name, isLeaf, true);
@@ -47,46 +52,52 @@ void expectThrow(Action&& action, Look&& look) {
     }
 }
 
-/// "-" for no value, a number as it is written.
-inline std::string shown(boost::any const& value) {
+/// "-" for no value, an int as it is written, other values behind the name of their type.
+inline std::string shown(any const& value) {
     if (value.empty()) return "-";
-    if (auto const* number = boost::any_cast<int>(&value)) return std::to_string(*number);
-    if (auto const* number = boost::any_cast<double>(&value)) {
-        return *number == 2.5 ? "2.5" : "another double";
-    }
-    return "something else";
+    std::string text;
+    TypeNameVisitor name(text);
+    settingscore::boostany::applyVisitor(name, value, true);
+    if (text == "int32") text.clear();
+    for (ustring const& each : settingscore::boostany::get<std::vector<ustring>>(value, true))
+        text += (text.empty() ? "" : " ") + qf::i18n::to_string(each);
+    return text;
 }
 
 /// What a refusal of a setting carries, as in "NoSuchKey(product.group, name)".
 class Told : public std::string {
 public:
-    explicit Told(settings::core::exception::InternalError const& error) : error_(error) {
-        using namespace settings::core::exception;
+    explicit Told(exception::InternalError const& error) : error_(error) {
+        using namespace exception;
         using Choice = ValueIsNotOneOfTheChoicesAndNotInRange;
+        using Diff = ErrorMergingNodesWithDiffAttr;
         using NoPermission = NoFileWritePermissionOnMultipleLevels;
-        std::string const name = settings::core::getReadableName(typeid(error));
+        using OnReadOnly = CannotAddRemoveNodeUnderReadOnlyParent;
+        using Products = ErrorExportMultipleNodesBelongsToDiffProducts;
+        using Relative = ErrorExportOrImportSettingsUsingRelativePath;
+        using Size = DataArraySizeOutOfRange;
+        using TopLevel = ErrorAddingTopLevelNode;
+        std::string const name = getReadableName(typeid(error));
         assign(name.substr(name.rfind(':') + 1) + "(");
-        add(&NoSuchKey::getObjectInvovled, &NoSuchKey::getInputName);
-        add(&CannotChangeValueForReadOnlySetting::getCausingObject);
-        add(&UnSupportedLevel::getInputLevel, &ValueNotDefinedForGivenLevel::getInputLevel);
-        add(&CantModifyValuesOnReadOnlyLevel::getLevelToModify);
-        add(&CannotAddRemoveNodeUnderReadOnlyParent::getChildObject);
-        add(&CannotAddRemoveNodeUnderReadOnlyParent::getParentObject);
-        add(&CanNotAddKeyToRootException::getCausingObject);
-        add(&ErrorAddingTopLevelNode::getProductNamePassedIn);
-        add(&ErrorAddingTopLevelNode::getExistingProductName);
-        add(&ErrorAddingChildNodeOrKey::getExistingNodeKeyName, &InvalidNodePath::getInvalidName);
-        add(&NoPermission::getLevelNeedToBeUpdated, &NoPermission::getLevelsHasWritenPermissionOn);
-        add(&ValidationException::getCausingObject, &DataArraySizeOutOfRange::getMinArraySize);
-        add(&DataArraySizeOutOfRange::getMaxArraySize,
-            &DataArraySizeOutOfRange::getActualArraySize);
-        add(&ValueIsNotInRange::getValueToSetStr, &ValueIsNotInRange::getMinValueStr);
-        add(&ValueIsNotInRange::getMaxValueStr, &Choice::getValueToSetStr, &Choice::getMinValueStr);
-        add(&Choice::getMaxValueStr, &Choice::getChoicesStr, &UnsupportedType::getTypeName);
-        add(&ExceptionFromValidationFunction::getKeyName);
-        add(&ExceptionFromValidationFunction::getValue);
-        add(&RunTimeFuncInvokingError::getFunctionName, &RunTimeFuncInvokingError::getPackageName);
-        add(&RunTimeFuncInvokingError::getErrorMsg);
+        add(&NoSuchKey::getObjectInvovled, &NoSuchKey::getInputName,
+            &CannotChangeValueForReadOnlySetting::getCausingObject,
+            &UnSupportedLevel::getInputLevel, &ValueNotDefinedForGivenLevel::getInputLevel,
+            &CantModifyValuesOnReadOnlyLevel::getLevelToModify, &OnReadOnly::getChildObject,
+            &OnReadOnly::getParentObject, &CanNotAddKeyToRootException::getCausingObject,
+            &TopLevel::getProductNamePassedIn, &TopLevel::getExistingProductName,
+            &ErrorAddingChildNodeOrKey::getExistingNodeKeyName, &InvalidNodePath::getInvalidName,
+            &InvalidSettingOrGroupName::getInputNodeName, &NoPermission::getLevelNeedToBeUpdated,
+            &NoPermission::getLevelsHasWritenPermissionOn, &Diff::getSrcObject, &Diff::getDesObject,
+            &Diff::getDiffAttrNameList, &Products::getProduct1Name, &Products::getProduct2Name,
+            &Relative::getRelativePath, &ErrorSaveSettingsDueToFileIOError::getFileName,
+            &ValidationException::getCausingObject, &Size::getMinArraySize, &Size::getMaxArraySize,
+            &Size::getActualArraySize, &ValueIsNotInRange::getValueToSetStr,
+            &ValueIsNotInRange::getMinValueStr, &ValueIsNotInRange::getMaxValueStr,
+            &Choice::getValueToSetStr, &Choice::getMinValueStr, &Choice::getMaxValueStr,
+            &Choice::getChoicesStr, &UnsupportedType::getTypeName,
+            &ExceptionFromValidationFunction::getKeyName,
+            &ExceptionFromValidationFunction::getValue, &RunTimeFuncInvokingError::getFunctionName,
+            &RunTimeFuncInvokingError::getPackageName, &RunTimeFuncInvokingError::getErrorMsg);
         if (name.find("ValidationFunction") != npos) add(&ValidationException::getErrorMsg);
         *this += ")";
     }
@@ -100,15 +111,15 @@ private:
         (part(dynamic_cast<E const*>(&error_), get), ...);
     }
     static std::string text(std::string const& part) { return part; }
-    static std::string text(qf::ustring const& part) { return qf::i18n::to_string(part); }
+    static std::string text(ustring const& part) { return qf::i18n::to_string(part); }
     static std::string text(unsigned long part) { return std::to_string(part); }
-    static std::string text(boost::any const& part) { return shown(part); }
+    static std::string text(any const& part) { return shown(part); }
     template <class T>
     static std::string text(boost::shared_ptr<T> const& node) {
         return !node ? "none" : node->isRoot() ? node->getName() : node->getFullName();
     }
 
-    settings::core::exception::InternalError const& error_;
+    exception::InternalError const& error_;
     int parts_ = 0;
 };
 
@@ -118,7 +129,7 @@ inline std::string ending(std::function<void()> const& action) {
     try {
         action();
         return "done";
-    } catch (settings::core::exception::InternalError const& error) {
+    } catch (exception::InternalError const& error) {
         return Told(error);
     } catch (ZENBAR::settings::core::MessageException<Mismatch> const& error) {
         auto const arguments = error.get_msg_id().arguments();
@@ -126,24 +137,5 @@ inline std::string ending(std::function<void()> const& action) {
                boost::get<std::string>(arguments.at(1)) + ")";
     }
 }
-
-/// Lets the host find the libraries that are built for the tests, is the thread of the scripts, and
-/// takes back all functions at the end.
-class WithFunctions : public ::testing::Test {
-protected:
-    WithFunctions() {
-        environment_.set("QBHOST_LIBRARY_PATH", QB_TEST_PLUGIN_DIR);
-        qbhost::setSignalThreadToThisThread();
-    }
-    ~WithFunctions() override {
-        settings::core::ZValidator::setZENBARValFuncInvokingProxyName({});
-        settings::core::ZRunTimeDefault::setZRunTimeProxyFname({});
-        settings::core::ZENBARFunctionInvoker::setLoadConfigProxy({});
-        settings::core::JValidator::clearFunctions();
-        settings::core::JRunTimeDefault::setJRuntimeDefaultProxy({});
-        qbhost::setSignalThread({});
-    }
-    ScopedEnvironment environment_;
-};
 
 }  // namespace qbtest

@@ -1,16 +1,8 @@
-#include <algorithm>
-#include <atomic>
-#include <filesystem>
-#include <thread>
-
 #include <settingscore/host/Platform.hpp>
 #include <settingscore/rules/JavaValidation.hpp>
+#include <settingscore/tree/TreeWorld.hpp>
 
-#include "RulesWorld.hpp"
-
-using namespace settings::core;
 using namespace qbtest;
-using boost::any;
 
 namespace {
 
@@ -21,13 +13,12 @@ auto run(V const& validator)
     Node const group = makeGroup("g");
     return ending([&] { validator.invokeValidationFunction(group, "k", 5); });
 }
-/// The text or number that a default gives, or how it ends.
+/// The value that a default gives, or how it ends.
 template <class R>
 auto run(R const& runTimeDefault) -> decltype(runTimeDefault(), std::string()) {
     any value;
     std::string const end = ending([&] { value = runTimeDefault(); });
-    auto const* text = boost::any_cast<ustring>(&value);
-    return text ? qf::i18n::to_string(*text) : end == "done" ? shown(value) : end;
+    return end == "done" ? shown(value) : end;
 }
 /// The reason why the function was not reached, which is known.
 template <class F>
@@ -44,17 +35,18 @@ std::string unreached(F const& function, std::string const& inReason = {}) {
 
 /// What a proxy can do.
 void behave(std::string const& function) {
+    using namespace exception;
     if (function == "refuse") throw SettingsException("id", "the script says no", "key");
     if (function == "break") throw std::runtime_error("broken");
     if (function == "number") throw 7;
-    using namespace exception;
     if (function == "verdict") throw ExceptionFromValidationFunction({}, "key", 1, "f", "p", u"no");
     if (function == "unreachable") throw ValidationFunctionInvokingError("f", "p", u"no host");
     if (function == "convert") throw RuntimeFuncErrorConvertingZxArrayToAny("p", "f", typeid(long));
 }
 
-class FunctionsTest : public WithFunctions {
+class FunctionsTest : public TreeWorld {
 protected:
+    FunctionsTest() { qbhost::setSignalThreadToThisThread(); }
     void installZ() {
         ZValidator::setZENBARValFuncInvokingProxyName(
             [this](std::string const& package, std::string const& function, Parent const& parent,
@@ -66,7 +58,7 @@ protected:
             [this](std::string const& package, std::string const& function, any* result) {
                 calls_ += package + function + " ";
                 behave(function);
-                *result = ustring(u"given");
+                *result = 3;
             });
     }
     static void installJ() {
@@ -93,8 +85,8 @@ TEST_F(FunctionsTest, FailuresOfCFunctionsAreTranslated) {
     unreached(V("checks", "accept"), "accept");  // There is one in the C library.
     unreached(V("noSuchLibrary", "acceptAll"), "noSuchLibrary");
     EXPECT_THROW(run(V("", "")), boost::bad_function_call);
-    EXPECT_EQ(run(D("defaults", "giveDouble")), "2.5");
-    EXPECT_EQ(run(D("defaults", "giveString")), "computed");
+    EXPECT_EQ(run(D("defaults", "giveDouble")), "double 2.5");
+    EXPECT_EQ(run(D("defaults", "giveString")), "string computed");
     EXPECT_EQ(run(D("defaults", "giveNothing")), "-");
     EXPECT_EQ(run(D("defaults", "fail")), "RunTimeFuncInvokingError(fail, defaults, Unknown)");
     EXPECT_EQ(run(D("defaults", "failWithHostError")).substr(44), "defaults, Unknown)");
@@ -103,12 +95,11 @@ TEST_F(FunctionsTest, FailuresOfCFunctionsAreTranslated) {
     unreached(D("noSuchLibrary", "giveDouble"), "noSuchLibrary");
 
     // Three file names are tried in order.
-    TempFolder const folder;
-    environment_.set("QBHOST_LIBRARY_PATH", folder.path().string());
+    environment().set("QBHOST_LIBRARY_PATH", folder().string());
     auto const provide = [&](std::string const& plugin, std::string const& as) {
         std::filesystem::copy_file(
             std::filesystem::path(QB_TEST_PLUGIN_DIR) / ("libqb" + plugin + quLibrarySuffix()),
-            folder.path() / (as + quLibrarySuffix()));
+            folder() / (as + quLibrarySuffix()));
         return run(V("thing", "acceptAll")) == "done";
     };
     EXPECT_TRUE(provide("checks", "libthing"));
@@ -121,9 +112,9 @@ TEST_F(FunctionsTest, FailuresOfScriptsAndOfJavaAreTranslated) {
     using J = JValidator;
     installZ();
     installJ();
-    EXPECT_EQ(run(Z("p", "accept")) + run(J("p", "accept")), "donedone");
     std::string const refused =
         "ExceptionFromValidationFunction(g, k, 5, refuse, p, the script says no)";
+    EXPECT_EQ(run(Z("p", "accept")) + run(J("p", "accept")), "donedone");
     EXPECT_EQ(run(Z("p", "refuse")), refused);
     EXPECT_EQ(run(J("p", "refuse")), refused);
     for (std::string const function : {"break", "number"}) {
@@ -138,13 +129,13 @@ TEST_F(FunctionsTest, FailuresOfScriptsAndOfJavaAreTranslated) {
               "(g, k, 5, verdict, p, Exception thrown by the validation function.)");
     EXPECT_EQ(run(J("p", "verdict")), "ExceptionFromValidationFunction(none, key, 1, f, p, no)");
     EXPECT_EQ(run(J("p", "unreachable")), "ValidationFunctionInvokingError(f, p, no host)");
-    EXPECT_EQ(run(ZRunTimeDefault("p", "f")), "given");
+    EXPECT_EQ(run(ZRunTimeDefault("p", "f")), "3");
     EXPECT_EQ(unreached(ZRunTimeDefault("p", "refuse")), ", the script says no)");
     EXPECT_EQ(unreached(ZRunTimeDefault("p", "convert")),
               ", The runtime function returns an zxArray that is not convertible to a supported "
               "type.)");
     // Nothing of a Java default is translated.
-    EXPECT_EQ(run(JRunTimeDefault("p", "f")), "p.f");
+    EXPECT_EQ(run(JRunTimeDefault("p", "f")), "string p.f");
     EXPECT_THROW(JRunTimeDefault("p", "number")(), int);
     JRunTimeDefault::setJRuntimeDefaultProxy({});
     EXPECT_THROW(JRunTimeDefault("p", "f")(), boost::bad_function_call);
@@ -160,7 +151,7 @@ TEST_F(FunctionsTest, AMissingProxyIsAskedForAndOtherThreadsDoNotReachIt) {
         if (++loads == 2) installZ();
     });
     EXPECT_EQ(unreached(z), missing) << "still missing after the load";
-    EXPECT_EQ(run(z) + run(z) + run(d), "donedonegiven");
+    EXPECT_EQ(run(z) + run(z) + run(d), "donedone3");
     EXPECT_EQ(loads, 2);
     calls_.clear();
     std::thread([&] {
@@ -186,6 +177,34 @@ TEST_F(FunctionsTest, AMissingProxyIsAskedForAndOtherThreadsDoNotReachIt) {
     EXPECT_EQ(unreached(j), nothing);
 }
 
+TEST_F(FunctionsTest, AProxyMayPutAnotherInItsPlaceWhileItRuns) {
+    // What the first one holds must live to its end.
+    auto const first = [] { return std::make_shared<int const>(1); };
+    ZValidator::setZENBARValFuncInvokingProxyName([kept = first()](auto&&...) {
+        ZValidator::setZENBARValFuncInvokingProxyName([](auto&&...) { behave("refuse"); });
+        EXPECT_EQ(*kept, 1);
+    });
+    JValidator::setJValProxy([kept = first()](auto&&...) {
+        JValidator::clearFunctions();
+        EXPECT_EQ(*kept, 1);
+    });
+    ZRunTimeDefault::setZRunTimeProxyFname([kept = first()](auto&&, auto&&, any* result) {
+        ZRunTimeDefault::setZRunTimeProxyFname([](auto&&, auto&&, any* next) { *next = 2; });
+        *result = *kept;
+    });
+    JRunTimeDefault::setJRuntimeDefaultProxy([kept = first()](auto&&...) -> any {
+        JRunTimeDefault::setJRuntimeDefaultProxy([](auto&&...) -> any { return 2; });
+        return *kept;
+    });
+    EXPECT_EQ(run(JValidator("p", "f")), "done");
+    ZValidator const z("p", "f");
+    ZRunTimeDefault const ofZ("p", "f");
+    JRunTimeDefault const ofJ("p", "f");
+    EXPECT_EQ((Texts{run(z), run(ofZ), run(ofJ)}), (Texts{"done", "1", "1"}));
+    EXPECT_EQ((Texts{run(ofZ), run(ofJ)}), (Texts{"2", "2"}));
+    EXPECT_EQ(run(z), "ExceptionFromValidationFunction(g, k, 5, f, p, the script says no)");
+}
+
 TEST_F(FunctionsTest, JavaValidationsRunOneAtATimeAndKnowOfThemselves) {
     std::atomic<int> inside{0};
     std::atomic<int> wrong{0};
@@ -200,35 +219,12 @@ TEST_F(FunctionsTest, JavaValidationsRunOneAtATimeAndKnowOfThemselves) {
         if (!detail::isInsideJavaValidation()) ++wrong;
         throw std::runtime_error("end");
     });
-    auto const work = [] {
+    concurrently(2, [](int) {
         for (int n = 0; n < 5; ++n)
             EXPECT_NE(run(JValidator("p", "outer")), "done");
         EXPECT_FALSE(detail::isInsideJavaValidation());
-    };
-    std::thread other(work);
-    work();
-    other.join();
-    EXPECT_EQ(wrong, 0);
-    auto const kept = std::make_shared<int>(1);
-    JValidator::setJValProxy([kept](auto&&...) {
-        JValidator::clearFunctions();
-        EXPECT_EQ(*kept, 1) << "the running proxy stays whole";
     });
-    EXPECT_EQ(run(JValidator("p", "f")), "done");
-}
-
-TEST_F(FunctionsTest, TheNearestValidatorAloneRuns) {
-    Node const top = makeGroup("top");
-    Node const group = makeGroup("g", top);
-    Node const key = makeKey("k", group);
-    auto const set = [&] { return ending([&] { group->setAny("k", 5, "user"); }).substr(31); };
-    top->setValidator(CValidator("checks", "refuseWithNames"));
-    EXPECT_EQ(set(), "(top.g, k, 5, refuseWithNames, checks, g/k)");
-    group->setValidator(CValidator("checks", "refuse"));
-    EXPECT_EQ(set(), "(top.g, k, 5, refuse, checks, the check says no)");
-    key->setValidator(CValidator("checks", "acceptAll"));
-    group->setAny("k", 2, "user");
-    EXPECT_TRUE(isEqual(key->getValidatorToUse(), CValidator("checks", "acceptAll")));
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST_F(FunctionsTest, TheResultOfADefaultPassesTheChecksOfTheKeyButNotItsValidator) {
@@ -253,13 +249,41 @@ TEST_F(FunctionsTest, TheResultOfADefaultPassesTheChecksOfTheKeyButNotItsValidat
     EXPECT_EQ(count(), first + 1) << "the read of a stored value computed nothing";
 }
 
+TEST_F(FunctionsTest, ADefaultThatComesToReadItselfIsRefused) {
+    // The function's name is that of the key which it reads: itself, and two that read each other.
+    Node const group = makeGroup("");
+    makeKey("z", group)->setRunTimeDefault(ZRunTimeDefault("p", "z"));
+    makeKey("j", group)->setRunTimeDefault(JRunTimeDefault("p", "j"));
+    makeKey("one", group)->setRunTimeDefault(ZRunTimeDefault("p", "other"));
+    makeKey("other", group)->setRunTimeDefault(JRunTimeDefault("p", "one"));
+    ZRunTimeDefault::setZRunTimeProxyFname(
+        [&](auto&&, std::string const& key, any* result) { *result = group->getAny(key, ""); });
+    JRunTimeDefault::setJRuntimeDefaultProxy(
+        [&](auto&&, std::string const& key) { return group->getAny(key, ""); });
+    auto const read = [&](char const* key) { return ending([&] { group->getAny(key, ""); }); };
+    std::string const told =
+        ", p, Error invoking runtime function. Please refer to error message "
+        "for detail.)";
+    EXPECT_EQ(read("z"), "RunTimeFuncInvokingError(z" + told);
+    EXPECT_EQ(read("j"),
+              "RunTimeFuncInvokingError(j, p, The runtime default reads its own value.)");
+    EXPECT_EQ(read("one"), "RunTimeFuncInvokingError(other" + told);
+    EXPECT_EQ(read("other"), "RunTimeFuncInvokingError(other" + told);
+    installZ();
+    EXPECT_EQ(shown(group->getAny("z", "")), "3") << "it is not taken to be running still";
+}
+
 TEST_F(FunctionsTest, DifferByKindNamesAndLevel) {
-    EXPECT_FALSE(isEqual(ZValidator("p", "f"), JValidator("p", "f")));
-    EXPECT_FALSE(isEqual(Validator(), CValidator("p", "f")));
-    EXPECT_TRUE(isEqual(CValidator("p", "f"), CValidator("p", "f")));
-    EXPECT_FALSE(CValidator("p", "f") == CValidator("p", "g"));
-    EXPECT_FALSE(ZValidator("p", "f") == ZValidator("q", "f"));
-    EXPECT_FALSE(JValidator("p", "f") == JValidator("q", "f"));
+    std::vector<Validator> validators = {Validator()};
+    for (auto const& [package, function] : {std::pair("p", "f"), {"p", "g"}, {"q", "f"}}) {
+        validators.emplace_back(CValidator(package, function));
+        validators.emplace_back(ZValidator(package, function));
+        validators.emplace_back(JValidator(package, function));
+    }
+    for (auto const& a : validators) {
+        for (auto const& b : validators)
+            EXPECT_EQ(isEqual(a, Validator(b)), &a == &b);
+    }
     EXPECT_FALSE(ZRunTimeDefault("p", "f") == ZRunTimeDefault("p", "g"));
     EXPECT_FALSE(JRunTimeDefault("p", "f") == JRunTimeDefault("p", "g"));
     CRunTimeDefault const original("p", "f");

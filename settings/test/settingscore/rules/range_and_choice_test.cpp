@@ -1,19 +1,15 @@
 #include <limits>
 
-#include <settingscore/value/Get.hpp>
 #include <support/CommaLocale.hpp>
 
 #include "RulesWorld.hpp"
 
-using namespace settings::core;
 using namespace qbtest;
-using boost::any;
 using namespace std::string_literals;
 
 namespace {
 
 using Choices = boost::optional<std::vector<any>>;
-using Ints = std::vector<int>;
 
 Choices list(std::vector<any> choices) { return choices; }
 

@@ -1,16 +1,10 @@
-#include <settingscore/rules/ValueType.hpp>
-#include <settingscore/value/AnyBridge.hpp>
-
 #include "RulesWorld.hpp"
 
-using namespace settings::core;
 using namespace qbtest;
-using boost::any;
 using settingscore::boostany::isEqual;
 
 namespace {
 
-using Ints = std::vector<int>;
 using Bits = std::vector<bool>;
 using Doubles = std::vector<double>;
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <settingscore/errors/MessageIds.hpp>
 #include <settingscore/host/Filesystem.hpp>
 
 #include "TreeWorld.hpp"
@@ -8,10 +7,7 @@
 /// A world with products on disk, and short words for what tests of whole trees do.
 namespace qbtest {
 
-using settings::core::Settings;
-using settings::core::ZSettings;
 using NodePtr = Node;
-namespace exception = settings::core::exception;
 
 template <class T, class Action>
 void expectThrow(Action&& action) {
@@ -19,7 +15,7 @@ void expectThrow(Action&& action) {
 }
 
 /// A key with a value on a level that can be modified.
-inline NodePtr makeKey(std::string const& name, boost::any const& value, NodePtr const& parent,
+inline NodePtr makeKey(std::string const& name, any const& value, NodePtr const& parent,
                        std::string const& level = "user") {
     NodePtr const node = makeKey(name, parent);
     node->initSetters(value);
@@ -28,9 +24,8 @@ inline NodePtr makeKey(std::string const& name, boost::any const& value, NodePtr
 }
 
 template <class T>
-T valueOf(boost::shared_ptr<Settings const> const& group, std::string const& key,
-          std::string const& level = "") {
-    boost::any const value = group->getAny(key, level);
+T valueOf(Parent const& group, std::string const& key, std::string const& level = "") {
+    any const value = group->getAny(key, level);
     if (value.type() != typeid(T)) throw std::runtime_error(key + " is not of that type");
     return boost::any_cast<T>(value);
 }
@@ -66,9 +61,7 @@ protected:
         return root()->getChild(name);
     }
     static NodePtr productImpl(std::string const& name = "plot") { return nodeAt(name); }
-    static NodePtr nodeAt(std::string const& path) {
-        return boost::dynamic_pointer_cast<SettingsImpl>(root()->getSettingsByFullName(path));
-    }
+    static NodePtr nodeAt(std::string const& path) { return at(path); }
 };
 
 }  // namespace qbtest

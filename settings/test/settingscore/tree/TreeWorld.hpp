@@ -1,11 +1,10 @@
 #pragma once
 
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <stdexcept>
-#include <thread>
 #include <utility>
-#include <vector>
 
 #include <unistd.h>
 #include <settingscore/persistence/SettingsLevel.hpp>
@@ -13,11 +12,10 @@
 #include <settingscore/roots/SettingsEvent.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/rules/RulesWorld.hpp>
+#include <settingscore/tree/SettingsSaving.hpp>
 #include <support/TempWorld.hpp>
 
 namespace qbtest {
-
-using Texts = std::vector<std::string>;
 
 inline std::string keyXml(std::string const& name, std::string const& type,
                           std::string const& content, std::string const& attributes = {}) {
@@ -33,6 +31,17 @@ inline std::string intKey(std::string const& name, std::string const& value) {
     return keyXml(name, "int32", valueXml(value));
 }
 
+/// What is below a group, as in "axes(grid=bool 1) width=5", with the values on a level.
+inline std::string contents(Parent const& group, std::string const& level = "") {
+    std::string text;
+    for (Parent const& child : group->getChildren()) {
+        std::string const name = child->getName();
+        text += (text.empty() ? "" : " ") + name +
+                (child->isLeafNode() ? "=" + shown(group->getAny(name, level))
+                                     : "(" + contents(child, level) + ")");
+    }
+    return text;
+}
 inline Texts childNames(Parent const& node) {
     Texts names;
     for (auto const& child : node->getChildren())
@@ -40,14 +49,50 @@ inline Texts childNames(Parent const& node) {
     return names;
 }
 
+/// What a node hears, as "value NAME", "add NAME to PARENT" and "remove NAME from PARENT".
+class Heard {
+public:
+    explicit Heard(Parent const& node)
+        : connection_(node->addListener<SettingsEvent>([this](SettingsEvent const& event) {
+              std::string const name = event.getObj()->getName();
+              if (auto const* added = dynamic_cast<SettingsAddNodeEvent const*>(&event)) {
+                  note("add " + name + " to " + added->getParentObj()->getName());
+              } else if (auto const* gone = dynamic_cast<SettingsRemoveNodeEvent const*>(&event)) {
+                  note("remove " + name + " from " + gone->getParentObj()->getName());
+              } else {
+                  note("value " + name);
+              }
+          })) {}
+    void note(std::string const& text) {
+        std::lock_guard<std::mutex> const lock(mutex_);
+        texts_ += (texts_.empty() ? "" : "; ") + text;
+    }
+    /// What came since the last call.
+    std::string take() {
+        std::lock_guard<std::mutex> const lock(mutex_);
+        return std::exchange(texts_, {});
+    }
+
+private:
+    std::mutex mutex_;
+    std::string texts_;
+    std::unique_ptr<corebus::msg_svc::eventmgr::Connection> connection_;
+};
+
 /// A world whose tree can be looked at and whose hooks are put back.
 class TreeWorld : public TempWorld {
 protected:
     TreeWorld() { environment().set("QBHOST_LIBRARY_PATH", QB_TEST_PLUGIN_DIR); }
     ~TreeWorld() override {
         SettingsImpl::setLoadCallOnceFunc(
-            [](SettingsImpl* node, qf::ustring& errors) { node->loadSettingsOnce(errors); });
-        settings::core::turnOnSettingsSaving();
+            [](SettingsImpl* node, ustring& errors) { node->loadSettingsOnce(errors); });
+        turnOnSettingsSaving();
+        ZValidator::setZENBARValFuncInvokingProxyName({});
+        ZRunTimeDefault::setZRunTimeProxyFname({});
+        ZENBARFunctionInvoker::setLoadConfigProxy({});
+        JValidator::clearFunctions();
+        JRunTimeDefault::setJRuntimeDefaultProxy({});
+        qbhost::setSignalThread({});
     }
     /// The node at a path below the root, which has to be there.
     static Node at(std::string const& path) {
@@ -56,13 +101,28 @@ protected:
         if (!node) throw std::runtime_error("no node " + path);
         return node;
     }
+    /// The value of the key at a path.
+    static std::string shownAt(std::string const& path, std::string const& level = "") {
+        std::size_t const dot = path.rfind('.');
+        return shown(at(path.substr(0, dot))->getAny(path.substr(dot + 1), level));
+    }
+    /// How a set of the key at a path ends.
+    static std::string setting(std::string const& path, any const& value,
+                               std::string const& level = "user") {
+        std::size_t const dot = path.rfind('.');
+        Node const group = at(path.substr(0, dot));
+        return ending([&] { group->setAny(path.substr(dot + 1), value, level); });
+    }
+    static std::string unsetting(std::string const& path, std::string const& level) {
+        std::size_t const dot = path.rfind('.');
+        Node const group = at(path.substr(0, dot));
+        return ending([&] { group->unset(path.substr(dot + 1), level); });
+    }
     std::map<std::string, std::string> userFiles() const { return readTree(userDir()); }
-    /// Puts a list of "LEVEL:NODE" in the place of saving.
-    void noteSaves() {
-        SettingsImpl::setSaveFunc([this](settings::core::SettingsLevel const* level,
-                                         Node const& node,
-                                         settings::core::SaveSettingsFunctor const&) {
-            saves_.push_back(level->levelName() + ":" + node->getName());
+    /// Notes "save LEVEL:NODE" in the place of saving.
+    static void noteSaves(Heard& heard) {
+        SettingsImpl::setSaveFunc([&heard](auto const* level, Node const& node, auto const&) {
+            heard.note("save " + level->levelName() + ":" + node->getName());
         });
     }
     static void failSaves() {
@@ -70,68 +130,29 @@ protected:
             throw std::runtime_error("the disk is full");
         });
     }
-    Texts takeSaves() { return std::exchange(saves_, {}); }
-
-private:
-    Texts saves_;
-};
-
-/// What a node hears, as "value NAME", "add NAME to PARENT" and "remove NAME from PARENT".
-class Heard {
-public:
-    explicit Heard(Parent const& node)
-        : connection_(node->addListener<settings::core::SettingsEvent>(
-              [this](settings::core::SettingsEvent const& event) { hear(event); })) {}
-    Texts take() {
-        std::lock_guard<std::mutex> const lock(mutex_);
-        return std::exchange(texts_, {});
-    }
-
-private:
-    void hear(settings::core::SettingsEvent const& event) {
-        std::string text = event.getObj()->getName();
-        if (auto const* added = dynamic_cast<settings::core::SettingsAddNodeEvent const*>(&event)) {
-            text = "add " + text + " to " + added->getParentObj()->getName();
-        } else if (auto const* removed =
-                       dynamic_cast<settings::core::SettingsRemoveNodeEvent const*>(&event)) {
-            text = "remove " + text + " from " + removed->getParentObj()->getName();
-        } else {
-            text = "value " + text;
-        }
-        std::lock_guard<std::mutex> const lock(mutex_);
-        texts_.push_back(text);
-    }
-
-    std::mutex mutex_;
-    Texts texts_;
-    std::unique_ptr<corebus::msg_svc::eventmgr::Connection> connection_;
-};
-
-/// Validators of the kind ZENBAR that run `function` (with the function's name, the key's parent,
-/// the key's name and the value) on whichever thread asks for them.
-class ScriptedValidators {
-public:
-    using Parent = qbtest::Parent;
-    using Function = std::function<void(std::string const&, Parent const&, std::string const&,
-                                        boost::any const&)>;
-
-    explicit ScriptedValidators(Function function) {
+    /// Makes validators of the kind ZENBAR run `judge` (with the function's name, the key's parent,
+    /// the key's name and the value) on whichever thread asks for them.
+    static void judgeWith(std::function<void(std::string const&, Parent const&, std::string const&,
+                                             any const&)> const& judge) {
         qbhost::setSignalThread([] { return true; });
-        settings::core::ZValidator::setZENBARValFuncInvokingProxyName(
-            [function](std::string const&, auto const&... rest) { function(rest...); });
-    }
-    ~ScriptedValidators() {
-        settings::core::ZValidator::setZENBARValFuncInvokingProxyName({});
-        qbhost::setSignalThread({});
+        ZValidator::setZENBARValFuncInvokingProxyName(
+            [judge](std::string const&, auto const&... rest) { judge(rest...); });
     }
 };
 
-/// Runs `work` with 0 to count - 1 on as many threads and waits for them; a hang ends the program.
+/// Runs `work` with 0 to count - 1 on as many threads at once and waits for them; a hang ends the
+/// program.
 inline void concurrently(int count, std::function<void(int)> const& work) {
     ::alarm(60);
+    std::atomic<int> missing{count};
     std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i)
-        threads.emplace_back(work, i);
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back([&, i] {
+            for (--missing; missing > 0;)
+                std::this_thread::yield();
+            work(i);
+        });
+    }
     for (std::thread& thread : threads)
         thread.join();
     ::alarm(0);

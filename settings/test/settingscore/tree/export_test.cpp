@@ -1,21 +1,18 @@
-#include "ProductWorld.hpp"
-
 #include <regex>
 
-using namespace settings::core;
+#include "ProductWorld.hpp"
+
 using namespace qbtest;
 
 namespace {
 
-using Nodes = std::vector<boost::shared_ptr<Settings const>>;
+using Nodes = std::vector<Parent>;
 
 class Export : public ProductWorld {
 protected:
     Export() {
         installPlot();
-        userFile("plot", intKey("width", "6") +
-                             groupXml("axes", keyXml("grid", "bool", valueXml("0")) +
-                                                  groupXml("ticks", intKey("count", "4"))));
+        userFile("plot", width_ + axes_);
         makeKey("k", 1, alone_);
     }
     ustring target() const { return toUString(targetPath()); }
@@ -24,7 +21,7 @@ protected:
     std::string exported(Texts const& paths, std::string const& level = "user") const {
         Nodes nodes;
         for (std::string const& path : paths)
-            nodes.push_back(nodeAt(path));
+            nodes.push_back(at(path));
         Settings::exportSettings(nodes, target(), level);
         return readFile(targetPath());
     }
@@ -32,21 +29,21 @@ protected:
     static std::string flat(std::string const& text) {
         return std::regex_replace(text, std::regex("\n *"), "");
     }
+    std::string const width_ = intKey("width", "6");
+    std::string const grid_ = keyXml("grid", "bool", valueXml("0"));
+    std::string const ticks_ = groupXml("ticks", intKey("count", "4"));
+    std::string const axes_ = groupXml("axes", grid_ + ticks_);
     NodePtr const alone_ = makeGroup("alone");
 };
 
 TEST_F(Export, WritesTheChosenNodesWithTheirPaths) {
-    std::string const width = intKey("width", "6");
-    std::string const grid = keyXml("grid", "bool", valueXml("0"));
-    std::string const ticks = groupXml("ticks", intKey("count", "4"));
-    std::string const axes = groupXml("axes", grid + ticks);
     for (auto const& [paths, text] : std::vector<std::pair<Texts, std::string>>{
-             {{"plot.width"}, width},
-             {{"plot.axes.grid", "plot.axes"}, axes},
-             {{"plot.axes", "plot.axes.grid"}, axes},
-             {{"plot.axes.ticks.count", "plot.axes.grid"}, axes},
-             {{"plot.axes.grid", "plot.axes.grid"}, groupXml("axes", grid)},
-             {{"plot.width", "plot.axes.ticks"}, groupXml("axes", ticks) + width},
+             {{"plot.width"}, width_},
+             {{"plot.axes.grid", "plot.axes"}, axes_},
+             {{"plot.axes", "plot.axes.grid"}, axes_},
+             {{"plot.axes.ticks.count", "plot.axes.grid"}, axes_},
+             {{"plot.axes.grid", "plot.axes.grid"}, groupXml("axes", grid_)},
+             {{"plot.width", "plot.axes.ticks"}, groupXml("axes", ticks_) + width_},
          }) {
         EXPECT_EQ(flat(exported(paths)),
                   flat(settingsXml("plot", text, "visible=\"true\" version=\"4\"")));
@@ -56,7 +53,7 @@ TEST_F(Export, WritesTheChosenNodesWithTheirPaths) {
     EXPECT_NE(flat(exported({"plot"}, "factory")).find(flat(intKey("width", "5"))),
               std::string::npos);
     // Without a level the values in force are written.
-    EXPECT_NE(flat(exported({"plot"}, "")).find(flat(width)), std::string::npos);
+    EXPECT_NE(flat(exported({"plot"}, "")).find(flat(width_)), std::string::npos);
     Settings::exportSettings({product()}, u"/dev/full", "user");  // In silence.
 }
 
@@ -64,7 +61,7 @@ TEST_F(Export, RefusesInOrderAndTouchesNoFile) {
     factoryFile("other", "f.settings", intKey("k", "1"));
     NodePtr const plot = productImpl();
     writeFile(targetPath(), "old");
-    ustring const nowhere = toUString(folder() / "none" / "f.settings");
+    ustring const nowhere = u"/no/such/folder/f";
     ustring const relative = u"relative";
     auto const exporting = [](Nodes const& nodes, ustring const& path, char const* level = "user") {
         return ending([&] { Settings::exportSettings(nodes, path, level); });
@@ -72,35 +69,25 @@ TEST_F(Export, RefusesInOrderAndTouchesNoFile) {
     auto const making = [](NodePtr const& node, ustring const& path) {
         return ending([&] { Settings::createFactorySettingsFile(node, path, 1); });
     };
-    expectThrow<exception::ErrorExportMultipleNodesBelongsToDiffProducts>(
-        [&] {
-            Settings::exportSettings({plot, nodeAt("other.k")}, relative, "user");
-        },
-        [](auto const& e) { EXPECT_EQ(e.getProduct1Name() + e.getProduct2Name(), "plotother"); });
-    expectThrow<exception::ErrorExportOrImportSettingsUsingRelativePath>(
-        [&] { Settings::exportSettings({plot}, relative, "user"); },
-        [&](auto const& e) { EXPECT_EQ(e.getRelativePath(), relative); });
-    expectThrow<exception::ErrorSaveSettingsDueToFileIOError>(
-        [&] {
-            Settings::exportSettings({plot, plot}, nowhere, "user");
-        },
-        [&](auto const& e) { EXPECT_EQ(e.getFileName(), nowhere); });
+    std::string const isRelative = "ErrorExportOrImportSettingsUsingRelativePath(none, relative)";
+    EXPECT_EQ(exporting({plot, at("other.k")}, relative),
+              "ErrorExportMultipleNodesBelongsToDiffProducts(plot, other)");
     EXPECT_EQ(exporting({root()}, relative), "CannotExportSettingsRoot(root)");
     EXPECT_EQ(exporting({alone_}, relative), "CannotExportStandaloneSettings(alone)");
+    EXPECT_EQ(exporting({plot}, relative), isRelative);
     EXPECT_EQ(exporting({plot}, nowhere, "nonsense"), "UnSupportedLevel(plot, nonsense)");
     EXPECT_THROW(exporting({}, nowhere), std::invalid_argument);
     EXPECT_THROW(exporting({plot, {}}, nowhere), std::invalid_argument);
-    EXPECT_EQ(exporting({plot}, toUString(folder())), "ErrorSaveSettingsDueToFileIOError(plot)");
+    EXPECT_EQ(exporting({plot, plot}, nowhere),
+              "ErrorSaveSettingsDueToFileIOError(plot, /no/such/folder/f)");
+    EXPECT_EQ(exporting({plot}, u"/"), "ErrorSaveSettingsDueToFileIOError(plot, /)");
     EXPECT_EQ(making(plot, relative), "ErrorCreateFactoryFileFromATreeNode(plot)");
-    EXPECT_THROW(Settings::createFactorySettingsFile(alone_, relative, 1),
-                 exception::ErrorExportOrImportSettingsUsingRelativePath);
-    EXPECT_EQ(making(alone_, nowhere), "ErrorSaveSettingsDueToFileIOError(alone)");
+    EXPECT_EQ(making(alone_, relative), isRelative);
+    EXPECT_EQ(making(alone_, u"/"), "ErrorSaveSettingsDueToFileIOError(alone, /)");
     EXPECT_THROW(making({}, nowhere), std::invalid_argument);
-    EXPECT_THROW(Settings::importAsStandaloneObject(relative),
-                 exception::ErrorExportOrImportSettingsUsingRelativePath);
-    for (auto const& path : {folder() / "none", targetPath(), folder()})
-        EXPECT_THROW(Settings::importAsStandaloneObject(toUString(path)),
-                     exception::ErrorReadingSettingsData);
+    EXPECT_EQ(ending([&] { Settings::importAsStandaloneObject(relative); }), isRelative);
+    for (ustring const& path : {nowhere, target(), toUString(folder())})
+        EXPECT_THROW(Settings::importAsStandaloneObject(path), exception::ErrorReadingSettingsData);
     EXPECT_FALSE(alone_->getVersionNumber());
     EXPECT_EQ(readFile(targetPath()), "old");
     EXPECT_FALSE(std::filesystem::exists("relative"));

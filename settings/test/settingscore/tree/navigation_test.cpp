@@ -1,10 +1,7 @@
-#include <atomic>
-
 #include <boost/smart_ptr/bad_weak_ptr.hpp>
 
 #include "TreeWorld.hpp"
 
-using namespace settings::core;
 using namespace qbtest;
 using boost::logic::indeterminate;
 using boost::logic::tribool;
@@ -36,7 +33,6 @@ TEST_F(NavigationTest, ANodeKnowsItsNameAndPlace) {
     Node const key = makeKey("k", group);
     EXPECT_EQ(place(*top), "top of top apart");
     EXPECT_EQ(place(*key), "top.g.k of top");
-    EXPECT_FALSE(key->addListener(boost::function<void(SettingsEvent const&)>([](auto&) {})));
     top.reset();
     EXPECT_EQ(place(*key), "g.k of g") << "a parent is only observed";
     EXPECT_EQ(place(*group), "g of g apart");
@@ -51,22 +47,20 @@ TEST_F(NavigationTest, ANodeKnowsItsNameAndPlace) {
 }
 
 TEST_F(NavigationTest, PathsAreRelativeToTheNodeThatIsAsked) {
-    auto const found = [](char const* start, Texts const& path) {
-        boost::shared_ptr<Settings> const node = *start ? at(start) : root();
+    auto const found = [](Parent const& start, Texts const& path) {
         std::string name;
         for (std::string const& part : path)
             name += (name.empty() ? "" : ".") + part;
-        auto const result = node->getSettingsByPathVec(path);
-        EXPECT_EQ(node->getSettingsByFullName(name), result) << start << " " << name;
+        auto const result = start->getSettingsByPathVec(path);
+        EXPECT_EQ(start->getSettingsByFullName(name), result) << name;
         return result ? result->getFullName() : "";
     };
-    EXPECT_EQ(found("", {"plotter", "axes", "grid"}), "plotter.axes.grid");
-    EXPECT_EQ(found("", {}), "");
-    EXPECT_EQ(found("", {"Plotter"}), "");
-    EXPECT_EQ(found("plotter", {"axes", "grid"}), "plotter.axes.grid");
-    EXPECT_EQ(found("plotter", {"plotter", "axes"}), "");
-    EXPECT_EQ(found("plotter", {"axes", "grid", "deeper"}), "");
-    EXPECT_EQ(found("plotter.axes.grid", {"grid"}), "");
+    EXPECT_EQ(found(root(), {"plotter", "axes", "grid"}), "plotter.axes.grid");
+    EXPECT_EQ(found(at("plotter"), {"axes", "grid"}), "plotter.axes.grid");
+    EXPECT_EQ(found(root(), {}) + found(root(), {"Plotter"}), "");
+    EXPECT_EQ(found(at("plotter"), {"plotter", "axes"}), "");
+    EXPECT_EQ(found(at("plotter"), {"axes", "grid", "deeper"}), "");
+    EXPECT_EQ(found(at("plotter.axes.grid"), {"grid"}), "");
     // A dotted name may have empty parts, a path may not.
     EXPECT_EQ(root()->getSettingsByFullName("..plotter..axes."), at("plotter.axes"));
     EXPECT_FALSE(root()->getSettingsByFullName("..."));
@@ -81,16 +75,15 @@ TEST_F(NavigationTest, AReadOnlyFlagIsTheOwnOrForGroupsTheNearestOne) {
         node->setParentInternal(parent);
         return node;
     };
-    int count = 0;
     auto const check = [&](tribool top, tribool middle, tribool own, bool ofGroup, bool ofKey) {
-        SCOPED_TRACE(count);
-        Node const product = make("top" + std::to_string(count++), false, top, {});
+        Node const product = make("top", false, top, {});
         Node const parent = make("middle", false, middle, product);
         Node const group = make("group", false, own, parent);
         EXPECT_EQ(make("key", true, own, parent)->isReadOnly(), ofKey);
         EXPECT_EQ(group->isReadOnly(), ofGroup);
         product->setParent(implRoot());
         EXPECT_EQ(group->isReadOnly(), ofGroup) << "the root has no say";
+        implRoot()->removeNode("top");
     };
     check(true, true, false, false, false);
     check(false, false, true, true, true);
@@ -98,57 +91,6 @@ TEST_F(NavigationTest, AReadOnlyFlagIsTheOwnOrForGroupsTheNearestOne) {
     check(true, false, indeterminate, false, false);
     check(false, true, indeterminate, true, false);
     check(indeterminate, indeterminate, indeterminate, false, false);
-}
-
-TEST_F(NavigationTest, ALoadThatThrowsIsRepeatedByAnotherOfTheWaiters) {
-    Node const product = implRoot()->getChildImpl("plotter");
-    std::atomic<int> attempts{0};
-    std::atomic<int> failures{0};
-    SettingsImpl::setLoadCallOnceFunc([&](SettingsImpl* node, ustring& errors) {
-        if (node->getName() == "plotter" && ++attempts == 1) throw std::runtime_error("no disk");
-        node->loadSettingsOnce(errors);
-    });
-    concurrently(4, [&](int) {
-        try {
-            EXPECT_EQ(shown(product->getAny("k", "")), "1");
-        } catch (std::runtime_error const&) {
-            ++failures;
-        }
-    });
-    EXPECT_EQ(failures, 1);
-    EXPECT_EQ(attempts, 2);
-}
-
-TEST_F(NavigationTest, LoadsThatWaitForEachOtherInACircleEnd) {
-    // The user value of each product is judged, while it loads, by a script that reads the next.
-    for (int i = 0; i < 3; ++i) {
-        std::string const rule = "<validationfunc type='ZENBAR' packagename='p' functionname='p" +
-                                 std::to_string((i + 1) % 3) + "'/>";
-        std::string const name = "p" + std::to_string(i);
-        factoryFile(name, name + ".settings", groupXml("g", rule + intKey("k", "1")));
-        userFile(name, groupXml("g", intKey("k", "2")));
-    }
-    for (int round = 0; round < 10; ++round) {
-        auto const tree = freshRoot();
-        std::atomic<int> inside{0};
-        ScriptedValidators const scripts(
-            [&](std::string const& next, Parent const& self, auto&&...) {
-                // None goes on before all loads are under way.
-                ++inside;
-                while (inside < 3)
-                    std::this_thread::yield();
-                EXPECT_FALSE(tree->getSettingsByFullName(self->getFullName())) << "not there yet";
-                auto const group = tree->getSettingsByFullName(next + ".g");
-                if (group) {
-                    EXPECT_EQ(shown(group->getAny("k", "user")), "2");
-                }
-            });
-        concurrently(3, [&](int thread) {
-            auto const group = tree->getSettingsByFullName("p" + std::to_string(thread) + ".g");
-            EXPECT_EQ(shown(group->getAny("k", "user")), "2");
-        });
-        EXPECT_EQ(inside, 3);
-    }
 }
 
 }  // namespace

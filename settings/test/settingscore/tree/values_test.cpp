@@ -1,10 +1,6 @@
-#include <atomic>
-
 #include "TreeWorld.hpp"
 
-using namespace settings::core;
 using namespace qbtest;
-using boost::any;
 
 namespace {
 
@@ -27,20 +23,12 @@ protected:
         result.setBelongingLevel(level);
         at("p." + key)->setRunTimeDefault(result);
     }
-    static std::string setting(std::string const& group, std::string const& key, any const& value,
-                               std::string const& level = "user") {
-        return ending([&] { at(group)->setAny(key, value, level); });
-    }
-    static std::string unsetting(std::string const& group, std::string const& key,
-                                 std::string const& level) {
-        return ending([&] { at(group)->unset(key, level); });
-    }
 };
 
 TEST_F(ValuesTest, TheFirstLevelWithAValueWins) {
-    // What is in force and on session, user and factory. The factory value of `number` and the
-    // values on the levels `stored` are "another double", the default of level `owner` is 2.5.
-    auto const read = [&](char const* key, Texts const& stored, char const* owner) {
+    // What is in force and on session, user and factory. The factory value of `number` is 7, values
+    // on the levels `stored` are 9, the default of level `owner` is 2.5.
+    auto const read = [&](std::string const& key, Texts const& stored, char const* owner) {
         freshRoot();
         std::filesystem::remove(userFilePath("p"));
         Node const product = at("p");
@@ -49,35 +37,34 @@ TEST_F(ValuesTest, TheFirstLevelWithAValueWins) {
             product->setAny(key, 9.0, level);
         std::string all;
         for (char const* level : {"", "session", "user", "factory"}) {
-            std::string const text = shown(product->getAny(key, level));
+            std::string const text = shownAt("p." + key, level);
             EXPECT_EQ(product->isSet(key, level), text != "-") << level;
-            all += text == "2.5" ? "default " : text == "-" ? "- " : "own ";
+            all += text.substr(text.find(' ') + 1) + " ";
         }
-        EXPECT_EQ(at(std::string("p.") + key)->isUndefined(), all == "- - - - ");
+        EXPECT_EQ(at("p." + key)->isUndefined(), all == "- - - - ");
         return all;
     };
     EXPECT_EQ(read("computed", {}, ""), "- - - - ");
-    EXPECT_EQ(read("computed", {}, "factory"), "default - - default ");
-    EXPECT_EQ(read("computed", {}, "user"), "default - default - ");
-    EXPECT_EQ(read("computed", {}, "session"), "default default - - ");
-    EXPECT_EQ(read("computed", {"user"}, "factory"), "own - own default ");
-    EXPECT_EQ(read("computed", {"user"}, "session"), "default default own - ");
-    EXPECT_EQ(read("computed", {"session"}, "session"), "own own - - ");
-    EXPECT_EQ(read("computed", {"session", "user"}, "factory"), "own own own default ");
-    EXPECT_EQ(read("number", {}, "user"), "default - default own ");
+    EXPECT_EQ(read("computed", {}, "factory"), "2.5 - - 2.5 ");
+    EXPECT_EQ(read("computed", {}, "user"), "2.5 - 2.5 - ");
+    EXPECT_EQ(read("computed", {}, "session"), "2.5 2.5 - - ");
+    EXPECT_EQ(read("computed", {"user"}, "factory"), "9 - 9 2.5 ");
+    EXPECT_EQ(read("computed", {"user"}, "session"), "2.5 2.5 9 - ");
+    EXPECT_EQ(read("computed", {"session"}, "session"), "9 9 - - ");
+    EXPECT_EQ(read("computed", {"session", "user"}, "factory"), "9 9 9 2.5 ");
+    EXPECT_EQ(read("number", {}, "user"), "2.5 - 2.5 7 ");
 }
 
 TEST_F(ValuesTest, AWrongNameOrLevelIsToldInTheOrderOfTheChecks) {
     Node const p = at("p");
     for (std::string const name : {"x", "g"}) {
-        std::string const refusal =
-            (name == "x" ? "NoSuchKey(p, " : "NotAKeyName(p, ") + name + ")";
+        auto const refusal = (name == "x" ? "NoSuchKey(p, " : "NotAKeyName(p, ") + name + ")";
         EXPECT_EQ(ending([&] { p->getAny(name, ""); }), refusal);
         EXPECT_EQ(ending([&] { p->isSet(name, "user"); }), refusal);
         EXPECT_EQ(ending([&] { p->getDataTypeIndex(name); }), refusal);
         EXPECT_EQ(ending([&] { p->validateAny(name, 'c'); }), refusal);
-        EXPECT_EQ(setting("p", name, 'c'), refusal);
-        EXPECT_EQ(unsetting("p", name, "user"), refusal);
+        EXPECT_EQ(setting("p." + name, 'c'), refusal);
+        EXPECT_EQ(unsetting("p." + name, "user"), refusal);
     }
     expectThrow<exception::UnSupportedLevel>(
         [&] { p->validateLevelName("workgroup"); },
@@ -88,14 +75,14 @@ TEST_F(ValuesTest, AWrongNameOrLevelIsToldInTheOrderOfTheChecks) {
     EXPECT_EQ(ending([&] { p->getAny("x", "nonsense"); }), "NoSuchKey(p, x)");
     EXPECT_EQ(ending([&] { p->getAny("g", "nonsense"); }), nonsense);
     EXPECT_EQ(ending([] { makeGroup("g")->isUndefined(); }), "NotAKeyName(none, g)");
-    EXPECT_EQ(setting("p", "x", 'c', "nonsense"), "NoSuchKey(p, x)");
-    EXPECT_EQ(setting("p", "g", 'c', "nonsense"), nonsense);
-    EXPECT_EQ(setting("p", "g", 'c', "factory"), factory);
-    EXPECT_EQ(unsetting("p", "x", "nonsense"), nonsense);
-    EXPECT_EQ(unsetting("p", "x", "factory"), factory);
-    EXPECT_EQ(unsetting("p.locked", "k", "user"),
+    EXPECT_EQ(setting("p.x", 'c', "nonsense"), "NoSuchKey(p, x)");
+    EXPECT_EQ(setting("p.g", 'c', "nonsense"), nonsense);
+    EXPECT_EQ(setting("p.g", 'c', "factory"), factory);
+    EXPECT_EQ(unsetting("p.x", "nonsense"), nonsense);
+    EXPECT_EQ(unsetting("p.x", "factory"), factory);
+    EXPECT_EQ(unsetting("p.locked.k", "user"),
               "CannotAddRemoveNodeUnderReadOnlyParent(p.locked.k, p.locked)");
-    EXPECT_EQ(unsetting("p", "k", "session"), "ValueNotDefinedForGivenLevel(p.k, session)");
+    EXPECT_EQ(unsetting("p.k", "session"), "ValueNotDefinedForGivenLevel(p.k, session)");
 }
 
 TEST_F(ValuesTest, ARefusedSetChangesNothing) {
@@ -105,114 +92,98 @@ TEST_F(ValuesTest, ARefusedSetChangesNothing) {
     at("p.free")->setMetaData(SettingsKeyMetaData<any>({}, 3.0, {}));
     auto const files = userFiles();
     Heard heard(root());
-    auto const check = [](char const* group, char const* key, any const& value) {
-        std::string const refusal = setting(group, key, value);
+    auto const check = [](std::string const& group, char const* key, any const& value) {
+        std::string const refusal = setting(group + "." + key, value);
         EXPECT_EQ(ending([&] { at(group)->validateAny(key, value); }), refusal);
         return refusal;
     };
     EXPECT_EQ(check("p", "fixed", 'c'), "CannotChangeValueForReadOnlySetting(p.fixed)");
     EXPECT_EQ(check("p", "k", 1L), "UnsupportedType(p.k, long)");
     EXPECT_EQ(check("p.g", "k", 9.0), "DataTypeNotMatch(int32, double)");
-    EXPECT_EQ(check("p.g", "k", std::vector<int>{9, 9}), "DataTypeNotMatch(int32, array of int32)");
+    EXPECT_EQ(check("p.g", "k", Ints{9, 9}), "DataTypeNotMatch(int32, array of int32)");
     EXPECT_EQ(check("p", "free", 4.0), "ValueIsNotInRange(p.free, 4, , 3)");
     EXPECT_EQ(check("p", "free", std::vector<double>{4, 4}),
               "DataArraySizeOutOfRange(p.free, 1, 1, 2)");
-    EXPECT_EQ(check("p.g", "k", std::vector<int>{9}), "ValueIsNotInRange(p.g.k, 9, 0, 5)");
+    EXPECT_EQ(check("p.g", "k", Ints{9}), "ValueIsNotInRange(p.g.k, 9, 0, 5)");
     EXPECT_EQ(check("p.g", "k", 5),
               "ExceptionFromValidationFunction(p.g, k, 5, refuse, checks, the check says no)");
-    EXPECT_EQ(heard.take(), Texts());
+    EXPECT_EQ(heard.take(), "");
     EXPECT_EQ(userFiles(), files);
-    EXPECT_EQ(shown(at("p")->getAny("k", "")), "2");
-    EXPECT_EQ(shown(at("p.g")->getAny("k", "")), "1");
+    EXPECT_EQ(shownAt("p.k") + shownAt("p.g.k"), "21");
     // A key that is read-only can be unset, a key in a group that is read-only can be set.
-    EXPECT_EQ(shown(at("p")->getAny("fixed", "")), "6");
-    EXPECT_EQ(unsetting("p", "fixed", "user"), "done");
-    EXPECT_EQ(shown(at("p")->getAny("fixed", "")), "4");
-    EXPECT_EQ(setting("p.locked", "k", 2), "done");
+    EXPECT_EQ(shownAt("p.fixed"), "6");
+    EXPECT_EQ(unsetting("p.fixed", "user"), "done");
+    EXPECT_EQ(shownAt("p.fixed"), "4");
+    EXPECT_EQ(setting("p.locked.k", 2), "done");
 }
 
 TEST_F(ValuesTest, AChangeTellsAndSavesWhereItIsSeen) {
-    noteSaves();
     Heard heard(root());
-    auto const check = [&](std::string const& done, Texts const& events, Texts const& saves,
-                           char const* inForce) {
+    noteSaves(heard);
+    auto const check = [&](std::string const& done, char const* told, char const* inForce) {
         EXPECT_EQ(done, "done");
-        EXPECT_EQ(heard.take(), events) << inForce;
-        EXPECT_EQ(takeSaves(), saves) << inForce;
-        EXPECT_EQ(shown(at("p")->getAny("k", "")), inForce);
+        EXPECT_EQ(heard.take(), told) << inForce;
+        EXPECT_EQ(shownAt("p.k"), inForce);
     };
-    check(setting("p", "k", 2), {"value k"}, {"user:k"}, "2");
-    check(setting("p", "k", 2), {}, {}, "2");
-    check(setting("p", "k", std::vector<int>{2}), {}, {}, "2");
-    check(setting("p", "k", 3, "session"), {"value k"}, {"session:k"}, "3");
-    check(setting("p", "k", 4), {}, {"user:k"}, "3");
-    check(setting("p", "k", 4, "session"), {"value k"}, {"session:k"}, "4");
-    check(unsetting("p", "k", "session"), {}, {"session:p"}, "4");
-    check(unsetting("p", "k", "user"), {"value k"}, {"user:p"}, "1");
-    check(setting("p", "k", 1), {}, {"user:k"}, "1");
-    check(unsetting("p", "k", "user"), {}, {"user:p"}, "1");
+    check(setting("p.k", 2), "value k; save user:k", "2");
+    check(setting("p.k", 2), "", "2");
+    check(setting("p.k", Ints{2}), "", "2");
+    check(setting("p.k", 3, "session"), "value k; save session:k", "3");
+    check(setting("p.k", 4), "save user:k", "3");
+    check(setting("p.k", 4, "session"), "value k; save session:k", "4");
+    check(unsetting("p.k", "session"), "save session:p", "4");
+    check(unsetting("p.k", "user"), "value k; save user:p", "1");
+    check(setting("p.k", 1), "save user:k", "1");
+    check(unsetting("p.k", "user"), "save user:p", "1");
+
+    giveDefault("computed", "giveDouble", "user");
+    EXPECT_EQ(setting("p.computed", 2.5), "done");
+    EXPECT_EQ(unsetting("p.computed", "user"), "ValueNotDefinedForGivenLevel(p.computed, user)");
+    // A result of another type is a message of the catalogue: the set is dropped on purpose.
+    giveDefault("empty", "giveDouble", "factory");
+    EXPECT_EQ(setting("p.empty", 5), "done");
+    // Any other failure reaches the caller.
+    giveDefault("empty", "fail", "factory");
+    EXPECT_EQ(setting("p.empty", 5), "RunTimeFuncInvokingError(fail, defaults, Unknown)");
+    EXPECT_EQ(ending([] { shownAt("p.empty"); }),
+              "RunTimeFuncInvokingError(fail, defaults, Unknown)");
+    EXPECT_EQ(shownAt("p.empty", "user"), "-") << "not the owner: not run";
+    EXPECT_FALSE(at("p.empty")->isUndefined());
+    EXPECT_EQ(heard.take(), "");
 }
 
 TEST_F(ValuesTest, TheFileFollowsMemoryAndTheSessionStaysOut) {
-    setting("p", "k", 9, "session");
-    EXPECT_EQ(userFiles(), (std::map<std::string, std::string>()));
+    setting("p.k", 9, "session");
+    EXPECT_TRUE(userFiles().empty());
     bool told = false;
     auto const connection =
         at("p")->addListener<SettingsValueChangeEvent>([&](SettingsValueChangeEvent const& event) {
             EXPECT_EQ(event.getObj(), at("p.g.k"));
             EXPECT_EQ(event.getZcrId(), BlessedZcrID);
-            EXPECT_EQ(shown(at("p.g")->getAny("k", "")), "2") << "memory first";
+            EXPECT_EQ(shownAt("p.g.k"), "2") << "memory first";
             EXPECT_FALSE(userFileExists("p")) << "the event comes before the save";
             told = true;
         });
-    setting("p.g", "k", 2);
+    setting("p.g.k", 2);
     EXPECT_TRUE(told);
     std::string const saved = readUserFile("p");
     freshRoot();
-    EXPECT_EQ(shown(at("p")->getAny("k", "")), "1");
-    EXPECT_EQ(shown(at("p.g")->getAny("k", "user")), "2");
-    // A save that fails or is missing leaves the change in memory.
-    failSaves();
-    EXPECT_THROW(setting("p", "k", 3), std::runtime_error);
-    EXPECT_EQ(shown(at("p")->getAny("k", "user")), "3");
-    EXPECT_THROW(unsetting("p", "k", "user"), std::runtime_error);
-    EXPECT_EQ(shown(at("p")->getAny("k", "user")), "-");
+    EXPECT_EQ(shownAt("p.k") + shownAt("p.g.k", "user"), "12");
     SettingsImpl::setSaveFunc({});
-    EXPECT_THROW(setting("p", "k", 5), boost::bad_function_call);
+    EXPECT_THROW(setting("p.k", 5), boost::bad_function_call);
     EXPECT_EQ(readUserFile("p"), saved) << "nor does a load write";
-}
-
-TEST_F(ValuesTest, SetsAboveADefault) {
-    noteSaves();
-    Heard heard(root());
-    giveDefault("computed", "giveDouble", "user");
-    EXPECT_EQ(setting("p", "computed", 2.5), "done");
-    EXPECT_EQ(unsetting("p", "computed", "user"), "ValueNotDefinedForGivenLevel(p.computed, user)");
-    // A result of another type is a message of the catalogue: the set is dropped on purpose.
-    giveDefault("empty", "giveDouble", "factory");
-    EXPECT_EQ(setting("p", "empty", 5), "done");
-    // Any other failure reaches the caller.
-    giveDefault("empty", "fail", "factory");
-    EXPECT_EQ(setting("p", "empty", 5), "RunTimeFuncInvokingError(fail, defaults, Unknown)");
-    EXPECT_EQ(ending([] { at("p")->getAny("empty", ""); }),
-              "RunTimeFuncInvokingError(fail, defaults, Unknown)");
-    EXPECT_TRUE(at("p")->getAny("empty", "user").empty()) << "not the owner: not run";
-    EXPECT_FALSE(at("p.empty")->isUndefined());
-    EXPECT_EQ(takeSaves(), Texts());
-    EXPECT_EQ(heard.take(), Texts());
 }
 
 // --- Threads ------------------------------------------------------------------------------------
 
 TEST_F(ValuesTest, ReadersAndWritersWithChecksThatRead) {
     factoryFile("limits", "limits.settings", intKey("max", "10"));
-    auto const tree = freshRoot();
     Node const group = at("p.g");
     group->setValidator(ZValidator("p", "f"));
-    ScriptedValidators const scripts([&](auto const&, Parent const& parent, auto&&...) {
+    judgeWith([](auto const&, Parent const& parent, auto&&...) {
         EXPECT_TRUE(parent->isSet("k", ""));
         // The first touch of a product may come under the lock.
-        EXPECT_EQ(shown(tree->getSettingsByFullName("limits")->getAny("max", "")), "10");
+        EXPECT_EQ(shownAt("limits.max"), "10");
     });
     std::atomic<int> events{0};
     auto const connection = group->addListener<SettingsValueChangeEvent>([&](auto const&) {
@@ -236,10 +207,10 @@ TEST_F(ValuesTest, ReadersAndWritersWithChecksThatRead) {
         }
         if (thread < 2) --writing;
     });
-    EXPECT_EQ(shown(group->getAny("k", "")), "61");
+    EXPECT_EQ(shownAt("p.g.k"), "61");
     EXPECT_GE(events, 60) << "one for each set of the upper level";
     freshRoot();
-    EXPECT_EQ(shown(at("p.g")->getAny("k", "user")), "-60") << "the last save won";
+    EXPECT_EQ(shownAt("p.g.k", "user"), "-60") << "the last save won";
 }
 
 TEST_F(ValuesTest, OfTwoFirstValuesOneSettlesAKeyWhole) {
@@ -251,24 +222,14 @@ TEST_F(ValuesTest, OfTwoFirstValuesOneSettlesAKeyWhole) {
         Node const group = makeGroup("g");
         Node const key = makeKey("k", group);
         key->setRunTimeDefault(ZRunTimeDefault("p", "f"));
-        std::atomic<int> ready{0};
         concurrently(2, [&](int thread) {
-            if (thread == 0) {
-                first = 1;
-            } else {
-                first = std::vector<double>{1, 2, 3};
-            }
-            ++ready;
-            while (ready < 2)
-                std::this_thread::yield();
+            first = thread == 0 ? any(1) : any(std::vector<double>{1, 2, 3});
             ending([&] { group->getAny("k", ""); });  // Refused if the other type came first.
         });
         bool const isInt = group->getDataTypeIndex("k") == 7ul;
         ASSERT_EQ(key->getValueArraySizeValidator()->maxArrSize(), isInt ? 1u : 3u);
         group->setAny("k", isInt ? any(5) : any(std::vector<double>{1}), "user");
     }
-    ZRunTimeDefault::setZRunTimeProxyFname({});
-    qbhost::setSignalThread({});
 }
 
 }  // namespace

@@ -2,19 +2,13 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <limits>
 #include <sstream>
-#include <string>
-#include <type_traits>
 
 #include <gtest/gtest.h>
 #include <boost/lexical_cast.hpp>
 #include <boost/numeric/conversion/cast.hpp>
-
-#include "../../support/CommaLocale.hpp"
+#include <support/CommaLocale.hpp>
 
 namespace settingscore::boostany {
 namespace {
@@ -41,11 +35,6 @@ std::string outcome(Read const& read) {
     }
 }
 
-template <class T>
-std::string parsed(std::string const& text) {
-    return outcome<T>([&] { return lexicalParse<T>(text); });
-}
-
 char const* const texts =
     "|0|1|+1|-1|-0|+0|001|+000|-001|+|-|+-1|-+1|--1| 1|1 |\t1|1\n|2|10|true|false|32767|32768|"
     "-32768|-32769|65535|65536|-65535|-65536|2147483647|2147483648|-2147483648|-2147483649|"
@@ -70,27 +59,15 @@ TEST(LexicalParse, AgreesWithALexicalCastInTheClassicLocaleWhateverTheLocaleIs) 
                 SCOPED_TRACE(ValueTraits<T>::name + (": '" + text + "'"));
                 std::string const expected =
                     outcome<T>([&] { return boost::lexical_cast<T>(text); });
-                EXPECT_EQ(parsed<T>(text), expected);
+                EXPECT_EQ(outcome<T>([&] { return lexicalParse<T>(text); }), expected);
                 qbtest::CommaLocale const comma;
-                EXPECT_EQ(parsed<T>(text), expected);
+                EXPECT_EQ(outcome<T>([&] { return lexicalParse<T>(text); }), expected);
                 accepted += expected != "bad cast";
             }
             EXPECT_GT(accepted, 5);
-            EXPECT_EQ(parsed<T>(std::string("1\0", 2)), "bad cast");
+            EXPECT_THROW(lexicalParse<T>(std::string("1\0", 2)), boost::bad_lexical_cast);
         }
     });
-}
-
-TEST(LexicalParse, ReadsEightBitsAsANumber) {
-    std::string signedBytes;
-    std::string unsignedBytes;
-    for (char const* text : {"+7", "127", "128", "300", "-1", "-129", "-65535", "40000", "A"}) {
-        signedBytes += parsed<signed char>(text) + ", ";
-        unsignedBytes += parsed<unsigned char>(text) + ", ";
-    }
-    EXPECT_EQ(signedBytes,
-              "7, 127, too high, too high, -1, too low, bad cast, bad cast, bad cast, ");
-    EXPECT_EQ(unsignedBytes, "7, 127, 128, too high, too high, too high, 1, too high, bad cast, ");
 }
 
 template <class T, class Bits>

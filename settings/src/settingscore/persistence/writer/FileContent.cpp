@@ -8,6 +8,7 @@
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 #include <settingscore/persistence/writer/ValueWriter.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
+#include <settingscore/rules/ValueType.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 #include <settingscore/value/AnyBridge.hpp>
 #include <settingscore/value/ValueTraits.hpp>
@@ -112,6 +113,10 @@ public:
     ContentCheck(HeldLock const& lock, std::string const& level) : lock_(lock), level_(level) {}
 
     UnwritableContent const& run(SettingsImpl const& product) {
+        std::string const& name = product.nameWithLock();
+        if (name.empty() || name.find('/') != std::string::npos) {
+            found(product, "has a name that is none of a file");
+        }
         visit(product, 1);
         return found_;
     }
@@ -130,9 +135,16 @@ private:
         } else if (node.isLeafWithLock()) {
             checkKey(node);
         } else {
-            checkFunction(node,
-                          boost::apply_visitor(FunctionFault(), node.validatorWithLock(lock_)));
-            auto const below = [&](SettingsImpl const& child) { visit(child, depth + 1); };
+            bool isFirst = true;
+            auto const below = [&](SettingsImpl const& child) {
+                // The validator of a group stands before its children; without any it is left out.
+                if (isFirst) {
+                    checkFunction(
+                        node, boost::apply_visitor(FunctionFault(), node.validatorWithLock(lock_)));
+                }
+                isFirst = false;
+                visit(child, depth + 1);
+            };
             node.writeSettingsByGroup<SettingsImpl::FilterLeafNode<true>>(below);
             node.writeSettingsByGroup<SettingsImpl::FilterLeafNode<false>>(below);
         }
@@ -144,6 +156,9 @@ private:
         }
         auto const writer = key.getValueWriterFcn();
         if (!writer) return;
+        bool const isUndefinedAny = writer == &writeValues<ZenbarAny> &&
+                                    key.getAnyValueInternalWithLock(lock_, level_, false).empty();
+        if (isUndefinedAny) return;  // Its writer ends before the runtime default.
         if (key.isRuntimeOwningLevelWithLock(lock_, level_)) {
             checkFunction(key,
                           boost::apply_visitor(FunctionFault(), key.runTimeDefaultWithLock(lock_)));
@@ -151,14 +166,41 @@ private:
         }
         boost::any const value = key.getAnyValueInternalWithLock(lock_, level_, false);
         IsArray isArray;
-        if (writer == &writeValues<ZenbarAny> &&
-            settingscore::boostany::applyVisitor(isArray, value, true)) {
+        if (value.empty()) return;
+        bool const isAnyTyped = writer == &writeValues<ZenbarAny>;
+        if (isAnyTyped && settingscore::boostany::applyVisitor(isArray, value, true)) {
             found(key, "takes values of any type, of which a file holds no arrays");
             return;
         }
+        checkShape(key, value, isAnyTyped);
         ValueFault fault;
         std::string const text = settingscore::boostany::applyVisitor(fault, value, true);
         if (!text.empty()) found(key, "has a value that " + text);
+    }
+
+    /// A value can differ from its key's definition: the first one of a key comes unchecked in a
+    /// merge, and a set converts without looking at how a file tells no elements.
+    void checkShape(SettingsImpl const& key, boost::any const& value, bool isAnyTyped) {
+        constexpr unsigned long elementTypes = settingscore::boostany::elementTypeCount;
+        TypeIndexSetter indexOf;
+        ArraySizeGetter sizeOf;
+        unsigned long const type = settingscore::boostany::applyVisitor(indexOf, value, true);
+        unsigned long const count = settingscore::boostany::applyVisitor(sizeOf, value, true);
+        auto const own = key.getDataTypeIndexInternal();
+        if (!isAnyTyped && own && (type - 1) % elementTypes != (*own - 1) % elementTypes) {
+            found(key, "has a value of another type than its own");
+            return;
+        }
+        auto const sizes = key.getValueArraySizeValidator();
+        if (!sizes) return;
+        unsigned long const least = sizes->minArrSize();
+        unsigned long const most = sizes->maxArrSize();
+        if (isAnyTyped) {
+            if (most != 1) found(key, "has one value where its definition has an array");
+        } else if (count == 0 ? least != 0 || most != 0
+                              : count < least || (most != 0 && count > most)) {
+            found(key, "has " + std::to_string(count) + " values, which its definition excludes");
+        }
     }
 
     void checkFunction(SettingsImpl const& node, std::string const& fault) {

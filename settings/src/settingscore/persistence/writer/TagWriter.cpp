@@ -3,16 +3,13 @@
 #include <ostream>
 
 #include <boost/variant/apply_visitor.hpp>
+#include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
 namespace {
 
 // A tag is put together first and handed to the stream in one piece.
-void put(std::ostream& stream, std::string const& text) {
-    stream.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
 char const* nodeTag(bool isLeaf) { return isLeaf ? "key" : "settings"; }
 
 template <class Function>
@@ -68,6 +65,10 @@ private:
 
 }  // namespace
 
+void put(std::ostream& stream, std::string const& text) {
+    stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
 void appendIndent(unsigned long depth, std::string& text) { text.append(4 * depth, ' '); }
 
 void writeIndent(unsigned long depth, std::ostream& stream) {
@@ -80,7 +81,7 @@ void writeCurrentOpenTag(detail::HeldLock const& lock, std::ostream& stream, uns
                          boost::shared_ptr<SettingsImpl const> const& obj, bool isTop) {
     bool const isLeaf = obj->isLeafWithLock();
     std::string tag;
-    if (isTop) tag.append(Settings::settingsXMLFileHeader).append("\n");
+    if (isTop) tag.append(detail::settingsXMLFileHeader).append("\n");
     appendIndent(depth, tag);
     tag.append("<").append(nodeTag(isLeaf));
     tag.append(" name=\"").append(obj->nameWithLock()).append("\"");
@@ -99,7 +100,7 @@ void writeCurrentOpenTag(detail::HeldLock const& lock, std::ostream& stream, uns
             tag.append(" anytype=\"true\"");
         }
     }
-    if (isTop) tag.append(" ").append(Settings::settingsSchemaInfo);
+    if (isTop) tag.append(" ").append(detail::settingsSchemaInfo);
     tag.append(">\n");
     put(stream, tag);
 }

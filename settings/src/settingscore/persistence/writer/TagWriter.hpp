@@ -12,6 +12,9 @@ namespace settings::core {
 
 class SettingsImpl;
 
+/// Hands a text over in one piece.
+void put(std::ostream& stream, std::string const& text);
+
 /// Four blanks a depth.
 void writeIndent(unsigned long depth, std::ostream& stream);
 void appendIndent(unsigned long depth, std::string& text);

@@ -19,10 +19,6 @@ namespace {
 
 std::size_t const pieceSize = 1 << 16;
 
-void put(std::ostream& stream, std::string const& text) {
-    stream.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
 /// The host's context for the text forms of doubles.
 class FpcContext {
 public:
@@ -118,21 +114,21 @@ void ValueWriter::output(ustring const& text) const {
     std::string utf8;
     if (!text.empty()) utf8 = qf::i18n::codecvt_ustring_to_string(text, "UTF-8");
     if (utf8.find("]]>") != std::string::npos) {
-        replaceAndWriteOut(std::move(utf8));
+        replaceAndWriteOut(utf8);
     } else {
         line_.append("<![CDATA[").append(utf8).append("]]>");
     }
 }
 
-void ValueWriter::replaceAndWriteOut(std::string text) const {
+void ValueWriter::replaceAndWriteOut(std::string const& utf8) const {
     // A section ends in the midst of the mark and the next one goes on behind it.
     std::string const seam = "]]]]><![CDATA[>";
     line_.append("<![CDATA[");
     std::size_t from = 0;
-    for (std::size_t at; (at = text.find("]]>", from)) != std::string::npos; from = at + 3) {
-        line_.append(text, from, at - from).append(seam);
+    for (std::size_t at; (at = utf8.find("]]>", from)) != std::string::npos; from = at + 3) {
+        line_.append(utf8, from, at - from).append(seam);
     }
-    line_.append(text, from, std::string::npos).append("]]>");
+    line_.append(utf8, from, std::string::npos).append("]]>");
 }
 
 void writeData(std::ostream& stream, boost::any const& value, unsigned long depth) {

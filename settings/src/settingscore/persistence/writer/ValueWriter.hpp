@@ -44,7 +44,7 @@ public:
     void output(ustring const& text) const;
 
 private:
-    void replaceAndWriteOut(std::string text) const;
+    void replaceAndWriteOut(std::string const& utf8) const;
     std::string& line_;
 };
 

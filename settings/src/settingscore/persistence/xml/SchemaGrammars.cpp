@@ -42,7 +42,7 @@ SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const&
     pool->lockPool();
     SchemaGrammars const grammars{*pool, names};
     pools.emplace(location, grammars);
-    pool.release();
+    static_cast<void>(pool.release());
     return grammars;
 }
 

@@ -26,8 +26,8 @@ void translated(Work const& work) {
 }  // namespace
 
 SettingsSaxHandler::TopNodesHandlerMap const& SettingsSaxHandler::topNodesHandlerMap() {
-    static TopNodesHandlerMap const topNodesHandlerMap_ = {
-        {"settings", &XMLTopSettingsNode::createTop}};
+    static auto const& topNodesHandlerMap_ =
+        *new TopNodesHandlerMap{{"settings", &XMLTopSettingsNode::createTop}};
     return topNodesHandlerMap_;
 }
 

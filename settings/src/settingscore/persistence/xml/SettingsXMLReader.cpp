@@ -12,6 +12,7 @@
 #include <settingscore/persistence/xml/SettingsInputSource.hpp>
 #include <settingscore/persistence/xml/SettingsSaxErrorHandler.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
+#include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 #include <xercesc/framework/XMLGrammarPool.hpp>
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
@@ -71,7 +72,7 @@ path schemaFile() {
 
 /// The namespace, and the schema's file behind it, as the parser wants them: without blanks inside.
 ustring schemaLocation(path const& schema) {
-    std::string location = Settings::settingsXMLNameSpace + " ";
+    std::string location = std::string(detail::settingsXMLNameSpace) + " ";
     for (char const c : qf::i18n::to_string(schema.str())) {
         if (c == ' ' || (c >= '\t' && c <= '\r')) {
             location += "%20";

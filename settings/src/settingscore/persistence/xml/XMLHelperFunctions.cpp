@@ -34,7 +34,8 @@ detail::HeldLock privateTreeLock() {
         boost::shared_mutex mutex;
         boost::shared_lock<boost::shared_mutex> lock{mutex};
     };
-    thread_local PrivateLock const held;
+    // One for all threads, as nobody wants the mutex otherwise.
+    static auto const& held = *new PrivateLock;
     return held.lock;
 }
 

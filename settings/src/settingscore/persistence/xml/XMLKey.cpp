@@ -38,12 +38,12 @@ void XMLKey::closeTag() const {
 }
 
 XMLNode::HandlerMap const& XMLKey::getHandlerMap() const {
-    static HandlerMap const handlers = [] {
+    static auto const& handlers = *new HandlerMap([] {
         HandlerMap map = valueTypeHandlers();
         map.emplace("validationfunc", &create<XMLValidationFunction>);
         map.emplace("key", &create<XMLKey>);
         return map;
-    }();
+    }());
     return handlers;
 }
 

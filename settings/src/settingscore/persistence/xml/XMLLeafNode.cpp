@@ -3,7 +3,7 @@
 namespace settings::core {
 
 XMLNode::HandlerMap const& XMLLeafNode::getHandlerMap() const {
-    static HandlerMap const none;
+    static auto const& none = *new HandlerMap;
     return none;
 }
 

@@ -49,9 +49,9 @@ public:
     }
 
     HandlerMap const& getHandlerMap() const override {
-        static HandlerMap const handlers = {{"min", &create<XMLMetaDataMin<T>>},
-                                            {"max", &create<XMLMetaDataMax<T>>},
-                                            {"choices", &create<XMLMetaDataChoice<T>>}};
+        static auto const& handlers = *new HandlerMap{{"min", &create<XMLMetaDataMin<T>>},
+                                                      {"max", &create<XMLMetaDataMax<T>>},
+                                                      {"choices", &create<XMLMetaDataChoice<T>>}};
         return handlers;
     }
 

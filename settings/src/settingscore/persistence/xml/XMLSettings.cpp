@@ -37,7 +37,7 @@ XMLNode::HandlerMap XMLSettings::createHandlerMap() {
 }
 
 XMLNode::HandlerMap const& XMLSettings::getHandlerMap() const {
-    static HandlerMap const handlers = createHandlerMap();
+    static auto const& handlers = *new HandlerMap(createHandlerMap());
     return handlers;
 }
 

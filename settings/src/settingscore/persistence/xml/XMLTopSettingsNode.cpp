@@ -5,11 +5,11 @@
 namespace settings::core {
 
 XMLNode::HandlerMap const& XMLTopSettingsNode::getHandlerMap() const {
-    static HandlerMap const handlers = [] {
+    static auto const& handlers = *new HandlerMap([] {
         HandlerMap map = createHandlerMap();
         map.emplace("additionalpath", &create<XMLAdditionalPath>);
         return map;
-    }();
+    }());
     return handlers;
 }
 

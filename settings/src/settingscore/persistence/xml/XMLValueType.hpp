@@ -68,9 +68,10 @@ public:
     }
 
     HandlerMap const& getHandlerMap() const override {
-        static HandlerMap const handlers = {{"value", &create<XMLValue<T>>},
-                                            {"runtimedefault", &create<XMLRuntimeDefault<T>>},
-                                            {"metadata", &create<XMLMetaData<T>>}};
+        static auto const& handlers =
+            *new HandlerMap{{"value", &create<XMLValue<T>>},
+                            {"runtimedefault", &create<XMLRuntimeDefault<T>>},
+                            {"metadata", &create<XMLMetaData<T>>}};
         return handlers;
     }
 
