@@ -104,9 +104,11 @@ struct Reader {
         addName(describe, true, "Key, group or product");
         addJson(describe);
 
-        CLI::App& check = add("check", &checkCommand,
-                              "Tell every fault of the settings files with file, line and column",
-                              "check plotter.settings");
+        CLI::App& check =
+            add("check", &checkCommand,
+                "Tell every fault of the settings files with file, line and column, and "
+                "what they say in vain",
+                "check plotter.settings");
         check
             .add_option("FILE", line.arguments.files,
                         "Files to check; those of all products if "
@@ -151,7 +153,8 @@ struct Reader {
                                "add plotter.mine.speed --type double 1.5");
         addName(newKey, true, "Full name of the key");
         addValues(newKey, false, "Value; several make an array");
-        newKey.add_option("--type", line.arguments.type, "Type: int32, 'array of string', ...")
+        newKey
+            .add_option("--type", line.arguments.type, "Type: int32, 'array of string', any, ...")
             ->required()
             ->type_name("TYPE");
 
@@ -218,6 +221,8 @@ struct Reader {
              {&line.places.hostRoot, &line.places.factoryDirectory, &line.places.userDirectory}) {
             unmark(*word);
         }
+        // Nothing begins with what is not UTF-8.
+        if (line.command == &completeCommand) return;
         for (std::vector<std::string> const* words : {&arguments.names, &arguments.values}) {
             std::for_each(words->begin(), words->end(), requireUtf8);
         }

@@ -8,6 +8,7 @@
 #include <qbsettings/Commands.hpp>
 #include <qbsettings/Failure.hpp>
 #include <qbsettings/Json.hpp>
+#include <qbsettings/LineReader.hpp>
 #include <qbsettings/Names.hpp>
 #include <qbsettings/Saved.hpp>
 #include <qbsettings/Store.hpp>
@@ -44,33 +45,15 @@ std::string readInput(Arguments const& arguments) {
     return readAll(stream, asLine(name));
 }
 
-std::string trimmed(std::string const& text) {
-    constexpr char const* blanks = " \t\r";
-    std::size_t const first = text.find_first_not_of(blanks);
-    if (first == std::string::npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-/// The texts of the value that is written behind the "=".
-std::vector<std::string> textsOf(std::string const& written, KeyType const& type) {
-    bool const isString = written.size() >= 2 && written.front() == '"' && written.back() == '"';
-    if (isString) return {parseJsonString(written)};
-    if (type.array) return parseJsonArray(written);
-    if (type.any && !written.empty() && written.front() == '[') return parseJsonArray(written);
-    return {written};
-}
-
 /// Reads one line and checks it against the key's rules. @throws Failure
-Entry readLine(Context& context, std::size_t number, std::string const& line) {
-    if (!isUtf8(line)) throw Failure("the line is not UTF-8");
-    std::size_t const equals = line.find('=');
-    if (equals == std::string::npos) throw Failure("a line is written as NAME = VALUE");
-    SettingsPtr const key = findKey(context, trimmed(line.substr(0, equals)));
+Entry readLine(Context& context, InputLine const& line) {
+    Assignment const assignment = parseAssignment(line.text);
+    SettingsPtr const key = findKey(context, assignment.name);
     context.warnOfUnreadable(productOf(key));
     KeyType const type = typeOf(settings::core::describeKey(key));
     std::vector<std::string> texts;
     try {
-        texts = textsOf(trimmed(line.substr(equals + 1)), type);
+        texts = elementsAsWritten(assignment.value, type);
     } catch (Failure const& failure) {
         throw Failure(key->getFullName() + ": " + failure.what());
     }
@@ -82,7 +65,7 @@ Entry readLine(Context& context, std::size_t number, std::string const& line) {
     } catch (std::exception const& error) {
         throw refusal(context, key, error, texts);
     }
-    return {number, key, value};
+    return {line.number, key, value};
 }
 
 /// What became of the lines.
@@ -97,19 +80,12 @@ struct Result {
 
 /// Reads all lines; tells every refusal.
 void readLines(Context& context, std::string const& text, Result& result) {
-    std::size_t number = 0;
-    for (std::size_t at = 0; at < text.size();) {
-        std::size_t const end = std::min(text.find('\n', at), text.size());
-        std::string const line = text.substr(at, end - at);
-        at = end + 1;
-        ++number;
-        std::string const content = trimmed(line);
-        if (content.empty() || content.front() == '#') continue;
+    for (InputLine const& line : linesOf(text)) {
         try {
-            result.entries.push_back(readLine(context, number, content));
+            result.entries.push_back(readLine(context, line));
         } catch (Failure const& failure) {
-            complain("line " + std::to_string(number) + ": " + failure.what());
-            result.refuse(number, failure.what());
+            complain("line " + std::to_string(line.number) + ": " + failure.what());
+            result.refuse(line.number, failure.what());
         }
     }
 }

@@ -1,5 +1,8 @@
 // Settings of a file taken into the tree.
 
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <iostream>
 
 #include <nlohmann/json.hpp>
@@ -17,10 +20,9 @@
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 
-#include <algorithm>
-
 namespace qbsettings {
 
+namespace fs = qf::filesystem;
 using settings::core::Settings;
 using settings::core::ZSettings;
 
@@ -62,13 +64,8 @@ void print(Plan const& plan, bool json) {
     if (json) printJson({{"changes", changes}, {"refused", plan.refusals}});
 }
 
-bool hasValueOn(SettingsPtr const& key, std::string const& level) {
-    auto const stored = settings::core::describeKey(key).storedLevels;
-    return std::find(stored.begin(), stored.end(), level) != stored.end();
-}
-
 boost::any importedValue(SettingsPtr const& key) {
-    return hasValueOn(key, "user") ? key->getParent()->getAny(key->getName(), "user")
+    return isStoredOn(key, "user") ? key->getParent()->getAny(key->getName(), "user")
                                    : boost::any();
 }
 
@@ -118,7 +115,7 @@ private:
             plan_.dropped.push_back(source);
             return;
         }
-        bool const isThere = hasValueOn(target, level_);
+        bool const isThere = isStoredOn(target, level_);
         if (isThere && isSame(value, valueOn(target, level_))) {
             plan_.add("same", name, target, value);
             return;
@@ -144,7 +141,6 @@ private:
 };
 
 SettingsPtr readFile(std::string const& name) {
-    namespace fs = qf::filesystem;
     qf::ustring const file = fs::absolute(fs::from_native(name), fs::path()).str();
     try {
         return Settings::importAsStandaloneObject(file);
@@ -160,6 +156,32 @@ SettingsPtr targetOf(Context& context, SettingsPtr const& source, std::string co
     if (product) context.loading([&] { return product->getChildren(); });
     return product;
 }
+
+/// A folder of this process that goes with the object.
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        char const* const place = std::getenv("TMPDIR");
+        std::string name = std::string(place && *place ? place : "/tmp") + "/qbsettings-XXXXXX";
+        if (!::mkdtemp(name.data())) {
+            throw Failure(name + " cannot be made for the dry run: " + std::strerror(errno));
+        }
+        path_ = fs::absolute(fs::from_native(name), fs::path());
+    }
+    ~TemporaryFolder() {
+        try {
+            fs::remove_all(path_);
+        } catch (fs::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
+        }
+    }
+    TemporaryFolder(TemporaryFolder const&) = delete;
+    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
+
+    qf::ustring path() const { return path_.str(); }
+
+private:
+    fs::path path_;
+};
 
 void carryOut(Context& context, Plan const& plan, SettingsPtr const& source,
               SettingsPtr const& target, std::string const& level) {
@@ -183,6 +205,29 @@ void carryOut(Context& context, Plan const& plan, SettingsPtr const& source,
         if (!errors.empty()) throw Failure("no value that was there already was replaced");
     }
     if (level == "user") confirmSaved(context, productOf(target ? target : source));
+}
+
+/// Carries it out in memory and in a folder that goes with it, so that all is refused that the
+/// import itself would refuse, and nothing is changed.
+void rehearse(Context& context, Plan const& plan, SettingsPtr const& source,
+              SettingsPtr const& target, std::string const& level) {
+    qf::ustring const file = context.userFile(target ? productOf(target) : source->getName());
+    std::string const reason = level == "user" ? whyUnwritable(file) : "";
+    if (!reason.empty()) {
+        throw Failure("nothing was imported: " + pathText(file) + " cannot be written: " + reason);
+    }
+    TemporaryFolder const folder;
+    std::string const realPlace = pathText(context.userDirectory());
+    context.saveIn(folder.path());
+    try {
+        carryOut(context, plan, source, target, level);
+    } catch (std::exception const& error) {
+        std::string message = messageOf(error);
+        std::string const place = pathText(folder.path());
+        std::size_t const at = message.find(place);
+        if (at != std::string::npos) message.replace(at, place.size(), realPlace);
+        throw Failure(message);
+    }
 }
 
 }  // namespace
@@ -213,7 +258,7 @@ int importCommand(Context& context, Arguments const& arguments) {
         if (arguments.json) print(plan, true);
         return refused;
     }
-    if (!arguments.dryRun) carryOut(context, plan, source, target, level);
+    (arguments.dryRun ? rehearse : carryOut)(context, plan, source, target, level);
     print(plan, arguments.json);
     return done;
 }

@@ -1,16 +1,17 @@
 // Commands that show settings and change nothing.
 
-#include <algorithm>
 #include <iostream>
 
 #include <boost/optional.hpp>
 #include <nlohmann/json.hpp>
+#include <qbhost/QbHost.hpp>
 #include <qbsettings/Commands.hpp>
 #include <qbsettings/Failure.hpp>
 #include <qbsettings/Json.hpp>
 #include <qbsettings/KeyState.hpp>
 #include <qbsettings/Names.hpp>
 #include <qbsettings/Rules.hpp>
+#include <qbsettings/Terminal.hpp>
 #include <qbsettings/Text.hpp>
 #include <qbsettings/Values.hpp>
 #include <settingscore/prefdir/PreferencesDirectory.hpp>
@@ -78,38 +79,72 @@ private:
     Json document_ = Json::object();
 };
 
-/// Prints the rows of a node and of all below it, or gathers them. False if something could not be
-/// read.
-bool listBelow(Context& context, SettingsPtr const& node, Json* gathered) {
-    if (node->isLeafNode()) {
-        KeyState const state = readKey(node);
+/// Takes the keys of a listing: prints them row by row, or gathers them for JSON or for the columns
+/// of a terminal.
+class Listing {
+public:
+    Listing(Context& context, bool json)
+        : context_(context), json_(json), aligned_(!json && isOutputTerminal()) {}
+
+    /// Both are false if something could not be read.
+    bool addProducts() {
+        auto const products = context_.root()->getChildren();
+        Progress progress("reading product", products.size());
+        bool good = true;
+        for (SettingsPtr const& product : products) {
+            progress.step();
+            good = addBelow(product) && good;
+        }
+        return good;
+    }
+    bool addBelow(SettingsPtr const& node) {
+        if (node->isLeafNode()) return addKey(node);
+        bool good = true;
+        for (SettingsPtr const& child : context_.loading([&] { return node->getChildren(); })) {
+            good = addBelow(child) && good;
+        }
+        return good;
+    }
+    void finish() const {
+        if (json_) printJson(document_);
+        printAligned(rows_);
+    }
+
+private:
+    bool addKey(SettingsPtr const& key) {
+        KeyState const state = readKey(key);
         KeyType const type = typeOf(state.description);
-        if (gathered) {
-            gathered->push_back({{"name", state.name},
+        if (json_) {
+            document_.push_back({{"name", state.name},
                                  {"type", type.name()},
                                  {"level", jsonOf(state.level)},
                                  {"value", jsonOf(state.value, type)}});
         } else {
-            std::cout << asColumn(state.name) << '\t' << type.name() << '\t' << state.level << '\t'
-                      << valueColumn(state.value) << '\n';
+            rows_.push_back({asColumn(state.name), type.name(), state.level,
+                             asColumn(join(elementTexts(state.value), ", "))});
+        }
+        if (!aligned_) {
+            for (auto const& row : rows_)
+                std::cout << join(row, "\t") << '\n';
+            rows_.clear();
         }
         if (!state.problem.empty()) complain(state.name + ": " + state.problem);
         return state.problem.empty();
     }
-    bool good = true;
-    for (SettingsPtr const& child : context.loading([&] { return node->getChildren(); })) {
-        good = listBelow(context, child, gathered) && good;
-    }
-    return good;
-}
+
+    Context& context_;
+    bool json_;
+    bool aligned_;
+    Json document_ = Json::array();
+    std::vector<std::vector<std::string>> rows_;
+};
 
 std::string orDash(std::string const& text) { return text.empty() ? "-" : text; }
 
 void describeValues(SettingsPtr const& key, KeyState const& state, Report& report) {
     KeyType const type = typeOf(state.description);
-    auto const& stored = state.description.storedLevels;
     for (std::string const& level : levelNames()) {
-        bool const isStored = std::find(stored.begin(), stored.end(), level) != stored.end();
+        bool const isStored = isStoredOn(key, level);
         bool const isComputed = !isStored && levelOf(state.description.runTimeDefault) == level;
         boost::any value;
         // A default that fails is told with the value in force.
@@ -181,11 +216,11 @@ void printNames(Context& context, SettingsPtr const& node, std::string const& pr
 }  // namespace
 
 int listCommand(Context& context, Arguments const& arguments) {
-    SettingsPtr const top =
-        arguments.names.empty() ? context.root() : findNode(context, arguments.name());
-    Json rows = Json::array();
-    bool const good = listBelow(context, top, arguments.json ? &rows : nullptr);
-    if (arguments.json) printJson(rows);
+    Listing listing(context, arguments.json);
+    bool const good = arguments.names.empty()
+                          ? listing.addProducts()
+                          : listing.addBelow(findNode(context, arguments.name()));
+    listing.finish();
     return good && context.faults().empty() ? done : refused;
 }
 
@@ -242,8 +277,15 @@ int dirsCommand(Context& context, Arguments const& arguments) {
 }
 
 int completeCommand(Context& context, Arguments const& arguments) {
+    // A shell asks in the midst of a line: what is wrong is told by the command that is typed
+    // there.
     context.keepQuiet();
-    printNames(context, context.root(), arguments.names.empty() ? "" : arguments.name());
+    auto const drop = [](std::string const&) {};
+    qbhost::setConsole(drop, drop);
+    try {
+        printNames(context, context.root(), arguments.names.empty() ? "" : arguments.name());
+    } catch (...) {  // NOLINT(bugprone-empty-catch)
+    }
     return done;
 }
 

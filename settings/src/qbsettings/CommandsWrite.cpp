@@ -44,13 +44,21 @@ void attach(Context& context, SettingsPtr const& node, SettingsPtr const& parent
     confirmSaved(context, productOf(node));
 }
 
-/// A standalone key that knows its type, with a value on the level "user" if there are texts.
-SettingsPtr makeKey(std::string const& name, KeyType type, std::vector<std::string> const& texts) {
-    SettingsPtr const key = ZSettings::createSettingsNode(name, true, true, Validator(), false);
+/// A standalone key that knows its type, with a value on the level "user" if there are texts; of a
+/// key that takes any type they are strings.
+SettingsPtr makeKey(std::string const& name, std::string const& typeName,
+                    std::vector<std::string> const& texts) {
+    settings::core::SettingsProperties properties;
+    properties.anyType = typeName == "any";
+    KeyType type = typeNamed(properties.anyType ? "string" : typeName);
+    if (texts.size() > 1) type.array = true;
+    if (properties.anyType && type.array) {
+        throw Failure("a key that takes any type holds one value");
+    }
+    SettingsPtr const key = ZSettings::createSetting(name, true, properties);
     SettingsPtr const group =
         ZSettings::createSettingsNode("group", false, true, Validator(), false);
     scripted(key)->setParent(group);
-    if (texts.size() > 1) type.array = true;
     // The first value that a key is shown fixes its type, and an array without elements fixes no
     // bound on their number.
     group->validateAny(name, blankValue(type));
@@ -92,12 +100,13 @@ int unsetCommand(Context& context, Arguments const& arguments) {
 }
 
 int addCommand(Context& context, Arguments const& arguments) {
-    KeyType const type = typeNamed(arguments.type);
+    if (arguments.type != "any")
+        typeNamed(arguments.type);  // A wrong word is told before all else.
     context.lockForWriting();
     auto const [parent, name] = placeFor(context, arguments.name());
     SettingsPtr key;
     try {
-        key = makeKey(name, type, arguments.values);
+        key = makeKey(name, arguments.type, arguments.values);
     } catch (std::exception const& error) {
         throw Failure(arguments.name() + ": " +
                       (dynamic_cast<Failure const*>(&error) ? error.what() : reasonOf(error)));

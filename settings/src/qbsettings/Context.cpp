@@ -14,10 +14,10 @@
 
 namespace qbsettings {
 
-namespace fs = qf::filesystem;
 using settings::core::BlessedZcrID;
 using settings::core::Settings;
 using settings::core::ZSettings;
+namespace fs = qf::filesystem;
 
 namespace {
 
@@ -56,6 +56,7 @@ SettingsPtr Context::root() {
 }
 
 qf::ustring Context::userDirectory() {
+    if (!savesDirectory_.empty()) return savesDirectory_;
     qf::ustring const set = qf::i18n::getenv("SETTINGS_USERDIR");
     if (!set.empty()) return set;
     qf::ustring const found = settings::core::getPreferencesDirectoryUStr(true);
@@ -70,6 +71,29 @@ qf::ustring Context::userDirectory() {
 qf::ustring Context::userFile(std::string const& product) {
     fs::path const directory(userDirectory());
     return (directory / qf::i18n::to_ustring(product + Settings::settingsExtension)).str();
+}
+
+std::string Context::productOfUserFile(qf::ustring const& file) {
+    fs::path const name = fs::path(file).filename();
+    std::string const text = qf::i18n::to_string(name.str());
+    std::size_t const length =
+        text.size() - std::min(text.size(), Settings::settingsExtension.size());
+    if (length == 0 || text.substr(length) != Settings::settingsExtension) return {};
+    try {
+        qf::ustring directory = qf::i18n::getenv("SETTINGS_USERDIR");
+        if (directory.empty()) directory = settings::core::getPreferencesDirectoryUStr(false);
+        if (directory.empty()) return {};
+        bool const isThere = fs::absolute(fs::path(directory) / name, fs::path()).str() == file;
+        return isThere ? text.substr(0, length) : std::string();
+    } catch (std::exception const&) {
+        return {};
+    }
+}
+
+void Context::saveIn(qf::ustring const& directory) {
+    root();
+    ZSettings::setSettingsFileLocation(BlessedZcrID, boost::none, boost::none, directory);
+    savesDirectory_ = directory;
 }
 
 std::vector<qf::ustring> Context::factoryFiles(std::string const& product) {

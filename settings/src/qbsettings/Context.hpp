@@ -41,6 +41,10 @@ public:
     /// Directory of the user's files, made on the way where the library's rules say so.
     qf::ustring userDirectory();
     qf::ustring userFile(std::string const& product);
+    /// The product whose user file a path names; empty if it is none. Makes no directory.
+    std::string productOfUserFile(qf::ustring const& file);
+    /// From now on the user's files are saved in this directory.
+    void saveIn(qf::ustring const& directory);
     /// The files that define a product, in the order in which they are read.
     std::vector<qf::ustring> factoryFiles(std::string const& product);
     /// Where a product is defined, for messages: its one factory file, or their folder.
@@ -80,6 +84,7 @@ private:
     void keepFaults(settings::core::exception::ErrorReadingSettingsData const& error);
 
     SettingsPtr root_;
+    qf::ustring savesDirectory_;  ///< Empty: the user directory.
     std::unique_ptr<WriteLock> lock_;
     std::vector<Fault> faults_;
     std::set<std::string> warnedOf_;

@@ -286,7 +286,10 @@ std::string reasonOf(std::exception const& error, std::vector<std::string> const
 std::string messageOf(std::exception const& error) {
     if (dynamic_cast<Failure const*>(&error)) return error.what();
     std::string name;
-    if (auto const* e = dynamic_cast<ValidationException const*>(&error)) {
+    if (auto const* refusal = dynamic_cast<ExceptionFromValidationFunction const*>(&error)) {
+        name = nameOf(refusal->getCausingObject());
+        name += (name.empty() ? "" : ".") + refusal->getKeyName();
+    } else if (auto const* e = dynamic_cast<ValidationException const*>(&error)) {
         name = nameOf(e->getCausingObject());
     } else if (auto const* with = dynamic_cast<detail::WithObjectInvolved const*>(&error)) {
         name = nameOf(with->getObjectInvovled());

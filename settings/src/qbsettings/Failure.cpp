@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include <qbsettings/Terminal.hpp>
 #include <qbsettings/Text.hpp>
 
 namespace qbsettings {
@@ -15,6 +16,7 @@ std::string& pendingLine() {
 }
 
 void print(std::string const& message) {
+    eraseProgress();
     // One write, so that lines of two programs on one terminal stay whole.
     std::cerr << "qbsettings: " + asLine(message) + "\n" << std::flush;
 }

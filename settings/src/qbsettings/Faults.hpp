@@ -11,21 +11,21 @@ namespace qbsettings {
 /// What is wrong with a settings file.
 struct Fault {
     qf::ustring file;  ///< Empty if no file is to blame.
-    std::string text;
+    std::string message;
+    unsigned long line = 0;  ///< 0 if the place is not known.
+    unsigned long column = 0;
 
-    /// What the text says, apart from its place.
-    struct Parts {
-        std::string line;  ///< Both are empty if the place is not known.
-        std::string column;
-        std::string message;
-    };
-    Parts parts() const;
-
-    /// "FILE:LINE:COLUMN: text" where the place is known, else "FILE: text".
+    /// "FILE:LINE:COLUMN: message" where the place is known, else "FILE: message".
     std::string toText() const;
 };
 
-/// The faults that a load met, from its detail text: a line each, path and text with a tab between.
+/// What is legal in a settings file, and without effect or other than it seems.
+struct Warning : Fault {
+    /// A word that stays, whatever becomes of the message.
+    std::string code;
+};
+
+/// The faults that a load met, from its detail text.
 std::vector<Fault> faultsOfLoad(qf::ustring const& detail);
 
 /// The fault of a file whose import threw `error`.

@@ -10,13 +10,24 @@
 
 namespace qbsettings {
 
+namespace {
+
+bool holds(std::vector<std::string> const& levels, std::string const& level) {
+    return std::find(levels.begin(), levels.end(), level) != levels.end();
+}
+
+}  // namespace
+
+bool isStoredOn(SettingsPtr const& key, std::string const& level) {
+    return holds(settings::core::describeKey(key).storedLevels, level);
+}
+
 KeyState readKey(SettingsPtr const& key) {
     KeyState state;
     state.name = key->getFullName();
     state.description = settings::core::describeKey(key);
-    auto const& stored = state.description.storedLevels;
     for (std::string const& level : levelNames()) {
-        bool const isStored = std::find(stored.begin(), stored.end(), level) != stored.end();
+        bool const isStored = holds(state.description.storedLevels, level);
         if (!isStored && levelOf(state.description.runTimeDefault) != level) continue;
         try {
             state.value = key->getParent()->getAny(key->getName(), level);
@@ -39,10 +50,9 @@ boost::any valueOn(SettingsPtr const& key, std::string const& level) {
 }
 
 void requireLevel(std::string const& level) {
-    auto const& names = levelNames();
-    if (std::find(names.begin(), names.end(), level) == names.end()) {
+    if (!holds(levelNames(), level)) {
         throw Failure(wrongUsage, "there is no level " + inQuotes(level) + "; the levels are " +
-                                      join(names, ", "));
+                                      join(levelNames(), ", "));
     }
 }
 

@@ -17,6 +17,9 @@ struct KeyState {
     std::string problem;  ///< Why a computed default could not be had; empty if it could.
 };
 
+/// True if the key has a value of its own on the level; a computed default is none.
+bool isStoredOn(SettingsPtr const& key, std::string const& level);
+
 KeyState readKey(SettingsPtr const& key);
 
 /// The value of a key on one level. @throws Failure that names the key

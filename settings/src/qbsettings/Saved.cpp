@@ -51,18 +51,22 @@ std::string firstDifference(ValueMap const& a, ValueMap const& b) {
 }
 
 [[noreturn]] void notSaved(std::string const& name, qf::ustring const& file) {
-    qf::filesystem::path const path(file);
-    std::string reason = "it does not hold the change";
-    for (auto const& place : {path, path.parent_path()}) {
-        if (::access(place.native().c_str(), W_OK) != 0 && errno != ENOENT) {
-            reason = std::strerror(errno);
-            break;
-        }
-    }
-    throw Failure(name + ": the change could not be saved in " + pathText(file) + ": " + reason);
+    std::string const reason = whyUnwritable(file);
+    throw Failure(name + ": the change could not be saved in " + pathText(file) + ": " +
+                  (reason.empty() ? "it does not hold the change" : reason));
 }
 
 }  // namespace
+
+std::string whyUnwritable(qf::ustring const& file) {
+    qf::filesystem::path const path(file);
+    for (auto const& place : {path, path.parent_path()}) {
+        if (::access(place.native().c_str(), W_OK) != 0 && errno != ENOENT) {
+            return std::strerror(errno);
+        }
+    }
+    return {};
+}
 
 void confirmSaved(Context& context, std::string const& product) {
     qf::ustring const file = context.userFile(product);

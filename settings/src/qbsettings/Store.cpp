@@ -67,6 +67,8 @@ Failure refusal(Context& context, SettingsPtr const& key, std::exception const& 
     std::string message = key->getFullName() + ": " + reasonOf(error, given);
     if (dynamic_cast<ValidationException const*>(&error) ||
         dynamic_cast<DataTypeNotMatchException const*>(&error)) {
+        // The catalogue's texts end with a full stop.
+        if (message.back() == '.') message.pop_back();
         message += place(context, key);
     }
     return Failure(message);

@@ -71,12 +71,10 @@ std::string unstorable(ustring const& text) {
 
 template <class T>
 T parse(std::string const& text) {
-    std::string word = text;
-    if constexpr (std::is_same_v<T, bool>) {
-        if (text == "true") word = "1";
-        if (text == "false") word = "0";
-    }
-    ustring const wide = qf::i18n::to_ustring(word);
+    constexpr bool isBool = std::is_same_v<T, bool>;
+    ustring const wide = isBool && text == "true"    ? ustring(u"1")
+                         : isBool && text == "false" ? ustring(u"0")
+                                                     : qf::i18n::to_ustring(text);
     if constexpr (std::is_same_v<T, ustring>) {
         std::string const bad = unstorable(wide);
         if (!bad.empty()) {

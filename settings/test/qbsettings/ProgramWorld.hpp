@@ -30,6 +30,10 @@ protected:
     /// for the program's name, and a status other than 0 as "[1]". A tab stands as "→", the folder
     /// as "@".
     void expectSession(std::string const& session) const {
+        EXPECT_EQ(transcript(session), session);
+    }
+    /// The session as it really goes.
+    std::string transcript(std::string const& session) const {
         std::string actual;
         std::string command;
         std::istringstream lines(session);
@@ -40,8 +44,7 @@ protected:
             command += line.substr(2) + "\n";
             actual += line + "\n";
         }
-        actual += run(command);
-        EXPECT_EQ(actual, session);
+        return actual + run(command);
     }
     /// Rows "WORDS => STATUS MESSAGE": each command ends so and prints nothing else.
     void expectRefused(std::string const& table) const {

@@ -65,14 +65,20 @@ TEST_F(FilesTest, AnImportTellsWhatCameAndWhatStayedAndComesWholeOrNotAtAll) {
 <key name="g"><bool><value>1</value></bool></key>
 )");
     settingsFile("new.settings", "<key name=\"n\"><int32><value>1</value></int32></key>\n");
+    settingsFile(
+        "any/p.settings",
+        R"(<key name="a" anytype="true"><int8 maxArraySize="0"><value>1</value><value>2</value></int8></key>
+)");
     expectSession(R"~($ qbsettings import bad/p.settings
 ! p.fixed: it is read-only
 ! p.g: it is a group here and a key in the file
 ! p.n: '11' is not allowed: it takes at most 10 (defined in @/factory/p/p.settings)
 ! nothing was imported
 [1]
+$ diff <(qbsettings import any/p.settings --dry-run 2>&1) <(qbsettings import any/p.settings 2>&1 | tee told) && cat told
+qbsettings: nothing was imported: p.a: @/user/p.settings cannot be written: p.a takes values of any type, of which a file holds no arrays, which would not read back
 $ qbsettings set p.n 5 && cp -r user before
-$ qbsettings import in/p.settings --dry-run >rows && diff -r before user
+$ mkdir tmp && TMPDIR=$PWD/tmp qbsettings import in/p.settings --dry-run >rows && diff -r before user && ls tmp
 $ qbsettings import in/p.settings | diff rows - && cat rows
 added→p.fresh→a\tb
 added→p.h.k→3
@@ -91,13 +97,10 @@ version→4
 }
 
 TEST_F(FilesTest, EveryFaultIsToldWithItsPlace) {
+    settingsFile("factory/bad/a\tb\nc.settings", "");
+    settingsFile("factory/bad/a\tb.settings", "<oddity/>\n");
     settingsFile("unknown", "<oddity/>\n");
     settingsFile("number", "<key name=\"n\"><int32><value>x</value></int32></key>\n");
-    settingsFile("user/p.settings", "<key name=\"n\"><int32><value>11</value></int32></key>\n");
-    settingsFile("factory/bad/bad.settings", "<nonsense/>\n");
-    settingsFile("factory/idle/idle.settings",
-                 "<validationfunc type='C' packagename='a' functionname='b'/>\n",
-                 "readonly=\"true\"");
     expectSession(R"($ echo '<?xml version="1.0"?><settings name="p"' >cut
 $ echo '<!DOCTYPE settings [<!ENTITY e SYSTEM "/etc/passwd">]><settings name="p">&e;</settings>' >entity
 $ qbsettings check cut unknown number entity factory/p/p.settings | cut -d : -f 1-3
@@ -106,17 +109,48 @@ $ qbsettings check cut unknown number entity factory/p/p.settings | cut -d : -f 
 @/number: In a value of type int32, the text 'x' is not a legal int32.
 @/entity:1:20
 [1]
-$ touch user/p.settings.rejected $'user/\xFF.settings' && qbsettings check | grep -v '^There is no'
-@/user/p.settings.rejected: note: kept aside, since it could not be read when its product was saved
-@/factory/bad/bad.settings:3:12: no declaration found for element 'nonsense'
-@/factory/idle/idle.settings: note: 'readonly' on the product's own element has no effect
-@/factory/idle/idle.settings: note: 'validationfunc' of the product's own element has no effect
-@/user/p.settings: The value passed in is not in the predefined range
+$ touch $'user/\xFF.settings' && qbsettings check | grep -v '^There is no'
+@/factory/bad/a\tb\nc.settings: The nodes should be the same, but they have different attributes' value. Cannot merge them.
+@/factory/bad/a\tb.settings:3:10: no declaration found for element 'oddity'
 [1]
 $ qbsettings list 2>/dev/null | tail -n 1
 p.third→double→factory→0.3333333333333333
 [1]
 )");
+}
+
+TEST_F(FilesTest, WarnsOfWhatIsLegalAndInVain) {
+    settingsFile("factory/w/w.settings",
+                 R"(<additionalpath>parts/w.xml</additionalpath>
+<key name="f" visible="false"><float><value>1.5 </value><metadata><max>3.4028235e+38</max><choices>inf</choices><choices>1e-50</choices></metadata></float></key>
+<key name="u"><uint32 undef="true"><metadata><min>+1</min><max>5</max><choices>-0</choices></metadata></uint32></key>
+<key name="s"><string><value>R&amp;D</value><metadata><max>-1</max></metadata></string></key>
+<settings name="g"><key name="k" readonly="true"><bool><value>False</value></bool></key></settings>
+)");
+    settingsFile("factory/w/parts/w.xml",
+                 "<key name=\"m\"><bool><runtimedefault type='Lua'/></bool></key>\n",
+                 "readonly=\"TRUE\"");
+    settingsFile("user/w.settings", R"(<key name="u"><uint32><value>6</value></uint32></key>
+<key name="own"><int8><value>9</value><metadata><max>3</max></metadata></int8></key>
+<settings name="g"><key name="k"><bool><value>1</value></bool></key></settings>
+)");
+    settingsFile("user/p.settings", "<key name=\"n\">\n<int32>\n<value>11</value></int32></key>\n");
+    expectSession(R"~($ qbsettings check user/p.settings
+@/user/p.settings: The value passed in is not in the predefined range
+@/user/p.settings:5:8: warning: p.n: '11' is not allowed: it takes at most 10 (defined in @/factory/p/p.settings); this file is left out as a whole: change or remove the value here
+[1]
+$ mv user/p.settings user/p.settings.rejected && qbsettings check
+@/user/p.settings.rejected: warning: kept aside, since it could not be read when its product was saved; mend it and put it in the place of p.settings, or delete it
+@/factory/w/w.settings:4:122: warning: '1e-50' counts as 0; no float is that number
+@/factory/w/w.settings:6:60: warning: '-1' counts as 4294967295; it takes a whole number from 0 to 4294967295
+@/factory/w/parts/w.xml:2:204: warning: 'readonly' on the product's own element has no effect; give it to the groups and keys inside
+@/factory/w/parts/w.xml:3:49: warning: 'runtimedefault' does nothing, since its type is "Lua"; the types are "C", "ZENBAR" and "JAVA"
+@/user/w.settings:4:49: warning: 'metadata' in a user file has no effect on a key of the factory's, and the next save drops it; declare ranges and choices in a factory file
+@/user/w.settings:3:30: warning: w.u: '6' is not allowed: it takes 1 to 5 or one of 0 (defined in @/factory/w/w.settings); the value here is in force all the same: change or remove it
+@/user/w.settings:5:47: warning: w.g.k: it is read-only; the value here is in force all the same: change or remove it
+$ qbsettings check user/w.settings --json | grep -oE '"(kind|line|code)":[^,}]*' | paste -sd ' '
+"kind":"warning" "line":4 "code":"user-metadata" "kind":"warning" "line":3 "code":"refused-value" "kind":"warning" "line":5 "code":"refused-value"
+)~");
 }
 
 TEST_F(FilesTest, AUserFileIsNeverLostToASaveThatFailsOrToOneThatCouldNotReadIt) {

@@ -52,6 +52,27 @@ nowhere/settings/src/settingscore/settings.xsd
 )");
 }
 
+TEST_F(UsageTest, ATerminalGetsColumnsColoursAndProgress) {
+    for (int i = 10; i < 31; ++i)
+        settingsFile("user/k" + std::to_string(i) + ".settings", "");
+    if (!run("script -qec true /dev/null").empty()) GTEST_SKIP() << "no terminal can be had here";
+    expectSession(
+        R"($ terminal() { script -qec "$1" /dev/null | sed 's/\x1b/ESC/g;s/ *\r$//'; }
+> TERM=xterm terminal 'qbsettings list p 2>/dev/null' | grep -E 'pair|unset|computed|real'
+> NO_COLOR=1 TERM=xterm terminal 'qbsettings list p.real; NO_COLOR= TERM=dumb qbsettings list p.text'
+p.computed     double           ESC[35mruntime:factoryESC[0m  2.5
+p.pair         array of uint8   ESC[36mfactoryESC[0m          200, 7
+p.real         double           ESC[36mfactoryESC[0m          0.7
+p.unset        int64            ESC[2m-ESC[0m
+p.real  double  factory  0.7
+p.text  string  factory  a\tb\\c\nd
+$ TERM=xterm script -qec 'qbsettings list | cat; qbsettings check' /dev/null | tr '\r\33' '\n^' >screen
+> grep reading screen; tail -n 2 screen && echo
+^[Kchecking product 22 of 22
+^[K
+)");
+}
+
 TEST_F(UsageTest, SpeaksJsonAndCompletesNames) {
     settingsFile("q", "<key name=\"n\"><int8 maxArraySize=\"0\"><value>3</value></int8></key>");
     settingsFile("bad", "<oddity/>\n");
@@ -68,7 +89,7 @@ $ qbsettings describe p.real --json && qbsettings describe p.locked --json
 $ qbsettings --host-root h dirs --json
 {"factory":"@/factory","workgroup":null,"user":"@/user","host":"@/h"}
 $ qbsettings check q bad missing --json
-[{"kind":"fault","file":"@/bad","line":3,"column":10,"message":"no declaration found for element 'oddity'"},{"kind":"fault","file":"@/missing","line":null,"column":null,"message":"cannot open '@/missing': No such file or directory"}]
+[{"kind":"fault","file":"@/bad","line":3,"column":10,"message":"no declaration found for element 'oddity'","code":null},{"kind":"fault","file":"@/missing","line":null,"column":null,"message":"cannot open '@/missing': No such file or directory","code":null}]
 [1]
 $ qbsettings import q --json
 {"changes":[{"change":"added","name":"q.n","value":[3]}],"refused":[]}
@@ -79,9 +100,38 @@ $ printf 'p.pair = [1, 2]' | qbsettings set-many --json
 {"set":[{"line":1,"name":"p.pair","value":[1,2]}],"refused":[]}
 $ touch $'user/\xFF.settings' && echo $(qbsettings complete)
 p. q. �.
+$ qbsettings complete $'\xFF' && SETTINGS_USERDIR= ZENBAR_PREFDIR=relative qbsettings complete p
 $ echo $(qbsettings complete p.pa) $(qbsettings complete p.lo) $(qbsettings complete p.locked.)
 p.pair p.paper p.locked. p.locked.down
 )~");
+}
+
+/// What the manual shows happens so.
+TEST_F(UsageTest, TheManualIsTrue) {
+    std::istringstream manual(qbtest::readFile(QB_SOURCE_DIR "/docs/qbsettings.md"));
+    std::string shown;
+    bool isSession = false;
+    for (std::string line; std::getline(manual, line);) {
+        if (line.rfind("```", 0) == 0) {
+            isSession = line == "```console";
+        } else if (isSession) {
+            shown += line + "\n";
+        }
+    }
+    run("rm -r factory && cp -r " QB_SOURCE_DIR "/settings/examples/toolbox factory");
+    std::string told = transcript(shown);
+    auto const put = [&told](std::string const& ours, std::string const& theirs) {
+        for (std::size_t at = 0; (at = told.find(ours, at)) != std::string::npos;)
+            told.replace(at, ours.size(), theirs);
+    };
+    put("\n! ", "\nqbsettings: ");
+    for (char const* const status : {"\n[1]\n", "\n[3]\n"})
+        put(status, "\n");
+    put("→", "\t");
+    put("@/factory", "/opt/host/toolbox");
+    put("@/", "/home/ada/");
+    put(QB_SOURCE_DIR "\n", "/opt/host\n");
+    EXPECT_EQ(told, shown);
 }
 
 }  // namespace

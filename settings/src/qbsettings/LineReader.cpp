@@ -1,0 +1,52 @@
+#include <qbsettings/LineReader.hpp>
+
+#include <algorithm>
+#include <utility>
+
+#include <qbsettings/Failure.hpp>
+#include <qbsettings/Json.hpp>
+#include <qbsettings/Text.hpp>
+#include <qbsettings/Values.hpp>
+
+namespace qbsettings {
+
+namespace {
+
+std::string trimmed(std::string const& text) {
+    constexpr char const* blanks = " \t\r";
+    std::size_t const first = text.find_first_not_of(blanks);
+    if (first == std::string::npos) return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+}  // namespace
+
+std::vector<InputLine> linesOf(std::string const& text) {
+    std::vector<InputLine> lines;
+    std::size_t number = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        std::size_t const end = std::min(text.find('\n', at), text.size());
+        std::string line = trimmed(text.substr(at, end - at));
+        at = end + 1;
+        ++number;
+        if (!line.empty() && line.front() != '#') lines.push_back({number, std::move(line)});
+    }
+    return lines;
+}
+
+Assignment parseAssignment(std::string const& line) {
+    if (!isUtf8(line)) throw Failure("the line is not UTF-8");
+    std::size_t const equals = line.find('=');
+    if (equals == std::string::npos) throw Failure("a line is written as NAME = VALUE");
+    return {trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1))};
+}
+
+std::vector<std::string> elementsAsWritten(std::string const& written, KeyType const& type) {
+    bool const isString = written.size() >= 2 && written.front() == '"' && written.back() == '"';
+    if (isString) return {parseJsonString(written)};
+    if (type.array) return parseJsonArray(written);
+    if (type.any && !written.empty() && written.front() == '[') return parseJsonArray(written);
+    return {written};
+}
+
+}  // namespace qbsettings
