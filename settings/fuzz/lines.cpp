@@ -1,0 +1,87 @@
+// `set-many`: lines of text against a product with a key of every kind.
+
+#include <iostream>
+
+#include <nlohmann/json.hpp>
+#include <qbsettings/Commands.hpp>
+#include <qbsettings/Failure.hpp>
+#include <qbsettings/Json.hpp>
+#include <qbsettings/LineReader.hpp>
+#include <qbsettings/Text.hpp>
+#include <qbsettings/Values.hpp>
+#include <settingscore/tree/KeyDescription.hpp>
+#include <settingscore/tree/Settings.hpp>
+#include <settingscore/value/ValueTraits.hpp>
+#include <support/TempFolder.hpp>
+
+#include "Fuzzing.hpp"
+
+namespace qbfuzz {
+
+namespace {
+
+using namespace qbsettings;
+using settings::core::Settings;
+
+/// The product "p": a key of each type, named as its type, an array of each, named with an "s"
+/// behind, one of any type, and one with a range.
+void installProduct() {
+    std::string text = Settings::settingsXMLFileHeader + "\n<settings name=\"p\" " +
+                       Settings::settingsSchemaInfo + ">\n";
+    settingscore::boostany::forEachElementType([&](auto tag) {
+        std::string const type =
+            settingscore::boostany::ValueTraits<typename decltype(tag)::Type>::name;
+        std::string const sizes = " minArraySize=\"0\" maxArraySize=\"0\"";
+        text += "<key name=\"" + type + "\"><" + type + "/></key>\n";
+        text += "<key name=\"" + type + "s\"><" + type + sizes + "/></key>\n";
+    });
+    text +=
+        "<key name=\"any\" anytype=\"true\"></key>\n"
+        "<settings name=\"g\"><key name=\"k\"><int32><value>3</value><metadata><min>1</min>"
+        "<max>9</max></metadata></int32></key></settings>\n</settings>\n";
+    qbtest::writeFile(folder() / "toolbox" / "p" / "p.settings", text);
+}
+
+Context& context() {
+    static Context context = [] {
+        // Refusals are what most inputs end with: nobody reads them.
+        std::cout.rdbuf(nullptr);
+        installProduct();
+        return Context(Places{});
+    }();
+    return context;
+}
+
+/// What was set can be given again as it is printed in JSON. Takes it away.
+void tryAndUnset(SettingsPtr const& group) {
+    for (auto const& child : group->getChildren()) {
+        std::string const name = child->getName();
+        if (!child->isLeafNode()) {
+            tryAndUnset(child);
+        } else if (group->isSet(name, "session")) {
+            boost::any const value = group->getAny(name, "session");
+            KeyType type = typeOf(settings::core::describeKey(child));
+            std::string const json = jsonOf(value, type).dump();
+            if (type.any) type.element = typeOf(value).element;
+            require(isSame(value, makeValue(type, elementsAsWritten(json, type))),
+                    "a value that is printed as JSON can be given again", name + " = " + json);
+            group->unset(name, "session");
+        }
+    }
+}
+
+}  // namespace
+
+void fuzz(std::string const& input) {
+    Arguments arguments;
+    arguments.level = "session";
+    arguments.json = true;
+    arguments.files = {qbtest::writeFile(folder() / "lines", input).string()};
+    auto* const errors = std::cerr.rdbuf(nullptr);
+    int const status = setManyCommand(context(), arguments);
+    std::cerr.rdbuf(errors);
+    require(status == done || status == refused, "set-many ends with one of its two ends");
+    if (status == done) tryAndUnset(context().root());
+}
+
+}  // namespace qbfuzz
