@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Checks what needs no run: the format and the layers of the sources, the scripts, and what clang-tidy
+# Checks what needs no run: the format and the layers of the sources, the scripts, the API pages (no
+# public name without a comment), the example files against their schema, and what clang-tidy
 # and clang's own warnings find in the library, the stand-in host, the program, the examples and the
 # benchmarks (.clang-tidy has the checks).
 set -euo pipefail
@@ -13,6 +14,7 @@ scripts/check-format.sh
 scripts/check-layers.sh
 find .ci scripts packaging settings -type f \( -name '*.sh' -o -path '.ci/run' -o -name '*.bash' \) \
     -print0 | sort --zero-terminated | xargs -0 shellcheck
+scripts/docs.sh
 
 # Several sources are read at once, as their headers take most of the time. Without precompiled
 # headers each still has to include what it needs.
