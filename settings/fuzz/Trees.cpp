@@ -79,6 +79,7 @@ std::string described(SettingsImpl const& node) {
         line << " sizes " << sizes->minArrSize() << "-" << sizes->maxArrSize();
     }
     line << " default " << functionText(node.getRunTimeDefault());
+    line << (value.empty() ? " no value" : " value");
     // One value and an array of it are the same: a first value keeps the shape that it comes in.
     for (std::string const& text : qbsettings::elementTexts(value))
         line << " " << qbsettings::typeOf(value).element << ":" << text;

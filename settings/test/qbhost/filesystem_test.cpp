@@ -68,10 +68,7 @@ private:
 
 TEST_F(FilesystemTest, WhatIsRefusedLeavesAllAsItWas) {
     auto const overwrite = host::copy_option::overwrite_if_exists;
-    struct {
-        int error;
-        std::function<void()> operation;
-    } const cases[] = {
+    std::pair<int, std::function<void()>> const cases[] = {
         {ENOTDIR, [] { host::basic_directory_iterator(u"file"); }},
         {EEXIST, [] { host::create_directories(u"full/."); }},
         {ENOTDIR, [] { host::create_directories(u"file/below/deep"); }},
@@ -99,8 +96,8 @@ TEST_F(FilesystemTest, WhatIsRefusedLeavesAllAsItWas) {
     bool const root = ::geteuid() == 0;
     for (auto const& c : cases) {
         // Nothing is forbidden to root.
-        ASSERT_EQ(root && c.error == EACCES ? ::seteuid(65534) : 0, 0);
-        EXPECT_EQ(errorOf(c.operation), c.error) << "row " << &c - cases;
+        ASSERT_EQ(root && c.first == EACCES ? ::seteuid(65534) : 0, 0);
+        EXPECT_EQ(errorOf(c.second), c.first) << "row " << &c - cases;
         EXPECT_NE(host::upath_directory_entry(u"to-locked").status() & host::symbolic_link, 0U);
         ASSERT_EQ(root ? ::seteuid(0) : 0, 0);
     }

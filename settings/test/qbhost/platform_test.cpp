@@ -70,17 +70,12 @@ TEST(PlatformTest, NumbersAreTheSameUnderAnyLocale) {
     EXPECT_EQ(texts,
               "-0 0.1 0.3333333333333333 1e+22 123456789 5e-324 1.7976931348623157e+308 "
               "-inf nan -nan ");
-    struct {
-        char const* text;
-        double value;
-        std::size_t read;
-    } const cases[] = {
-        {" 2.5e1x", 25, 6}, {"2,5", 2, 1}, {"1.234.567", 1.234, 5}, {"x1", 0, 0}, {"", 0, 0},
-    };
-    for (auto const& c : cases) {
+    std::tuple<char const*, double, int> const cases[] = {
+        {" 2.5e1x", 25, 6}, {"2,5", 2, 1}, {"1.234.567", 1.234, 5}, {"x1", 0, 0}, {"", 0, 0}};
+    for (auto const& [text, value, read] : cases) {
         char const* end = nullptr;
-        EXPECT_EQ(qu_strtod(quGetFpcContext(), c.text, &end, 0), c.value) << c.text;
-        EXPECT_EQ(end, c.text + c.read) << c.text;
+        EXPECT_EQ(qu_strtod(quGetFpcContext(), text, &end, 0), value) << text;
+        EXPECT_EQ(end, text + read) << text;
     }
     qf::io::uostream stream;
     stream << u"a " << 1234567 << u" " << 0.5 << u" " << qf::ustring(u"\x20ac");

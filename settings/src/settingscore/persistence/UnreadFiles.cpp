@@ -1,8 +1,11 @@
 #include <settingscore/persistence/UnreadFiles.hpp>
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <set>
+
+#include <boost/weak_ptr.hpp>
 
 namespace settings::core {
 
@@ -10,7 +13,7 @@ namespace {
 
 struct Files {
     std::mutex mutex;
-    std::map<qf::filesystem::path, std::set<void const*>> roots;
+    std::map<qf::filesystem::path, std::set<boost::weak_ptr<void const>>> roots;
 
     static Files& instance() {
         static auto* const files = new Files;
@@ -20,7 +23,8 @@ struct Files {
 
 }  // namespace
 
-void UnreadFiles::set(void const* root, qf::filesystem::path const& file, bool unread) {
+void UnreadFiles::set(boost::shared_ptr<void const> const& root, qf::filesystem::path const& file,
+                      bool unread) {
     Files& files = Files::instance();
     std::lock_guard<std::mutex> const lock(files.mutex);
     if (unread) {
@@ -36,7 +40,10 @@ void UnreadFiles::set(void const* root, qf::filesystem::path const& file, bool u
 bool UnreadFiles::contains(qf::filesystem::path const& file) {
     Files& files = Files::instance();
     std::lock_guard<std::mutex> const lock(files.mutex);
-    return files.roots.count(file) != 0;
+    auto const found = files.roots.find(file);
+    if (found == files.roots.end()) return false;
+    return std::any_of(found->second.begin(), found->second.end(),
+                       [](auto const& root) { return !root.expired(); });
 }
 
 void UnreadFiles::forget(qf::filesystem::path const& file) {

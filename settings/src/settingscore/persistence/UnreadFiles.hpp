@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/shared_ptr.hpp>
 #include <settingscore/host/Filesystem.hpp>
 
 namespace settings::core {
@@ -10,8 +11,9 @@ namespace settings::core {
 class UnreadFiles {
 public:
     /// Notes how the load of a tree, which `root` tells from others, went.
-    static void set(void const* root, qf::filesystem::path const& file, bool unread);
-    /// True if any tree could not read the file wholly.
+    static void set(boost::shared_ptr<void const> const& root, qf::filesystem::path const& file,
+                    bool unread);
+    /// True if any tree that still lives could not read the file wholly.
     static bool contains(qf::filesystem::path const& file);
     /// The file has been replaced.
     static void forget(qf::filesystem::path const& file);

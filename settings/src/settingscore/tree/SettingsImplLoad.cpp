@@ -121,7 +121,7 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
                 appendLine(errors, file.str(), qf::i18n::to_ustring(e.what()));
             }
             if (level->canBeModified()) {
-                UnreadFiles::set(root.get(), file, errors.size() != errorsBefore);
+                UnreadFiles::set(root, file, errors.size() != errorsBefore);
             }
         }
     }

@@ -121,18 +121,16 @@ TEST_F(Reader, readsTheTextFormsOfValues) {
 TEST_F(Reader, letsNumericFailuresAndDoubleNamesPass) {
     EXPECT_EQ(XMLSettingsDetails::getVersionNumber("-1"), 4294967295u);
     EXPECT_EQ(XMLSettingsDetails::getVersionNumber(""), boost::none);
+    auto const parse = [&](std::string const& body) { folder_.parse(fileText(body)); };
     for (std::string const text : {" 1", "0x1", "4294967296", "1,000"}) {
         EXPECT_THROW(folder_.parse(fileText("", "version=\"" + text + "\"")),
                      boost::bad_lexical_cast);
-        std::string const key = keyWith("<int8 minArraySize=\"x" + text + "\"></int8>");
-        EXPECT_THROW(folder_.parse(fileText(key)), boost::bad_lexical_cast);
+        EXPECT_THROW(parse(keyXml("k", "int8", "", " minArraySize=\"x" + text + "\"")),
+                     boost::bad_lexical_cast);
     }
-    EXPECT_THROW(folder_.parse(fileText(keyXml("k", "int8", valueXml("300")))),
-                 boost::numeric::positive_overflow);
-    EXPECT_THROW(folder_.parse(fileText(keyXml("k", "int8", valueXml("-129")))),
-                 boost::numeric::negative_overflow);
-    EXPECT_THROW(folder_.parse(fileText(intKey("k", "1") + intKey("k", "1"))),
-                 exception::ErrorAddingChildNodeOrKey);
+    EXPECT_THROW(parse(keyXml("k", "int8", valueXml("300"))), boost::numeric::positive_overflow);
+    EXPECT_THROW(parse(keyXml("k", "int8", valueXml("-129"))), boost::numeric::negative_overflow);
+    EXPECT_THROW(parse(intKey("k", "1") + intKey("k", "1")), exception::ErrorAddingChildNodeOrKey);
 }
 
 TEST_F(Reader, tellsInTheCataloguesWordsWhatItRefuses) {

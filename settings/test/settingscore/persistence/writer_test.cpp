@@ -184,9 +184,8 @@ TEST_F(SavedKeys, ComeBackInAnotherProcessToTheLastBit) {
     std::optional<CommaLocale> comma;
     if (std::getenv("QBTEST_COMMA")) comma.emplace();
     if (char const* const world = std::getenv("QBTEST_WORLD")) {
-        ustring const place = toUString(world);
-        SettingsContext::setSettingsDirectories(BlessedZcrID, place + u"/toolbox", {},
-                                                place + u"/user");
+        ustring const at = toUString(world);
+        SettingsContext::setSettingsDirectories(BlessedZcrID, at + u"/toolbox", {}, at + u"/user");
         expect(1);
         turnOnDurableSaving();
         set(2);
@@ -195,16 +194,15 @@ TEST_F(SavedKeys, ComeBackInAnotherProcessToTheLastBit) {
     }
     for (Key const& key : allKeys(1))
         factoryFile(key.product, key.name + ".settings", key.definition);
-    std::string const program = std::filesystem::read_symlink("/proc/self/exe").string();
+    std::string const other = "'" + std::filesystem::read_symlink("/proc/self/exe").string() +
+                              "' --gtest_filter='*ComeBackInAnotherProcess*'";
     environment().set("QBTEST_WORLD", folder().string());
     environment().set("QBTEST_COMMA", "in the other process");
     for (int run = 0; run < 2; ++run) {
         std::filesystem::remove_all(userDir());
         resetInstances();
         set(1);
-        ASSERT_EQ(
-            std::system(("'" + program + "' --gtest_filter='*ComeBackInAnotherProcess*'").c_str()),
-            0);
+        ASSERT_EQ(std::system(other.c_str()), 0);
         resetInstances();
         expect(2);
         // And the other way round.

@@ -1,7 +1,6 @@
 #include <cstring>
 
 #include <pwd.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <settingscore/prefdir/PathUtil.hpp>
 #include <settingscore/prefdir/PreferencesDirectory.hpp>
@@ -56,11 +55,7 @@ protected:
 
 TEST_F(PrefDir, PathsAreStrippedNormalizedAndExpanded) {
     environment().set("HOME", "/h");
-    struct {
-        ustring (*rule)(ustring const&);
-        ustring input;
-        ustring expected;
-    } const cases[] = {
+    std::tuple<ustring (*)(ustring const&), ustring, ustring> const cases[] = {
         {stripFinalPathNameSepUStr, u"/a//b///", u"/a//b"},
         {stripFinalPathNameSepUStr, u"///", u""},
         {NormalizePrefDirHome, u"/", u"/"},
@@ -73,8 +68,8 @@ TEST_F(PrefDir, PathsAreStrippedNormalizedAndExpanded) {
         {tildeExpansionUStr, u"~/a/~", u"/h/a/~"},
         {tildeExpansionUStr, u"~no_such_/a", u"/a"},
     };
-    for (auto const& c : cases)
-        EXPECT_EQ(c.rule(c.input), c.expected) << "row " << &c - cases;
+    for (auto const& [rule, input, expected] : cases)
+        EXPECT_EQ(rule(input), expected) << qf::i18n::to_string(input);
 
     // Every machine has accounts with names on both sides of the limit.
     Tree homes;
@@ -87,24 +82,21 @@ TEST_F(PrefDir, PathsAreStrippedNormalizedAndExpanded) {
 }
 
 TEST_F(PrefDir, EachReleaseHasADirectoryUnderTheHomePrefix) {
-    struct {
-        char const* home;
-        char const* user;
-        ustring expected;
-    } const cases[] = {{"/home/u//", "root", u"/home/u"},
-                       {"\"/home/u\"", "", u"/home/u"},
-                       {"/", "", u""},
-                       {"//", "", u""},
-                       {"\"//\"", "", u""},
-                       {"h\xc3\xbc/", "", u"h\u00fc"},
-                       {"", "root", to_ustring(::getpwnam("root")->pw_dir)},
-                       {"", "", u"/tmp"}};
+    std::tuple<char const*, char const*, ustring> const cases[] = {
+        {"/home/u//", "root", u"/home/u"},
+        {"\"/home/u\"", "", u"/home/u"},
+        {"/", "", u""},
+        {"//", "", u""},
+        {"\"//\"", "", u""},
+        {"h\xc3\xbc/", "", u"h\u00fc"},
+        {"", "root", to_ustring(::getpwnam("root")->pw_dir)},
+        {"", "", u"/tmp"}};
     environment().set("ZENBAR_PREFDIR", "/elsewhere");
-    for (auto const& c : cases) {
-        environment().set("HOME", c.home);
-        environment().set("USER", c.user);
-        EXPECT_EQ(getStandardPreferencesDirectoryUStr(), c.expected + u"/.zenbar/K7716p");
-        EXPECT_EQ(getPreviousPreferencesDirectoryUStr(), c.expected + u"/.zenbar/K7715q");
+    for (auto const& [home, user, expected] : cases) {
+        environment().set("HOME", home);
+        environment().set("USER", user);
+        EXPECT_EQ(getStandardPreferencesDirectoryUStr(), expected + u"/.zenbar/K7716p");
+        EXPECT_EQ(getPreviousPreferencesDirectoryUStr(), expected + u"/.zenbar/K7715q");
     }
 }
 
@@ -176,24 +168,21 @@ TEST_F(PrefDir, CallersWaitUntilTheCopyIsDone) {
 }
 
 TEST_F(PrefDir, TheNewestOlderReleaseIsTakenOver) {
-    struct {
-        Texts present;
-        char const* disable;
-        std::string taken;
-    } const cases[] = {{{}, "", ""},
-                       {{"K7715q", "K7715p", "K7714q"}, "1", "K7715q"},
-                       {{"K7715p", "K7714q"}, "", "K7715p"},
-                       {{"K7715p", "K7714q"}, "0", ""},
-                       {{"K7714q"}, "", "K7714q"},
-                       {{"K7714p", "K7717a"}, "", ""}};
-    for (auto const& c : cases) {
+    std::tuple<Texts, char const*, std::string> const cases[] = {
+        {{}, "", ""},
+        {{"K7715q", "K7715p", "K7714q"}, "1", "K7715q"},
+        {{"K7715p", "K7714q"}, "", "K7715p"},
+        {{"K7715p", "K7714q"}, "0", ""},
+        {{"K7714q"}, "", "K7714q"},
+        {{"K7714p", "K7717a"}, "", ""}};
+    for (auto const& [present, disable, taken] : cases) {
         std::filesystem::remove_all(homeDir());
-        environment().set("DISABLE_PREFCOPY3RELEASES", c.disable);
-        for (std::string const& label : c.present)
+        environment().set("DISABLE_PREFCOPY3RELEASES", disable);
+        for (std::string const& label : present)
             writeFile(releaseDir(label) / label, label);
         Tree expected = readTree(homeDir() / ".zenbar");
         expected["K7716p/"] = expected["K7716p/creation.timestamp"] = "";
-        if (!c.taken.empty()) expected["K7716p/" + c.taken] = c.taken;
+        if (!taken.empty()) expected["K7716p/" + taken] = taken;
         start();
         EXPECT_EQ(readTree(homeDir() / ".zenbar"), expected);
     }
@@ -279,8 +268,7 @@ TEST_F(PrefDir, ADirectoryThatCannotBeCreatedIsAWarning) {
     EXPECT_EQ(console_, warning + "Warning: failed to create NULL preference directory. \n");
 
     environment().set("HOME", file.string());
-    EXPECT_EQ(getLocalSettingsDirectoryUStr(), toUString(file / ".zenbar/K7716p"))
-        << "all the same";
+    EXPECT_EQ(getLocalSettingsDirectoryUStr(), toUString(file / ".zenbar/K7716p"));
 }
 
 TEST_F(PrefDir, ACopyNeedsItsTarget) {
@@ -338,19 +326,22 @@ TEST_F(PrefDir, ErrorsReachTheCallerAndTheDirectoryIsNotFilledLater) {
     EXPECT_TRUE(root());
     EXPECT_TRUE(readTree(current()).empty() && readTree(prefs()).empty());
 
+#ifndef __SANITIZE_ADDRESS__  // Its checks want a descriptor for themselves.
     // The directory stays without its mark; the mutex is given back, so that the next call returns.
     std::filesystem::remove_all(previous());
     std::filesystem::remove(prefs());
-    rlimit before{};
-    ::getrlimit(RLIMIT_NOFILE, &before);
-    rlimit const none{0, before.rlim_max};
-    ::setrlimit(RLIMIT_NOFILE, &none);
-    expectMessage<messages::ErrorCreatePreferenceDirectoryTimeStamp>(
-        [] { getPreferencesDirectoryUStr(true); }, toUString(prefs() / "creation.timestamp"),
-        std::strerror(EMFILE));
-    ::setrlimit(RLIMIT_NOFILE, &before);
+    std::filesystem::permissions(folder(), Perms(0777));
+    mode_t const before = ::umask(0222);
+    {
+        Unprivileged const user;
+        expectMessage<messages::ErrorCreatePreferenceDirectoryTimeStamp>(
+            [] { getPreferencesDirectoryUStr(true); }, toUString(prefs() / "creation.timestamp"),
+            std::strerror(EACCES));
+    }
+    ::umask(before);
     EXPECT_EQ(getPreferencesDirectoryUStr(true), toUString(prefs()));
     EXPECT_EQ(readTree(prefs()), Tree());
+#endif
 }
 
 }  // namespace
