@@ -9,6 +9,7 @@
 #include <xercesc/framework/XMLGrammarPoolImpl.hpp>
 #include <xercesc/sax2/SAX2XMLReader.hpp>
 #include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/validators/schema/SchemaGrammar.hpp>
 
 namespace settings::core {
 
@@ -34,8 +35,19 @@ SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const&
         reader->setErrorHandler(&errorHandler);
         reader->setEntityResolver(&resolver);
         std::uint64_t bytes = 0;
-        reader->loadGrammar(SettingsInputSource(schema, bytes), xercesc::Grammar::SchemaGrammarType,
-                            true);
+        auto* const grammar = dynamic_cast<xercesc::SchemaGrammar*>(reader->loadGrammar(
+            SettingsInputSource(schema, bytes), xercesc::Grammar::SchemaGrammarType, true));
+        // The parser makes the content model and the list of attributes of a type when it first
+        // needs them, without a lock: two parses must not come to make the same ones.
+        if (grammar) {
+            auto elements = grammar->getElemEnumerator();
+            while (elements.hasMoreElements()) {
+                xercesc::ComplexTypeInfo* const type = elements.nextElement().getComplexTypeInfo();
+                if (!type) continue;
+                type->getContentModel();
+                type->getAttDefList();
+            }
+        }
     }
     // Asked for before the pool is locked and hands out one that takes more names.
     xercesc::XMLStringPool const& names = *pool->getURIStringPool();
