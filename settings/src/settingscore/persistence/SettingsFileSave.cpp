@@ -102,7 +102,8 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
             for (Path const& file : {tmpPath, previousPath, tempDir}) {
                 try {
                     fs::remove(file);
-                } catch (fs::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
+                } catch (fs::FsysExceptionBase const&) {
+                    // The next attempt takes the folder as a whole.
                 }
             }
             if (fs::exists(tempDir)) fs::remove_all(tempDir);
@@ -136,7 +137,8 @@ fs::path SettingsFile::makeTempDirectory(Path const& rootPath) {
         } catch (...) {
             try {
                 fs::remove(tempDir);
-            } catch (fs::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
+            } catch (fs::FsysExceptionBase const&) {
+                // The first failure is the one to tell.
             }
             throw;
         }

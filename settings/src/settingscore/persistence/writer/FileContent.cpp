@@ -156,18 +156,16 @@ private:
         }
         auto const writer = key.getValueWriterFcn();
         if (!writer) return;
-        bool const isUndefinedAny = writer == &writeValues<ZenbarAny> &&
-                                    key.getAnyValueInternalWithLock(lock_, level_, false).empty();
-        if (isUndefinedAny) return;  // Its writer ends before the runtime default.
+        bool const isAnyTyped = writer == &writeValues<ZenbarAny>;
+        boost::any const value = key.getAnyValueInternalWithLock(lock_, level_, false);
+        if (isAnyTyped && value.empty()) return;  // Its writer ends before the runtime default.
         if (key.isRuntimeOwningLevelWithLock(lock_, level_)) {
             checkFunction(key,
                           boost::apply_visitor(FunctionFault(), key.runTimeDefaultWithLock(lock_)));
             return;
         }
-        boost::any const value = key.getAnyValueInternalWithLock(lock_, level_, false);
-        IsArray isArray;
         if (value.empty()) return;
-        bool const isAnyTyped = writer == &writeValues<ZenbarAny>;
+        IsArray isArray;
         if (isAnyTyped && settingscore::boostany::applyVisitor(isArray, value, true)) {
             found(key, "takes values of any type, of which a file holds no arrays");
             return;

@@ -9,7 +9,6 @@
 namespace settings::core {
 namespace {
 
-// A tag is put together first and handed to the stream in one piece.
 char const* nodeTag(bool isLeaf) { return isLeaf ? "key" : "settings"; }
 
 template <class Function>

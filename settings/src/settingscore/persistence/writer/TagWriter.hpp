@@ -12,7 +12,7 @@ namespace settings::core {
 
 class SettingsImpl;
 
-/// Hands a text over in one piece.
+/// Hands a text to the stream in one piece: lines and tags are put together first.
 void put(std::ostream& stream, std::string const& text);
 
 /// Four blanks a depth.
