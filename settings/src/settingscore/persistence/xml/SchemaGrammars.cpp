@@ -9,9 +9,43 @@
 #include <xercesc/framework/XMLGrammarPoolImpl.hpp>
 #include <xercesc/sax2/SAX2XMLReader.hpp>
 #include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/validators/datatype/DatatypeValidator.hpp>
+#include <xercesc/validators/schema/SchemaAttDef.hpp>
 #include <xercesc/validators/schema/SchemaGrammar.hpp>
 
 namespace settings::core {
+
+namespace {
+
+/// A type's patterns are set up when the first text is compared with them.
+void completeType(xercesc::DatatypeValidator* type) {
+    if (!type) return;
+    try {
+        type->validate(u"a", nullptr, xercesc::XMLPlatformUtils::fgMemoryManager);
+    } catch (xercesc::XMLException const&) {
+        // A type that doesn't take this text has compared it all the same.
+    }
+}
+
+/// The parser makes parts of a grammar when they are first needed, without a lock: of two parses
+/// at once the one could meet a part that the other has half made. So all are made beforehand.
+void completeGrammar(xercesc::SchemaGrammar& grammar) {
+    auto elements = grammar.getElemEnumerator();
+    while (elements.hasMoreElements()) {
+        xercesc::SchemaElementDecl& element = elements.nextElement();
+        completeType(element.getDatatypeValidator());
+        xercesc::ComplexTypeInfo* const type = element.getComplexTypeInfo();
+        if (!type) continue;
+        type->getContentModel();
+        xercesc::XMLAttDefList& attributes = type->getAttDefList();
+        for (XMLSize_t i = 0; i < attributes.getAttDefCount(); ++i) {
+            auto& attribute = static_cast<xercesc::SchemaAttDef&>(attributes.getAttDef(i));
+            completeType(attribute.getDatatypeValidator());
+        }
+    }
+}
+
+}  // namespace
 
 SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const& location) {
     using Pools = std::map<ustring, SchemaGrammars>;
@@ -37,17 +71,7 @@ SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const&
         std::uint64_t bytes = 0;
         auto* const grammar = dynamic_cast<xercesc::SchemaGrammar*>(reader->loadGrammar(
             SettingsInputSource(schema, bytes), xercesc::Grammar::SchemaGrammarType, true));
-        // The parser makes the content model and the list of attributes of a type when it first
-        // needs them, without a lock: two parses must not come to make the same ones.
-        if (grammar) {
-            auto elements = grammar->getElemEnumerator();
-            while (elements.hasMoreElements()) {
-                xercesc::ComplexTypeInfo* const type = elements.nextElement().getComplexTypeInfo();
-                if (!type) continue;
-                type->getContentModel();
-                type->getAttDefList();
-            }
-        }
+        if (grammar) completeGrammar(*grammar);
     }
     // Asked for before the pool is locked and hands out one that takes more names.
     xercesc::XMLStringPool const& names = *pool->getURIStringPool();
