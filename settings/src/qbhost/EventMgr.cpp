@@ -2,7 +2,9 @@
 #include <atomic>
 #include <charconv>
 #include <chrono>
+#include <cstring>
 #include <exception>
+#include <functional>
 #include <iterator>
 #include <mutex>
 #include <random>
@@ -69,9 +71,21 @@ void BaseEvent::fillStream(std::ostream& stream) const {
         stream << (i == 0 ? "" : ", ") << qf::i18n::to_string(type_->getBaseTag(i));
 }
 
+namespace {
+
+/// Tags are long and begin alike, so that bytes are compared in place of characters.
+struct IsSameTag {
+    bool operator()(qf::ustring const& a, qf::ustring const& b) const {
+        return a.size() == b.size() &&
+               std::memcmp(a.data(), b.data(), a.size() * sizeof(qf::ustring::value_type)) == 0;
+    }
+};
+
+}  // namespace
+
 bool BaseEvent::isKindOf(qf::ustring const& tag) const {
     for (std::size_t i = 0; i < type_->hierarchySize(); ++i) {
-        if (type_->getBaseTag(i) == tag) return true;
+        if (IsSameTag()(type_->getBaseTag(i), tag)) return true;
     }
     return false;
 }
@@ -143,7 +157,8 @@ private:
     }
 
     std::mutex mutex_;
-    std::unordered_map<qf::ustring, std::vector<SubscriptionPtr>> byTag_;
+    std::unordered_map<qf::ustring, std::vector<SubscriptionPtr>, std::hash<qf::ustring>, IsSameTag>
+        byTag_;
     std::uint64_t nextOrder_ = 0;
     std::atomic<std::size_t> count_{0};
 };

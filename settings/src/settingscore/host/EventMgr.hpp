@@ -48,8 +48,9 @@ public:
     virtual ~TypeInformation() = default;
     /// Number of classes that `getBaseTag` names.
     virtual std::size_t hierarchySize() const = 0;
-    /// Tag of the class at `index`, 0 being the most derived. @throws std::out_of_range
-    virtual qf::ustring getBaseTag(std::size_t index) const = 0;
+    /// Tag of the class at `index`, 0 being the most derived; it lives as long as the process.
+    /// @throws std::out_of_range
+    virtual qf::ustring const& getBaseTag(std::size_t index) const = 0;
 
     /// Adds tags that route the event.
     template <class Iterator>

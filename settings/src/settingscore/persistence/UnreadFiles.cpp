@@ -1,6 +1,7 @@
 #include <settingscore/persistence/UnreadFiles.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <set>
@@ -28,7 +29,10 @@ void UnreadFiles::set(boost::shared_ptr<void const> const& root, qf::filesystem:
     Files& files = Files::instance();
     std::lock_guard<std::mutex> const lock(files.mutex);
     if (unread) {
-        files.roots[file].insert(root);
+        auto& roots = files.roots[file];
+        for (auto other = roots.begin(); other != roots.end();)
+            other = other->expired() ? roots.erase(other) : std::next(other);
+        roots.insert(root);
         return;
     }
     auto const found = files.roots.find(file);

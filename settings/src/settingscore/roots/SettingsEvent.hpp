@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <ostream>
 #include <stdexcept>
 #include <type_traits>
@@ -114,11 +115,14 @@ struct EventHierarchy {
     /// Number of the classes.
     static constexpr std::size_t size = std::is_same_v<T, SettingsEvent> ? 2 : 3;
     /// See `corebus::msg_svc::eventmgr::TypeInformation::getBaseTag`.
-    static ustring getBaseTag(std::size_t index) {
-        if (index == 0) return T::typeTag();
-        if (index + 2 == size) return SettingsEvent::typeTag();
-        if (index + 1 == size) return corebus::msg_svc::eventmgr::BaseEvent::typeTag();
-        throw std::out_of_range("eventmgr::BaseEvent has no base types.");
+    static ustring const& getBaseTag(std::size_t index) {
+        // Never destroyed: threads may still set values while the process ends.
+        static auto const& tags =
+            *new std::array<ustring, 3>{T::typeTag(), SettingsEvent::typeTag(),
+                                        corebus::msg_svc::eventmgr::BaseEvent::typeTag()};
+        if (index >= size) throw std::out_of_range("eventmgr::BaseEvent has no base types.");
+        // The most general class has one tag less: its own is that of the base.
+        return tags[index + (index == 0 ? 0 : 3 - size)];
     }
 };
 
@@ -129,7 +133,7 @@ template <class T>
 class DerivedTypeInformation : public corebus::msg_svc::eventmgr::TypeInformation {
 public:
     std::size_t hierarchySize() const override { return EventHierarchy<T>::size; }
-    ustring getBaseTag(std::size_t index) const override {
+    ustring const& getBaseTag(std::size_t index) const override {
         return EventHierarchy<T>::getBaseTag(index);
     }
 };

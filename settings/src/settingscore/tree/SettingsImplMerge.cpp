@@ -249,6 +249,24 @@ void SettingsImpl::mergeIntoNonLeafNode(HeldLock const& lock, SettingsImpl const
 
 // --- Merge of a file ------------------------------------------------------------------------
 
+void SettingsImpl::settleOnLevel(SettingsLevel const& level) {
+    if (!isLeaf_) {
+        for (auto const& entry : children_)
+            entry.second->settleOnLevel(level);
+        return;
+    }
+    children_.clear();  // Keys inside keys are not taken over.
+    if (!isVoidRuntimeDefault(runTimeDefault_.get())) {
+        detail::setBelongingLevel(runTimeDefault_.edit(), level.levelName());
+    }
+    static std::size_t const parsedPosition = SettingsLevelManager::findLevel("user")->position();
+    boost::any value;
+    levelValues_.take(parsedPosition, value);
+    if (value.empty()) return;
+    initSetters(value);
+    levelValues_.put(level.position(), value);
+}
+
 boost::shared_ptr<SettingsImpl> SettingsImpl::mergeSettingsObject(
     boost::shared_ptr<SettingsImpl> const& target, boost::shared_ptr<SettingsImpl> const& src,
     std::string const& levelName, bool* firstMergeDone, ustring& errors, ustring const& fileName) {
@@ -258,8 +276,14 @@ boost::shared_ptr<SettingsImpl> SettingsImpl::mergeSettingsObject(
     boost::shared_mutex privateMutex;
     boost::upgrade_lock<boost::shared_mutex> const lock(privateMutex);
     try {
-        result->mergeIntoNode(lock, *src, levelName, !*firstMergeDone, true);
-        *firstMergeDone = true;
+        if (*firstMergeDone) {
+            result->mergeIntoNode(lock, *src, levelName, false, true);
+        } else {
+            result->mergePreCheck(lock, *src, true, false, true);
+            src->settleOnLevel(*SettingsLevelManager::findLevel(levelName));
+            result = src;
+            *firstMergeDone = true;
+        }
     } catch (qf::except::IMsgIDException const& e) {
         result = target;
         errors += fileName + u'\t' + e.GetUnicodeMessageTxt() + u'\n';

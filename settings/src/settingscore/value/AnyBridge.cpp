@@ -61,9 +61,11 @@ bool isSupported(boost::any const& value) {
 bool isEqual(boost::any const& a, boost::any const& b) {
     if (&a == &b) return true;
     detail::assertIfTypeNotExported(a.type());
-    unsigned long const index = detail::typeIndexOf(a.type());
-    if (index == supportedTypeCount) throw UnsupportedAnyType(a.type());
-    if (&a.type() != &b.type() && index != detail::typeIndexOf(b.type())) return false;
+    if (&a.type() != &b.type()) {
+        unsigned long const index = detail::typeIndexOf(a.type());
+        if (index == supportedTypeCount) throw UnsupportedAnyType(a.type());
+        if (index != detail::typeIndexOf(b.type())) return false;
+    }
     EqualTo const equal{b};
     return applyVisitor(equal, a, false);
 }

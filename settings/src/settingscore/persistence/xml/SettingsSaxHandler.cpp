@@ -68,8 +68,8 @@ void SettingsSaxHandler::startElement(XMLCh const*, XMLCh const* localName, XMLC
 void SettingsSaxHandler::endElement(XMLCh const*, XMLCh const* localName, XMLCh const*) {
     tagSeen();
     translated([&] {
-        std::string const tag = XMLHelperFunctions::XmlString2String(localName);
-        if (nodeStack_.empty() || tag != nodeStack_.back()->getTagName()) {
+        if (nodeStack_.empty() ||
+            !XMLHelperFunctions::isSameTag(localName, nodeStack_.back()->getTagName())) {
             throw xercesc::SAXException(u"Mismatch in tag hierarchy between parser and node stack");
         }
         boost::shared_ptr<XMLNode> const node = std::move(nodeStack_.back());

@@ -19,6 +19,12 @@ std::string XmlString2String(XMLCh const* text) {
     return std::string(text, end);
 }
 
+bool isSameTag(XMLCh const* name, std::string const& tag) {
+    std::size_t const length = std::char_traits<XMLCh>::length(name);
+    return std::equal(name, name + length, tag.begin(), tag.end(),
+                      [](XMLCh a, char b) { return a == static_cast<unsigned char>(b); });
+}
+
 std::string getAttribute(xercesc::Attributes const& attributes, XMLCh const* name) {
     return XmlString2String(attributes.getValue(name));
 }

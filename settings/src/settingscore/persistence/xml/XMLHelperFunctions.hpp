@@ -17,6 +17,9 @@ namespace settings::core::XMLHelperFunctions {
 /// Empty for a null text.
 std::string XmlString2String(XMLCh const* text);
 
+/// True if a name of the parser's is that of an element of ours, which is ASCII.
+bool isSameTag(XMLCh const* name, std::string const& tag);
+
 /// Value of the attribute of that name, empty if it is absent.
 std::string getAttribute(xercesc::Attributes const& attributes, XMLCh const* name);
 /// True if the attribute is exactly "true".
