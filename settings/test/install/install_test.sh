@@ -63,8 +63,6 @@ fi
 manual=$prefix/share/man/man1/qbsettings.1
 if command -v mandoc >/dev/null; then
     mandoc -T lint -W warning "$manual" || fail "the manual has faults"
-elif command -v man >/dev/null && command -v groff >/dev/null; then
-    expect "" "$(man --warnings -P cat -l "$manual" 2>&1 >/dev/null)" "faults of the manual"
 fi
 mapfile -t commands < <(alone "$program" --help |
     sed -n '/^Subcommands:/,/^$/s/^  \([a-z-]*\) .*/\1/p')
@@ -83,11 +81,9 @@ complete_line() {
         _qbsettings && echo "${COMPREPLY[*]-}"' bash \
         "$prefix/share/bash-completion/completions/qbsettings" "$program" "$@"
 }
-expect "list" "$(complete_line li)" "completion of a command"
 expect "--json" "$(complete_line list --j)" "completion of an option"
 expect "plotter.lineWidth" \
     "$(complete_line --host-root = "$examples" get --level user plotter.li)" "completion of a name"
-expect "user" "$(complete_line set plotter.lineWidth 1 --level = u)" "completion of a level"
 expect "${commands[*]}" "$(complete_line "")" "completion of nothing"
 if command -v zsh >/dev/null; then
     zsh -n "$prefix/share/zsh/site-functions/_qbsettings"

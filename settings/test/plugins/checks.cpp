@@ -5,7 +5,6 @@
 
 #include <boost/any.hpp>
 #include <boost/shared_ptr.hpp>
-#include <settingscore/errors/FunctionExceptions.hpp>
 #include <settingscore/errors/SettingsException.hpp>
 #include <settingscore/host/HostApi.hpp>
 #include <settingscore/tree/Settings.hpp>
@@ -31,11 +30,6 @@ QBHOST_API void refuseWithNames(Parent const& parent, std::string const& keyName
 /// Fails with what is no exception of the host.
 QBHOST_API void fail(Parent const&, std::string const&, boost::any const&) {
     throw std::runtime_error("the check is broken");
-}
-
-/// Fails with the error of another library, as a check that needs one would.
-QBHOST_API void failToLoad(Parent const&, std::string const&, boost::any const&) {
-    throw settings::core::exception::ErrorLoadingLibrary("helper", u"no helper");
 }
 
 /// Accepts an int that is no greater than the value of the key "limit" beside it.

@@ -14,14 +14,6 @@ QBHOST_API void giveDouble(boost::any* result) { *result = 2.5; }
 
 QBHOST_API void giveString(boost::any* result) { *result = qf::ustring(u"computed"); }
 
-/// A new number for each call, from 1.
-QBHOST_API void giveCount(boost::any* result) {
-    static int count = 0;
-    *result = ++count;
-}
-
-QBHOST_API void giveNothing(boost::any*) {}
-
 QBHOST_API void failWithHostError(boost::any*) {
     throw settings::core::SettingsException("defaults:failed", "no default today", "failed");
 }

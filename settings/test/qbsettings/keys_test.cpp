@@ -1,4 +1,4 @@
-// Keys shown and changed: one, many at once, and those of the user's own.
+// Keys shown and changed, one and many at once.
 
 #include "ProgramWorld.hpp"
 
@@ -24,21 +24,8 @@ p.unset→int64→-→
 p.wrong→int32→runtime:factory→
 ! p.wrong: The value has the wrong type: the setting holds int32, the value given is string.
 [1]
-$ qbsettings get p.pair && qbsettings get p.none && qbsettings get p.text
-200
-7
-a→b\c
-d
-$ qbsettings set p.real 2 && qbsettings describe p.real | paste -sd ';'
-name→p.real;kind→key;type→double;elements→exactly 1 value;range→0.5 to 8;choices→-;validator→-;runtime default→-;session→-→;user→user→2;factory→factory→0.7;in force→user→2;read-only→no;visible→yes;version→4
-$ qbsettings describe p.paper | grep -E 'choices|read-only|visible' | paste -sd ';'
-choices→A4, A3;read-only→yes;visible→no
-$ qbsettings describe p.checked | grep validator
-validator→C checks refuse
 $ qbsettings describe p.computed | grep -E 'default|force' | paste -sd ';'
 runtime default→C defaults giveDouble on factory;in force→runtime:factory→2.5
-$ qbsettings describe p.locked | paste -sd ';'
-name→p.locked;kind→group;read-only→yes;visible→no;version→4;validator→-;key→down
 )");
 }
 
@@ -61,50 +48,25 @@ TEST_F(KeysTest, RefusalsSayWhatIsAllowedAndChangeNothing) {
     expectSession("$ qbsettings set p.real 2 && cp -r user before\n");
     expectRefused(
         R"~(set p.real 9 => 1 p.real: '9' is not allowed: it takes 0.5 to 8 (defined in @/factory/p/p.settings)
-set p.real -inf => 1 p.real: '-inf' is not allowed: it takes 0.5 to 8 (defined in @/factory/p/p.settings)
 set p.real 1,5 => 1 p.real: '1,5' is no double: it takes a number (defined in @/factory/p/p.settings)
 set p.byte -21 => 1 p.byte: '-21' is not allowed: it takes at least -20 or one of -100 (defined in @/factory/p/p.settings)
-set p.byte 200 => 1 p.byte: '200' is no int8: it takes a whole number from -128 to 127 (defined in @/factory/p/p.settings)
-set p.pair 1 => 1 p.pair: 1 value was given, it takes exactly 2 values (defined in @/factory/p/p.settings)
 set p.text 'much too long a text' => 1 p.text: 'much too long a text' is not allowed: it takes a length of at most 12 (defined in @/factory/p/p.settings)
 set p.text $'a\rb' => 1 p.text: 'a\x0db' holds U+000D, which no settings file can hold (defined in @/factory/p/p.settings)
-set p.text $'\xEF\xBF\xBE' => 1 p.text: '￾' holds U+FFFE, which no settings file can hold (defined in @/factory/p/p.settings)
 set p.text $'a\xFFz' => 1 'a\xffz' is not UTF-8
-set p.text $'\xED\xA0\x80' => 1 '\xed\xa0\x80' is not UTF-8
-set p.text $'\xC0\xAF' => 1 '\xc0\xaf' is not UTF-8
 set $'p.te\xFFxt' a => 1 'p.te\xffxt' is not UTF-8
 set p.paper A3 => 1 p.paper: it is read-only
 set p.checked 4 => 1 p.checked: '4' is refused by refuse of checks: the check says no (defined in @/factory/p/p.settings)
-set p.real 1 --type string => 1 p.real: it is of the type double; another can be given to keys of any type alone (defined in @/factory/p/p.settings)
 set p.real 1 --level factory => 1 p.real: the level 'factory' cannot be changed; 'user' and 'session' can
 set p.wrong 4 => 1 p.wrong: the value was not stored, since the default behind it fails: The value has the wrong type: the setting holds int32, the value given is string.
 --user-dir .script set p.real 2 => 1 the user directory @/.script cannot be written to: Not a directory
 add p.real --type int32 => 1 p.real: p has a 'real' already
 add p.1x --type int32 => 1 '1x' is no legal name: a letter, then letters, digits and '_', at most 63, and no word of the host's language
-add x --type int32 => 1 x: a key stands in a product; name it as PRODUCT.KEY
 add-group P => 1 P: there is a product 'p' already, and names of products may not differ in case alone
-add-group p.real.g => 1 'p.real' is a key, not a group
 add p.locked.x --type int32 => 1 p.locked.x: the group 'p.locked' is read-only: what it holds cannot be added to, removed or unset
-remove p => 1 p: it has values on the levels factory, user, of which only user can be changed
-set-many missing => 1 missing cannot be read
 add p.x --type long => 2 there is no type 'long'; the types are string, bool, int8, uint8, int16, uint16, int32, uint32, int64, uint64, float, double, and 'array of' each
-add p.q.x --type int32 => 3 there is no setting 'p.q'
 unset p.flag => 3 p.flag: it has no value on the level 'user'
 )~");
     expectSession("$ qbsettings set p.real 3 --level session && diff -r before user\n");
-}
-
-TEST_F(KeysTest, AddsAndRemovesKeysAndGroupsOfTheUsersOwn) {
-    expectSession(R"($ qbsettings add-group own && qbsettings add own.speed --type double 1.5
-$ qbsettings add own.tags --type string a b && qbsettings set own.tags a b c d
-$ qbsettings add own.numbers --type 'array of int16' && qbsettings set own.numbers 1 -2 3
-$ qbsettings add own.later --type uint64 && qbsettings list own | paste -sd ';'
-own.later→uint64→-→;own.numbers→array of int16→user→1, -2, 3;own.speed→double→user→1.5;own.tags→array of string→user→a, b, c, d
-$ qbsettings remove own.numbers && qbsettings remove own.tags
-$ qbsettings unset own.speed && echo $(tail -n +3 user/own.settings)
-<key name="later" visible="true"> <uint64 undef="true"> </uint64> </key> <key name="speed" visible="true"> <double undef="true"> </double> </key> </settings>
-$ qbsettings remove own && ls user
-)");
 }
 
 TEST_F(KeysTest, ProgramsThatWriteAtOnceLoseNothing) {
@@ -120,7 +82,6 @@ user 10 user 11 user 12 user 13 user 14 user 15 user 16 user 17 user 18 user 19 
 
 TEST_F(KeysTest, SetsManyKeysOrToldOfEveryRefusedLineNone) {
     expectSession(R"~($ qbsettings set-many <<'END'
-> # a comment
 >   p.list=["a", " \t\u00e9\n", 7]
 > p.real = 1
 > p.real = 2
@@ -132,46 +93,39 @@ $ cp -r user before && sed 's/BYTE/\xFF/' <<'END' | qbsettings set-many
 > p.real = 3
 > p.real = 11
 > nonsense
-> p.list = [1, [2]]
 > p.list = []
 > p.text = "\ud800"
 > p.text = BYTE
 > END
 ! line 2: p.real: '11' is not allowed: it takes 0.5 to 8 (defined in @/factory/p/p.settings)
 ! line 3: a line is written as NAME = VALUE
-! line 4: p.list: an array cannot hold arrays
-! line 5: p.list: 0 values were given, it takes at least 1 value (defined in @/factory/p/p.settings)
-! line 6: p.text: the JSON is broken at character 8
-! line 7: the line is not UTF-8
+! line 4: p.list: 0 values were given, it takes at least 1 value (defined in @/factory/p/p.settings)
+! line 5: p.text: the JSON is broken at character 8
+! line 6: the line is not UTF-8
 ! nothing was set
 [1]
 $ diff -r before user
 )~");
 }
 
-/// The ends of each type's range, and numbers that lose bits in a text that is too short.
-TEST_F(KeysTest, EveryTypeComesBackToTheLastBitWhateverTheLocale) {
+/// The ends of ranges, and numbers that lose bits in a text that is too short.
+TEST_F(KeysTest, ValuesComeBackToTheLastBitWhateverTheLocale) {
     std::string const round = R"(qbsettings set-many changes
 > sed 's/"//g' changes >wanted
 > qbsettings list all | sed -E 's/\t.*\tuser\t/ = [/;s/$/]/' | diff wanted -
 )";
     expectSession(R"($ qbsettings add-group all
-$ for type in bool double float int8 int16 int32 int64 string uint8 uint16 uint32 uint64
+$ for type in bool double float int8 int64 string uint64
 > do qbsettings add all.${type}s --type "array of $type"
 > done
 $ cat >changes <<'END'
 > all.bools = [true, false]
 > all.doubles = [1.7976931348623157e+308, 5e-324, 0.30000000000000004, 1234567.891, "nan"]
 > all.floats = [3.4028235e+38, 1e-45, 0.1, "-0", "inf"]
-> all.int16s = [-32768, 32767]
-> all.int32s = [-2147483648, 1234567]
 > all.int64s = [-9223372036854775808, 9223372036854775807]
 > all.int8s = [-128, 127]
 > all.strings = ["1,5 € ]]>", "a\\b", ""]
-> all.uint16s = [65535, 0]
-> all.uint32s = [4294967295, 1000000]
 > all.uint64s = [18446744073709551615, 9007199254740993]
-> all.uint8s = [255, 200]
 > END
 $ )" + round + "$ cp -r user before\n");
     if (!run("localedef -i de_DE -f UTF-8 ./de_DE.UTF-8 2>/dev/null").empty()) {

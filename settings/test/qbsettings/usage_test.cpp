@@ -9,46 +9,26 @@ using UsageTest = qbtest::ProductWorld;
 TEST_F(UsageTest, WhatIsNoCommandIsToldInOneLine) {
     expectRefused(
         R"(get p.loked.don => 3 there is no setting 'p.loked.don'; did you mean 'p.locked.down'?
-get real => 3 there is no setting 'real'; did you mean 'p.real'?
-get p.somethingElse => 3 there is no setting 'p.somethingElse'
 get $'p.a\nb' => 3 there is no setting 'p.a\nb'
-get . => 3 the name is empty
 get p.locked => 1 'p.locked' is a group, not a key; 'qbsettings list' shows the keys in it
 list p.flag >/dev/full => 1 standard output cannot be written to
 get p.real --level top => 2 there is no level 'top'; the levels are session, user, factory
 => 2 a command is missing; see 'qbsettings --help'
-lst => 2 there is no command 'lst'; see 'qbsettings --help'
---bogus list => 2 there is no option '--bogus'; see 'qbsettings list --help'
 get => 2 NAME is required; see 'qbsettings get --help'
-get p.s p.t => 2 'p.t' is one word too many; see 'qbsettings get --help'
 set p.s -draft => 2 there is no option '-draft', and a value that begins with '-' goes behind '--'; see 'qbsettings set --help'
 make-factory a --to b --version x => 2 Could not convert: --version = x; see 'qbsettings make-factory --help'
-)");
-    expectSession(
-        R"($ for command in '' list get set unset describe check dirs add add-group remove set-many export import make-factory
-> do qbsettings $command --help | grep -q "^Example: qbsettings $command" || echo "'$command' has no example"
-> done
-$ qbsettings --version | cut -c -13
-qbsettings 1.
 )");
 }
 
 TEST_F(UsageTest, TellsThePlacesInForceAndThoseThatCannotServe) {
-    expectSession(R"($ SETTINGS_WORKGROUPDIR=$PWD/group qbsettings dirs | head -n 3 | paste -sd ';'
-factory→@/factory;workgroup→@/group;user→@/user
-$ qbsettings --factory-dir f dirs --user-dir u --host-root h | paste -sd ';'
+    expectSession(R"($ qbsettings --factory-dir f dirs --user-dir u --host-root h | paste -sd ';'
 factory→@/f;workgroup→-;user→@/u;host→@/h
-$ SETTINGS_USERDIR= qbsettings dirs | grep -o 'user.*/'
-user→@/home/.zenbar/
 $ SETTINGS_USERDIR= ZENBAR_PREFDIR=relative qbsettings list
 ! the preference directory 'relative' is not absolute
 [1]
 $ SETTINGS_USERDIR= ZENBAR_PREFDIR=/dev/null/sub qbsettings list 2>&1 | tail -n 1
 qbsettings: there is no directory for the user's settings, and none can be made; name one with --user-dir
 [1]
-$ qbsettings --host-root nowhere get p.real 2>&1 | grep -o nowhere/.*xsd
-nowhere/settings/src/settingscore/settings.xsd
-[3]
 )");
 }
 
@@ -58,14 +38,12 @@ TEST_F(UsageTest, ATerminalGetsColumnsColoursAndProgress) {
     if (!run("script -qec true /dev/null").empty()) GTEST_SKIP() << "no terminal can be had here";
     expectSession(
         R"($ terminal() { script -qec "$1" /dev/null | sed 's/\x1b/ESC/g;s/ *\r$//'; }
-> TERM=xterm terminal 'qbsettings list p 2>/dev/null' | grep -E 'pair|unset|computed|real'
-> NO_COLOR=1 TERM=xterm terminal 'qbsettings list p.real; NO_COLOR= TERM=dumb qbsettings list p.text'
+> TERM=xterm terminal 'qbsettings list p 2>/dev/null' | grep -E 'unset|computed|real'
+> NO_COLOR=1 TERM=xterm terminal 'qbsettings list p.real'
 p.computed     double           ESC[35mruntime:factoryESC[0m  2.5
-p.pair         array of uint8   ESC[36mfactoryESC[0m          200, 7
 p.real         double           ESC[36mfactoryESC[0m          0.7
 p.unset        int64            ESC[2m-ESC[0m
 p.real  double  factory  0.7
-p.text  string  factory  a\tb\\c\nd
 $ TERM=xterm script -qec 'qbsettings list | cat; qbsettings check' /dev/null | tr '\r\33' '\n^' >screen
 > grep reading screen; tail -n 2 screen && echo
 ^[Kchecking product 22 of 22
@@ -75,10 +53,8 @@ $ TERM=xterm script -qec 'qbsettings list | cat; qbsettings check' /dev/null | t
 
 TEST_F(UsageTest, SpeaksJsonAndCompletesNames) {
     settingsFile("q", "<key name=\"n\"><int8 maxArraySize=\"0\"><value>3</value></int8></key>");
-    settingsFile("bad", "<oddity/>\n");
     expectSession(
-        R"~($ qbsettings set p.real 2 && qbsettings list --json p.real && qbsettings get p.text --json
-[{"name":"p.real","type":"double","level":"user","value":2}]
+        R"~($ qbsettings set p.real 2 && qbsettings get p.text --json
 {"name":"p.text","type":"string","value":"a\tb\\c\nd"}
 $ qbsettings get p.computed --level user --json
 {"name":"p.computed","type":"double","value":null}
@@ -86,23 +62,14 @@ $ qbsettings get p.computed --level user --json
 $ qbsettings describe p.real --json && qbsettings describe p.locked --json
 {"name":"p.real","kind":"key","type":"double","elements":{"least":1,"most":1},"range":{"least":0.5,"most":8},"choices":[],"validator":null,"runtimeDefault":null,"session":{"source":null,"value":null},"user":{"source":"user","value":2},"factory":{"source":"factory","value":0.7},"inForce":{"source":"user","value":2},"readOnly":false,"visible":true,"version":4}
 {"name":"p.locked","kind":"group","readOnly":true,"visible":false,"version":4,"validator":null,"children":[{"kind":"key","name":"down"}]}
-$ qbsettings --host-root h dirs --json
-{"factory":"@/factory","workgroup":null,"user":"@/user","host":"@/h"}
-$ qbsettings check q bad missing --json
-[{"kind":"fault","file":"@/bad","line":3,"column":10,"message":"no declaration found for element 'oddity'","code":null},{"kind":"fault","file":"@/missing","line":null,"column":null,"message":"cannot open '@/missing': No such file or directory","code":null}]
-[1]
 $ qbsettings import q --json
 {"changes":[{"change":"added","name":"q.n","value":[3]}],"refused":[]}
 $ printf 'p.flag = 1\np.list = ["\\u0001"]' | qbsettings set-many --json 2>/dev/null
 {"set":[],"refused":[{"line":2,"message":"p.list: '\u0001' holds U+0001, which no settings file can hold (defined in @/factory/p/p.settings)"}]}
 [1]
-$ printf 'p.pair = [1, 2]' | qbsettings set-many --json
-{"set":[{"line":1,"name":"p.pair","value":[1,2]}],"refused":[]}
 $ touch $'user/\xFF.settings' && echo $(qbsettings complete)
 p. q. �.
 $ qbsettings complete $'\xFF' && SETTINGS_USERDIR= ZENBAR_PREFDIR=relative qbsettings complete p
-$ echo $(qbsettings complete p.pa) $(qbsettings complete p.lo) $(qbsettings complete p.locked.)
-p.pair p.paper p.locked. p.locked.down
 )~");
 }
 

@@ -14,20 +14,15 @@ public:
         : world_(world), number_(std::to_string(number)), random_(seed) {}
 
     void step() {
-        struct Choice {
-            int weight;
-            void (Worker::*operation)();
-        };
-        static constexpr Choice choices[] = {
-            {30, &Worker::read},      {8, &Worker::readGroup},       {16, &Worker::set},
-            {4, &Worker::setRefused}, {8, &Worker::unset},           {6, &Worker::addAndRemove},
-            {4, &Worker::merge},      {2, &Worker::exportAndImport}, {6, &Worker::batch},
-            {4, &Worker::subscribe},  {4, &Worker::unsubscribe},     {4, &Worker::collectQueue},
-            {6, &Worker::loadFresh},  {6, &Worker::liveInstance}};
-        int pick = below(108);  // The sum of the weights.
-        for (Choice const& choice : choices) {
-            if ((pick -= choice.weight) < 0) return (this->*choice.operation)();
-        }
+        static constexpr void (Worker::*operations[])() = {
+            &Worker::read,       &Worker::readGroup,       &Worker::set,
+            &Worker::setRefused, &Worker::unset,           &Worker::addAndRemove,
+            &Worker::merge,      &Worker::exportAndImport, &Worker::batch,
+            &Worker::subscribe,  &Worker::unsubscribe,     &Worker::collectQueue,
+            &Worker::loadFresh,  &Worker::liveInstance};
+        // Reads are the most frequent.
+        auto const pick = static_cast<std::size_t>(below(24));
+        (this->*operations[pick < std::size(operations) ? pick : 0])();
     }
 
 private:

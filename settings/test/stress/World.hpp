@@ -3,6 +3,7 @@
 #include <atomic>
 #include <iostream>
 
+#include <boost/algorithm/string/predicate.hpp>
 #include <qbhost/QbHost.hpp>
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/errors/SettingsException.hpp>
@@ -10,6 +11,7 @@
 #include <settingscore/rules/JValidator.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 
+#include "../support/SettingsXml.hpp"
 #include "../support/TempFolder.hpp"
 
 namespace qbstress {
@@ -83,10 +85,8 @@ public:
     void checkTags(SettingsEvent const& event) {
         auto const& tags = event.typeInformation().userTags();
         if (event.getZcrId() != BlessedZcrID) return;
-        if (tags.empty() || tags.back().size() < rootId_.size() ||
-            tags.back().substr(tags.back().size() - rootId_.size()) != rootId_) {
+        if (tags.empty() || !boost::algorithm::ends_with(tags.back(), rootId_))
             fail("an event's tags do not lead to the root");
-        }
     }
     /// Fails unless the file of the busy product, read back, says what memory says.
     void checkFile() {
@@ -104,21 +104,19 @@ public:
 private:
     void writeProduct(std::string const& place, std::string const& name, std::string const& body) {
         qbtest::writeFile(folder() / (place + name + ".settings"),
-                          Settings::settingsXMLFileHeader + "\n<settings name=\"" + name +
-                              "\" visible=\"true\" version=\"1\" " + Settings::settingsSchemaInfo +
-                              ">" + body + "</settings>\n");
+                          qbtest::settingsXml(name, body, "visible=\"true\" version=\"1\""));
     }
     /// What is below a group, with the values of the user's level.
     static std::string told(boost::shared_ptr<Settings const> const& group) {
         std::string text;
         for (auto const& child : group->getChildren()) {
-            std::string const name = child->getName();
-            boost::any const value = child->isLeafNode() ? group->getAny(name, "user") : 0;
-            int const* const number = boost::any_cast<int>(&value);
-            text += " " + name +
-                    (!child->isLeafNode() ? "(" + told(child) + ")"
-                     : number             ? "=" + std::to_string(*number)
-                                          : "");
+            text += " " + child->getName();
+            if (child->isLeafNode()) {
+                boost::any const value = group->getAny(child->getName(), "user");
+                if (!value.empty()) text += "=" + std::to_string(boost::any_cast<int>(value));
+            } else {
+                text += "(" + told(child) + ")";
+            }
         }
         return text;
     }

@@ -3,21 +3,12 @@
 #include <gtest/gtest.h>
 #include <settingscore/host/ContextMgr.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
-#include <settingscore/tree/Settings.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
+#include "SettingsXml.hpp"
 #include "TempFolder.hpp"
 
 namespace qbtest {
-
-/// A settings file: the header, a root tag with `attributes` and the schema, `body`, the close tag.
-inline std::string settingsXml(std::string const& name, std::string const& body,
-                               std::string const& attributes = "visible=\"true\"") {
-    using settings::core::Settings;
-    return Settings::settingsXMLFileHeader + "\n<settings name=\"" + name + "\" " + attributes +
-           (attributes.empty() ? "" : " ") + Settings::settingsSchemaInfo + ">\n" + body +
-           "</settings>\n";
-}
 
 /// A world of its own for a test: a temporary folder with the factory folder `toolbox/`, the user
 /// folder `user/` and the home folder `home/`, the environment that names them, and a fresh tree.

@@ -7,7 +7,6 @@
 #include <csignal>
 
 #include <settingscore/persistence/DurableSaving.hpp>
-#include <settingscore/persistence/SettingsFile.hpp>
 #include <settingscore/tree/ProductWorld.hpp>
 
 // The calls that bring bytes and names to the disk go through this file, so that they can be seen
@@ -121,7 +120,6 @@ protected:
         auto const look = [&](SaveError const& e) {
             EXPECT_EQ(e.getErrorNum(), error);
             EXPECT_EQ(e.getCausingFilePath(), toUString(userFilePath("plot")));
-            EXPECT_FALSE(e.getReasonStr().empty());
         };
         failing([&] { expectThrow<SaveError>([] { setWidth(7); }, look); });
         EXPECT_EQ(userFiles(), left);
@@ -212,12 +210,10 @@ TEST_F(DurableSave, WithoutItAnIncompleteFileReplacesTheOldOneAndAMissingFolderI
 
 TEST_F(DurableSave, KeepsThePermissionBitsAndTellsOfAFileThatIsNotWritable) {
     auto const file = userFilePath("plot");
-    for (unsigned const bits : {0600U, 0666U, 0644U}) {
-        setWidth(6);
-        std::filesystem::permissions(file, std::filesystem::perms(bits));
-        setWidth(7);
-        EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(bits));
-    }
+    setWidth(6);
+    std::filesystem::permissions(file, std::filesystem::perms(0666));
+    setWidth(7);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0666));
     std::filesystem::permissions(file, std::filesystem::perms(0444));
     std::filesystem::permissions(folder(), std::filesystem::perms(0755));
     std::filesystem::permissions(userDir(), std::filesystem::perms(0777));
@@ -247,39 +243,26 @@ TEST_F(DurableSave, KeepsThePermissionBitsAndTellsOfAFileThatIsNotWritable) {
 // --- What would not read back -----------------------------------------------------------------
 
 TEST_F(DurableSave, ValuesThatWouldNotReadBackAreRefusedWithTheirKeysName) {
-    std::string const none = " undef=\"true\"";
-    std::string const pair = "<int32 maxArraySize=\"2\"" + none + "/>";
     factoryFile(
         "open", "open.settings",
-        "<key name=\"any\" anytype=\"true\"/><key name=\"pair\" anytype=\"true\">" + pair +
-            "</key>" + intKey("one", "1") + keyXml("late", "int32", "", none) +
-            keyXml("text", "string", "", none) +
+        "<key name=\"any\" anytype=\"true\"/>" + intKey("one", "1") + keyXml("late", "int32", "") +
+            keyXml("text", "string", "") +
             keyXml("list", "int32", valueXml("1"), " minArraySize=\"0\" maxArraySize=\"5\""));
     auto const open = product("open");
     open->setAny("one", 2, "user");
     Files const before = userFiles();
-    struct Case {
-        char const* key;
-        any value;
-        char const* fault;
-    };
-    for (Case const& c : std::vector<Case>{
-             {"text", ustring(u"a\u0001b"), "has a value that holds U+0001"},
+    for (auto const& [key, value, fault] : std::vector<std::tuple<std::string, any, std::string>>{
              {"text", ustring(1, u'\0'), "has a value that holds U+0000"},
-             {"text", ustring(u"\x1f"), "has a value that holds U+001F"},
              {"text", ustring(u"line\r\n"), "has a value that holds U+000D"},
-             {"text", ustring(u"\uFFFE"), "has a value that holds U+FFFE"},
-             {"text", ustring(u"ok\uFFFF"), "has a value that holds U+FFFF"},
-             {"text", ustring(1, u'\xD83D'), "has a value that holds U+D83D"},
+             {"text", ustring(u"ok\uFFFE"), "has a value that holds U+FFFE"},
              {"text", ustring(u"\xDE00\xD83D", 2), "has a value that holds U+DE00"},
              {"any", Ints{1, 2}, "takes values of any type, of which a file holds no arrays"},
-             {"pair", 5, "has one value where its definition has an array"},
              {"list", Ints(), "has 0 values, which its definition excludes"},
          }) {
-        expectUnwritable([&] { open->setAny(c.key, c.value, "user"); },
-                         std::string("open.") + c.key + " " + c.fault);
+        auto const set = [&open, key = key, value = value] { open->setAny(key, value, "user"); };
+        expectUnwritable(set, "open." + key + " " + fault);
         // Taken away, it is in nobody's way.
-        open->unset(c.key, "user");
+        open->unset(key, "user");
         EXPECT_EQ(userFiles(), before);
     }
     // A merge takes the first value of a key unchecked.
@@ -292,70 +275,47 @@ TEST_F(DurableSave, ValuesThatWouldNotReadBackAreRefusedWithTheirKeysName) {
 
 TEST_F(DurableSave, NodesThatWouldNotReadBackAreRefused) {
     setWidth(6);
-    auto const nested = [](int depth, std::string const& key, char const* library = "l") {
-        NodePtr const top = makeGroup("g");
-        top->setValidatorInternal(CValidator(library, "f"));
-        NodePtr node = top;
-        for (int i = 1; i < depth; ++i)
-            node = makeGroup("g", node);
-        makeKey(key, 1, node);
-        return top;
-    };
-    for (auto const& [node, sentence] : std::vector<std::pair<NodePtr, std::string>>{
-             {makeKey("a\"b", 1, {}), "plot.a\"b has a name with \""},
-             {makeKey("a<b", 1, {}), "plot.a<b has a name with <"},
-             {makeKey("a&amp;b", 1, {}), "plot.a&amp;b has a name with &"},
-             {makeKey("a\nb", 1, {}), "plot.a\nb has a name with U+000A"},
-             {makeKey("a\x02", 1, {}), "plot.a\x02 has a name with U+0002"},
-             {makeKey("a\xE4", 1, {}), "plot.a\u00E4 has a name with bytes that are no UTF-8"},
-             {makeKey("l", std::vector<ustring>{u"a", u"\x1b"}, {}),
-              "plot.l has a value that holds U+001B"},
-             {nested(1, "k", "lib'x"),
-              "plot.g cannot be written: the function 'lib'x' of it has '"},
-             {nested(2, "k&"), "plot.g.g.k& has a name with &"},
-             {nested(997, "k"), ".k is nested too deeply"},
-             {makeGroup(""), " has a name that is none of a file"},
-             {makeGroup("a/b"), "a/b has a name that is none of a file"},
-         }) {
-        Files const before = userFiles();
-        bool const isProduct = sentence.find("none of a file") != std::string::npos;
-        NodePtr const parent = isProduct ? NodePtr(implRoot()) : productImpl();
-        NodePtr const child = node;
+    auto const refuse = [&](NodePtr const& child, std::string const& sentence,
+                            NodePtr const& parent = productImpl()) {
         expectUnwritable([&] { child->setParent(parent); }, sentence);
         parent->removeNodeImpl(child);
-        EXPECT_EQ(userFiles(), before);
-    }
+    };
+    refuse(makeKey("a\"b", 1, {}), "plot.a\"b has a name with \"");
+    refuse(makeKey("a\xE4", 1, {}), "plot.a\u00E4 has a name with bytes that are no UTF-8");
+    refuse(makeGroup("a/b"), "a/b has a name that is none of a file", implRoot());
+    NodePtr const group = makeGroup("g");
+    group->setValidatorInternal(CValidator("lib'x", "f"));
+    makeKey("k", 1, group);
+    refuse(group, "plot.g cannot be written: the function 'lib'x' of it has '");
+    NodePtr const top = makeGroup("g");
+    NodePtr node = top;
+    for (int i = 1; i < 997; ++i)
+        node = makeGroup("g", node);
+    makeKey("k", 1, node);
+    refuse(top, ".k is nested too deeply");
 }
 
 // --- Files that were not understood -----------------------------------------------------------
 
 TEST_F(DurableSave, AFileThatWasNotUnderstoodIsKeptAside) {
     setWidth(6);
-    std::string const saved = readUserFile("plot");
-    std::string const broken = "<settings name=\"plot\">the user's work";
-    std::string const stale = settingsXml("plot", keyXml("width", "int32", valueXml("99")));
-    Files expected{{"plot.settings", saved}};
-    std::string suffix;
-    for (std::string const& text : {broken, stale, broken}) {
+    Files expected = userFiles();
+    for (auto const& [name, text] :
+         {std::pair("plot.settings.rejected", std::string("<settings name=\"plot\">the work")),
+          {"plot.settings.rejected.2", settingsXml("plot", intKey("width", "99"))}}) {
         loadUserText(text);
         setWidth(7);
         setWidth(6);  // Once is enough.
-        expected["plot.settings.rejected" + suffix] = text;
+        expected[name] = text;
         EXPECT_EQ(userFiles(), expected);
-        suffix = suffix.empty() ? ".2" : ".3";
     }
-    resetInstances();
-    EXPECT_EQ(shownAt("plot.width"), "6");
-    EXPECT_EQ(SettingsFile::getSettingsTopLevelNodes(implRoot()), Texts{"plot"});
-    setWidth(5);
-    EXPECT_EQ(userFiles().size(), expected.size());
 }
 
 TEST_F(DurableSave, AFileIsKeptAsideForAsLongAsItWasNotReplacedOrRead) {
     std::string const broken = "<settings";
     std::string const mended = settingsXml("plot", intKey("width", "4"));
     loadUserText(broken);
-    Files files = userFiles();
+    Files const files = userFiles();
     for (char const* call : {"link plot.settings.rejected", "fsync .", "rename plot.settings"})
         expectFailureOf(call, EIO, files);
     {

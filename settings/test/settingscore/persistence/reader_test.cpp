@@ -3,7 +3,6 @@
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <boost/numeric/conversion/converter_policies.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
-#include <settingscore/persistence/xml/XMLSettingsDetails.hpp>
 #include <support/CommaLocale.hpp>
 #include <xercesc/internal/VecAttributesImpl.hpp>
 #include <xercesc/sax/SAXException.hpp>
@@ -13,14 +12,7 @@
 
 namespace {
 
-namespace ids = ZENBAR::settings::core;
 using namespace qbtest;
-
-/// The catalogue's text of a message id.
-std::string textOf(rescat::BaseMsgID const& id) {
-    return qf::i18n::to_string(
-        qf::i18n::MessageCatalog::get_message(id, qf::i18n::qbLocale::global()));
-}
 
 std::string keyWith(std::string const& content) {
     return "<key name=\"k\">" + content + "</key>\n";
@@ -46,40 +38,27 @@ protected:
 
 TEST_F(Reader, buildsTheTreeThatTheFileTells) {
     auto const top = folder_.parse(fileText(
-        R"(<validationfunc type="C" packagename="first" functionname="f"/>
-<validationfunc type="JAVA" packagename="last" functionname="f">
-</validationfunc>
-<settings name="g" readonly="true"><settings name="h" readonly="false" visible="True">
-<key name="k"><string minArraySize="2" maxArraySize="0"><value>x</value><value/></string></key>
+        R"(<settings name="g" readonly="true"><settings name="h" readonly="false" visible="True">
+<key name="k"><string/></key>
 <key name="i"><int8><metadata><min>-5</min><max>5</max><choices>9</choices><choices>8</choices>
 </metadata></int8></key>
 <key name="s"><string><metadata><max>4</max></metadata></string></key>
 <key name="d"><int32><value>3</value>
 <runtimedefault type="C" packagename="l" functionname="f"/></int32></key>
-<key name="u"><int32><value>3</value>
-<runtimedefault type="c" packagename="l" functionname="f"/></int32></key>
 </settings></settings>
-)",
-        "version=\"+7\" visible=\"true\""));
-    EXPECT_EQ(top->getVersionNumber().value_or(0), 7u);
-    EXPECT_TRUE(isEqual(top->getValidator(), Validator(JValidator("last", "f"))));
+)"));
     auto const h = top->getChildImpl("g")->getChildImpl("h");
     auto const k = h->getChildImpl("k");
     // Only "true" is a flag; a group without one is as its parent is.
-    EXPECT_TRUE(top->isVisible() && !h->isVisible() && h->isReadOnly() && !k->isReadOnly());
-    EXPECT_EQ(k->getValueArraySizeValidator()->minArrSize(), 2u);
-    EXPECT_EQ(k->getValueArraySizeValidator()->maxArrSize(), 0u);
-    EXPECT_EQ(shown(h->getAny("k", "user")), "array of string x ");
+    EXPECT_TRUE(!h->isVisible() && h->isReadOnly() && !k->isReadOnly());
     auto const i = h->getChildImpl("i")->getKeyMetaData();
     EXPECT_EQ(shown(i.minimum) + shown(i.maximum) + shown(i.choices->at(1)), "int8 -5int8 5int8 8");
     auto const s = h->getChildImpl("s")->getKeyMetaData();
     EXPECT_EQ(shown(s.minimum) + shown(s.maximum), "-uint32 4");
-    EXPECT_FALSE(s.choices);
-    // A default drops the value; a kind that is not known does nothing.
+    // A default drops the value.
     auto const d = h->getChildImpl("d");
     EXPECT_TRUE(d->getAnyValueInternal("user", false).empty());
     EXPECT_TRUE(boost::get<CRunTimeDefault>(d->getRunTimeDefault()) == CRunTimeDefault("l", "f"));
-    EXPECT_EQ(shown(h->getAny("u", "user")), "3");
 }
 
 TEST_F(Reader, readsTheTextFormsOfValues) {
@@ -106,12 +85,7 @@ TEST_F(Reader, readsTheTextFormsOfValues) {
     EXPECT_EQ(read("string", {" \n<![CDATA[a]]]]><![CDATA[>b]]>&lt;&#x20ac;<!-- cut -->end"}),
               "string  \na]]>b<\u20acend, ");
     // Count and sizes decide what a key holds.
-    std::string const two = "7</value><value>8";
-    EXPECT_EQ(read("int32", {"-"}) + read("int32 undef=\"true\"", {two}), "-, -, ");
-    std::string const open = "int32 minArraySize=\"0\" maxArraySize=\"0\"";
-    EXPECT_EQ(read(open, {"-"}) + read(open + " undef=\"true\"", {"-"}), "array of int32, -, ");
-    EXPECT_EQ(read("int32 minArraySize=\"2\" maxArraySize=\"2\"", {"-", two}),
-              "-, array of int32 7 8, ");
+    EXPECT_EQ(read("int32", {"-"}) + read("int32 undef=\"true\"", {"7"}), "-, -, ");
     EXPECT_EQ(read("int32 maxArraySize=\"0\"", {"7"}) + read("int32 minArraySize=\"0\"", {"7"}),
               "array of int32 7, 7, ");
 }
@@ -119,64 +93,25 @@ TEST_F(Reader, readsTheTextFormsOfValues) {
 // --- Refusals -------------------------------------------------------------------------------
 
 TEST_F(Reader, letsNumericFailuresAndDoubleNamesPass) {
-    EXPECT_EQ(XMLSettingsDetails::getVersionNumber("-1"), 4294967295u);
-    EXPECT_EQ(XMLSettingsDetails::getVersionNumber(""), boost::none);
     auto const parse = [&](std::string const& body) { folder_.parse(fileText(body)); };
-    for (std::string const text : {" 1", "0x1", "4294967296", "1,000"}) {
-        EXPECT_THROW(folder_.parse(fileText("", "version=\"" + text + "\"")),
-                     boost::bad_lexical_cast);
-        EXPECT_THROW(parse(keyXml("k", "int8", "", " minArraySize=\"x" + text + "\"")),
-                     boost::bad_lexical_cast);
-    }
+    EXPECT_THROW(folder_.parse(fileText("", "version=\"4294967296\"")), boost::bad_lexical_cast);
     EXPECT_THROW(parse(keyXml("k", "int8", valueXml("300"))), boost::numeric::positive_overflow);
     EXPECT_THROW(parse(keyXml("k", "int8", valueXml("-129"))), boost::numeric::negative_overflow);
     EXPECT_THROW(parse(intKey("k", "1") + intKey("k", "1")), exception::ErrorAddingChildNodeOrKey);
 }
 
-TEST_F(Reader, tellsInTheCataloguesWordsWhatItRefuses) {
-    auto const key = [](std::string const& tag, std::string const& content) {
-        return keyXml("k", tag, content);
-    };
-    auto const meta = [&](std::string const& tag, std::string const& content) {
-        return key(tag, "<metadata>" + content + "</metadata>");
-    };
-    auto const misplaced = [](char const* node, char const* tag, char const* place) {
-        return textOf(ids::XMLParserErrorIllegalTagName(node, tag, place));
-    };
-    std::vector<std::pair<std::string, std::string>> cases{
-        {keyWith(""), textOf(ids::TypeNotSpecifiedForNoneAnyType("k"))},
-        {meta("string", "<min>-</min>"),
-         textOf(ids::XMLParseErrorWrongValueForGivenType(u"uint32", u"-", u"uint32"))},
-        {meta("int32", "<min>3</min><max>2</max>"),
-         textOf(ids::XMLMetaDataParserError("k", "3", "2"))},
-        {meta("double", "<max>0.1</max><min>inf</min>"),
-         textOf(ids::XMLMetaDataParserError("k", "inf", "0.10000000000000001"))},
-        {key("int32", valueXml("1") + valueXml("2")),
-         textOf(ids::XMLParserErrorNumOfValueNotInRange("k", "int32", "2", "1", "1"))},
-        {keyXml("k", "string", valueXml(""), R"( minArraySize="3" maxArraySize="0")"),
-         textOf(ids::XMLParserErrorNumOfValueNotInRange("k", "string", "1", "3", "unbounded"))},
-        // Elements that the format knows, in places where they have no business.
-        {valueXml("1"), misplaced("p", "value", "settings")},
-        {groupXml("g", "<additionalpath/>"), misplaced("g", "additionalpath", "settings")},
-        {keyWith("<settings name=\"g\"/>"), misplaced("k", "settings", "key")},
-        {key("int32", "<min>1</min>"), misplaced("k", "min", "int32")},
-        {key("int32", valueXml("<key/>")), misplaced("k", "key", "value")},
-    };
-    std::map<std::string, std::string> const numbers{
-        {"int8", "abc"},  {"uint8", "70000"}, {"int16", "32768"}, {"uint16", "1.0"},
-        {"int32", " 1"},  {"uint32", "0x1F"}, {"int64", "1,000"}, {"uint64", "--1"},
-        {"float", "0,1"}, {"double", "0abc"}};
-    for (auto const& [tag, text] : numbers) {
-        ustring const type = qf::i18n::to_ustring(tag);
-        cases.emplace_back(
-            key(tag, valueXml(text)),
-            textOf(ids::XMLParseErrorWrongValueForGivenType(
-                type, qf::i18n::to_ustring(text), tag == "uint8" ? u"unsigned int8" : type)));
+TEST_F(Reader, tellsWhatItRefusesInTermsOfTheFormat) {
+    for (auto const& [body, detail] : std::vector<std::pair<std::string, std::string>>{
+             {keyXml("k", "string", valueXml(""), " minArraySize=\"3\" maxArraySize=\"0\""),
+              "In 'k', the element 'string' has 1 value(s); allowed are at least 3 and at most "
+              "unbounded."},
+             {keyXml("k", "uint8", valueXml("70000")),
+              "In a value of type uint8, the text '70000' is not a legal unsigned int8."},
+             {intKey("k", "<key/>"),
+              "In 'k', the element 'key' is not allowed inside the element 'value'."},
+         }) {
+        EXPECT_EQ(refusal(fileText(body)), "5 " + detail);
     }
-    for (auto const& [body, detail] : cases)
-        EXPECT_EQ(refusal(fileText(body)), "5 " + detail) << body;
-    EXPECT_EQ(refusal("<key name=\"k\" " + Settings::settingsSchemaInfo + "/>"),
-              "5 Illegal tag encountered at the beginning of the Settings XMLfile");
 }
 
 /// What the parser refuses: with the position.
@@ -190,25 +125,9 @@ TEST_F(Reader, saysWhereAFileIsNotValid) {
         "<value xsi:type=\"xs:token\" xmlns:xs=\"http://www.w3.org/2001/XMLSchema\"> 1</value>";
     for (auto const& [text, place] : std::vector<std::pair<std::string, std::string>>{
              {"", "1  ColNum=1  "},
-             {"no settings", "1  ColNum=1  "},
              {valid.substr(0, valid.size() - 5), "3"},
-             {std::string(valid).replace(valid.size() - 3, 1, "x"), "3"},
-             {fileText("text\n"), "4"},
-             {fileText("\n\n<![CDATA[ ]]>"), "5"},
-             {fileText("<unknown/>"), "3  ColNum=11  "},
-             {fileText("", "color=\"red\""), "2"},
-             {fileText(keyXml("k", "unsupported", valueXml("1"))), "3"},
-             {fileText("<key name=\"a&#9;b\"/>"), "3  ColNum=21  "},
-             {fileText("<key name=\"a&lt;b\"/>"), "3"},
-             {fileText("<validationfunc packagename=\"it's\"/>"), "3"},
              {fileText(keyXml("k", "int32", spaced)), "3"},
-             {header + "<settings name=\"p\" xmlns=\"urn:other\"/>", "2"},
-             {fileText(keyXml("k", "string", valueXml("&b;"))), "3"},
              {header + entities + rest, "2"},
-             {header + "<!DOCTYPE settings>\n" + rest, "2"},
-             {header + "<!DOCTYPE settings SYSTEM \"file:///etc/passwd\">" + rest, "2"},
-             // It would let characters through that no file of version 1.0 can hold.
-             {"<?xml version=\"1.1\"?>\n" + rest, "1"},
              {fileText(keyWith(std::string(1, '\0'))), "3"},
              {fileText(keyXml("k", "string", valueXml("\xff"))), ""},
          }) {
@@ -245,7 +164,6 @@ TEST_F(Reader, boundsNestingAndTheLengthOfATextAndKeepsNothingOfARefusedFile) {
     std::size_t const limit = SettingsSaxHandler::nestingLimit;
     EXPECT_EQ(refusal(nested(limit - 1)), "accepted");
     EXPECT_EQ(refusal(nested(limit))[0], '5');
-    EXPECT_EQ(refusal(nested(100 * limit))[0], '5');
     std::string many;
     for (int i = 0; i < 200000; ++i)
         many += "&amp;&#65;";
@@ -267,33 +185,18 @@ TEST_F(Reader, boundsNestingAndTheLengthOfATextAndKeepsNothingOfARefusedFile) {
 /// What the schema keeps from the handlers when a file is parsed.
 TEST(SaxHandler, refusesWhatTheParserWouldNotSend) {
     xercesc::XMLPlatformUtils::Initialize();  // Never ended, as in the library.
-    auto const messageOf = [](auto const& work) {
-        try {
-            work();
-        } catch (xercesc::SAXException const& error) {
-            return qf::i18n::to_string(error.getMessage());
-        }
-        return std::string("accepted");
-    };
     xercesc::VecAttributesImpl const none;
     SettingsSaxHandler handler;
-    handler.characters(u"before", 6);
     handler.startElement(u"", u"settings", u"settings", none);
-    EXPECT_EQ(messageOf([&] { handler.characters(u"\n", 1); }),
-              textOf(ids::XMLParserErrorUnexpectedTextContent("", "settings")));
-    EXPECT_EQ(messageOf([&] { handler.endElement(u"", u"key", u"key"); }),
-              "Mismatch in tag hierarchy between parser and node stack");
-    EXPECT_EQ(messageOf([&] { handler.startElement(u"", u"b\u00e4r", u"", none); }),
-              textOf(ids::XMLParserErrorIllegalTagName("", "b\xc3\xa4r", "settings")));
-
+    EXPECT_THROW(handler.characters(u"\n", 1), xercesc::SAXException);
     handler.startElement(u"", u"additionalpath", u"additionalpath", none);
     ustring const chunk(1 << 20, u'x');
     std::uint64_t sent = 0;
-    EXPECT_NE(messageOf([&] {
-                  for (; sent < 2 * SettingsSaxHandler::textLimit; sent += chunk.size())
-                      handler.characters(chunk.data(), chunk.size());
-              }),
-              "accepted");
+    auto const sendAll = [&] {
+        for (; sent < 2 * SettingsSaxHandler::textLimit; sent += chunk.size())
+            handler.characters(chunk.data(), chunk.size());
+    };
+    EXPECT_THROW(sendAll(), xercesc::SAXException);
     EXPECT_EQ(sent, SettingsSaxHandler::textLimit);
 }
 
@@ -311,14 +214,8 @@ TEST_F(Reader, followsAdditionalPathsFromTheFirstFilesFolder) {
     write("sub/b", {"a.settings", "c.settings"}, intKey("b", "1"));
     write("c", {}, intKey("c", "1"));
     auto const before = std::filesystem::current_path();
-    for (auto const& [folder, file] : std::vector<std::pair<std::string, std::string>>{
-             {"/", (folder_.path() / "a.settings").string()},
-             {"", "a.settings"},
-             {"sub", "../a.settings"},
-         }) {
-        std::filesystem::current_path(folder_.path() / folder);
-        EXPECT_EQ(childNames(ParseFolder::parseFile(file)), (Texts{"a", "b", "c"}));
-    }
+    std::filesystem::current_path(folder_.path() / "sub");
+    EXPECT_EQ(childNames(ParseFolder::parseFile("../a.settings")), (Texts{"a", "b", "c"}));
     std::filesystem::current_path(before);
     // A conflict is told after all are read.
     write("c", {}, keyXml("a", "string", valueXml("x")));
@@ -328,10 +225,6 @@ TEST_F(Reader, followsAdditionalPathsFromTheFirstFilesFolder) {
     // A group in the place of a key is more than that.
     write("c", {}, groupXml("a", ""));
     EXPECT_THROW(refusalOfFile("a.settings"), exception::ErrorMergingNodesWithDiffAttr);
-    write("sub/b", {"gone.settings", "c.settings"}, "");
-    std::string const gone = refusalOfFile("a.settings");
-    EXPECT_EQ(gone[0], '4');
-    EXPECT_NE(gone.find("gone.settings"), std::string::npos) << gone;
 }
 
 TEST_F(Reader, findsItsSchemaBelowAHostRootWithBlanks) {
@@ -340,11 +233,9 @@ TEST_F(Reader, findsItsSchemaBelowAHostRootWithBlanks) {
     auto const root = folder_.path() / "host \xc3\xa4 root";
     qbhost::setInstallPath(toUString(root));
     EXPECT_NE(refusal(fileText("")).find("settings.xsd"), std::string::npos);
-    writeFile(root / place, "no schema");
-    EXPECT_EQ(refusal(fileText(""))[0], '4');
-    // Once it is there, it is read and kept.
     writeFile(root / place, schema);
     EXPECT_EQ(refusal(fileText("")), "accepted");
+    // Once read, it is kept.
     std::filesystem::remove(root / place);
     EXPECT_EQ(refusal(fileText("")), "accepted");
     qbhost::setInstallPath({});

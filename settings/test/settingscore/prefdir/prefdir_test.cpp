@@ -39,56 +39,15 @@ protected:
     /// Creates and fills the current release's directory, as a start of the host does.
     static void start() { getLocalSettingsDirectoryUStr(); }
 
-    /// Runs the action, which is to throw the message.
-    template <class Message, class... Arguments>
-    static void expectMessage(std::function<void()> const& action, Arguments const&... arguments) {
-        expectThrow<qf::except::Exception<Message, std::exception, void>>(
-            action, [&](auto const& error) {
-                EXPECT_TRUE(error.get_msg_id().arguments() == Message(arguments...).arguments());
-            });
-    }
-
     std::string console_;
 };
 
 // --- Which directory --------------------------------------------------------------------------
 
-TEST_F(PrefDir, PathsAreStrippedNormalizedAndExpanded) {
-    environment().set("HOME", "/h");
-    std::tuple<ustring (*)(ustring const&), ustring, ustring> const cases[] = {
-        {stripFinalPathNameSepUStr, u"/a//b///", u"/a//b"},
-        {stripFinalPathNameSepUStr, u"///", u""},
-        {NormalizePrefDirHome, u"/", u"/"},
-        {NormalizePrefDirHome, u"//", u""},
-        {NormalizePrefDirHome, u"\"", u"\""},
-        {NormalizePrefDirHome, u"\"/home/u/\"", u"/home/u"},
-        {NormalizePrefDirHome, u"\"/home/u", u"\"/home/u"},
-        {tildeExpansionUStr, u"/a/~", u"/a/~"},
-        {tildeExpansionUStr, u"~", u"/h"},
-        {tildeExpansionUStr, u"~/a/~", u"/h/a/~"},
-        {tildeExpansionUStr, u"~no_such_/a", u"/a"},
-    };
-    for (auto const& [rule, input, expected] : cases)
-        EXPECT_EQ(rule(input), expected) << qf::i18n::to_string(input);
-
-    // Every machine has accounts with names on both sides of the limit.
-    Tree homes;
-    while (passwd const* entry = ::getpwent())
-        homes.emplace(entry->pw_name, entry->pw_dir);
-    ::endpwent();
-    for (auto const& [name, home] : homes)
-        EXPECT_EQ(tildeExpansionUStr(to_ustring("~" + name + "/a")),
-                  to_ustring((name.size() <= 8 ? home : "") + "/a"));
-}
-
 TEST_F(PrefDir, EachReleaseHasADirectoryUnderTheHomePrefix) {
     std::tuple<char const*, char const*, ustring> const cases[] = {
         {"/home/u//", "root", u"/home/u"},
-        {"\"/home/u\"", "", u"/home/u"},
-        {"/", "", u""},
-        {"//", "", u""},
         {"\"//\"", "", u""},
-        {"h\xc3\xbc/", "", u"h\u00fc"},
         {"", "root", to_ustring(::getpwnam("root")->pw_dir)},
         {"", "", u"/tmp"}};
     environment().set("ZENBAR_PREFDIR", "/elsewhere");
@@ -98,18 +57,15 @@ TEST_F(PrefDir, EachReleaseHasADirectoryUnderTheHomePrefix) {
         EXPECT_EQ(getStandardPreferencesDirectoryUStr(), expected + u"/.zenbar/K7716p");
         EXPECT_EQ(getPreviousPreferencesDirectoryUStr(), expected + u"/.zenbar/K7715q");
     }
+    environment().set("HOME", "/h");
+    EXPECT_EQ(tildeExpansionUStr(u"~/a/~"), u"/h/a/~");
+    EXPECT_EQ(tildeExpansionUStr(u"~no_such_/a"), u"/a");
 }
 
 TEST_F(PrefDir, TheSetOneIsTakenElseTheEnvironmentsAsItStandsAndFoundOnce) {
-    ustring directory;
-    getDefaultPreferencesDirectoryOnce(directory);
-    EXPECT_EQ(directory, getStandardPreferencesDirectoryUStr());
-    environment().set("ZENBAR_PREFDIR", "~/p//");
-    getDefaultPreferencesDirectoryOnce(directory);
-    EXPECT_EQ(directory, u"~/p//");
     // What is found once per process needs a process of its own.
     auto const check = [&] {
-        environment().set("ZENBAR_PREFDIR", "/from/environment");
+        environment().set("ZENBAR_PREFDIR", "/from//environment/");
         setPreferencesDirectory("/s\xc3\xa9t");
         ustring found = getPreferencesDirectoryUStr(false);
         setPreferencesDirectoryUStr({});
@@ -117,40 +73,21 @@ TEST_F(PrefDir, TheSetOneIsTakenElseTheEnvironmentsAsItStandsAndFoundOnce) {
         environment().set("ZENBAR_PREFDIR", "/changed");
         found += getPreferencesDirectoryUStr(false);
         std::filesystem::remove_all(folder());
-        std::_Exit(found == u"/s\u00e9t/from/environment/from/environment" ? 0 : 1);
+        std::_Exit(found == u"/s\u00e9t/from//environment//from//environment/" ? 0 : 1);
     };
     EXPECT_EXIT(check(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(PrefDir, RelativePathsAreRefusedWhenUsedAndEndAHostsStart) {
     setPreferencesDirectoryUStr(u"some/folder");
-    for (bool const ensureExists : {false, true}) {
-        expectThrow<exception::RelativePreferencePathNotSupported>(
-            [&] { getPreferencesDirectoryUStr(ensureExists); },
-            [](auto const& error) { EXPECT_EQ(error.getPrefdirLocation(), "some/folder"); });
-    }
-    EXPECT_FALSE(std::filesystem::exists("some"));
+    expectThrow<exception::RelativePreferencePathNotSupported>(
+        [] { getPreferencesDirectoryUStr(true); },
+        [](auto const& error) { EXPECT_EQ(error.getPrefdirLocation(), "some/folder"); });
     EXPECT_EQ(getLocalSettingsDirectoryUStr(), toUString(current())) << "whatever is set";
     EXPECT_EXIT((std::filesystem::remove_all(folder()), SettingsRootDirQuerier::UserRoot()),
                 ::testing::ExitedWithCode(1),
                 "^Unable to start ZENBAR\\. Relative path for preferences directory "
                 "\\('some/folder'\\) is not supported \n$");
-}
-
-TEST_F(PrefDir, LevelsHaveTheirDirectoriesFromTheEnvironmentEachTime) {
-    setPreferencesDirectoryUStr(toUString(prefs()));
-    for (char const* const text : {"/one", "relative/two", ""}) {
-        EXPECT_FALSE(std::filesystem::exists(prefs()));
-        for (char const* name :
-             {"SETTINGS_USERDIR", "SETTINGS_WORKGROUPDIR", "SETTINGS_FACTORYDIR"})
-            environment().set(name, text);
-        ustring const given = to_ustring(text);
-        ustring const toolbox = qf::filesystem::get_install_path() + u"/toolbox";
-        EXPECT_EQ(SettingsRootDirQuerier::UserRoot(), given.empty() ? toUString(prefs()) : given);
-        EXPECT_EQ(SettingsRootDirQuerier::WorkgroupRoot(), given);
-        EXPECT_EQ(SettingsRootDirQuerier::FactoryRoot(), given.empty() ? toolbox : given);
-    }
-    EXPECT_EQ(readTree(prefs()), (Tree{{"creation.timestamp", ""}}));
 }
 
 // --- What an older release leaves -------------------------------------------------------------
@@ -245,7 +182,6 @@ TEST_F(PrefDir, TheWalkStopsAtItsOwnTarget) {
     EXPECT_EQ(readTree(previous()), expected);
     EXPECT_EQ(copyPrefDir_ustr(toUString(previous()), toUString(previous() / "a/.."), true), 0);
     EXPECT_EQ(readTree(previous()), expected) << "onto itself under another name";
-    EXPECT_EQ(console_, "");
 }
 
 // --- Failures ---------------------------------------------------------------------------------
@@ -254,38 +190,18 @@ TEST_F(PrefDir, ADirectoryThatCannotBeCreatedIsAWarning) {
     auto const file = writeFile(folder() / "file", "x");
     setPreferencesDirectory((file / "prefs").c_str());
     EXPECT_EQ(getPreferencesDirectoryUStr(true), u"");
-    std::string const warning = "Warning: failed to create preference directory " +
-                                (file / "prefs").string() + ".\nCheck directory permissions.";
-    EXPECT_EQ(console_, warning);
-
-    EXPECT_EQ(ensure_directory_exists_ustr(u""), -1);
-    EXPECT_EQ(ensure_directory_exists_ustr(toUString(folder() / "a/b")), 0);
-    for (auto const& there : {folder() / "a", file})
-        EXPECT_EQ(ensure_directory_exists_ustr(toUString(there)), 1);
-    ustring none;
-    copyPreferencesFromPreviousPrefdir(false, 1, none);
-    copyPreferencesFromPreviousPrefdir(true, 1, none);
-    EXPECT_EQ(console_, warning + "Warning: failed to create NULL preference directory. \n");
-
-    environment().set("HOME", file.string());
-    EXPECT_EQ(getLocalSettingsDirectoryUStr(), toUString(file / ".zenbar/K7716p"));
+    EXPECT_EQ(console_, "Warning: failed to create preference directory " +
+                            (file / "prefs").string() + ".\nCheck directory permissions.");
 }
 
 TEST_F(PrefDir, ACopyNeedsItsTarget) {
     writeFile(previous() / "file", "x");
-    ustring const from = toUString(previous());
     ustring const gone = toUString(folder() / "gone");
-    EXPECT_EQ(copyPrefDir_ustr(from, from, false), 0);
-    EXPECT_EQ(copyPrefDir_ustr(u"", gone, false), 0);
-    EXPECT_EQ(copyPrefDir_ustr(gone, from, false), 2);
-    EXPECT_EQ(copyPrefDir_ustr(gone, gone, false), 0);
-    expectMessage<messages::PreferenceDirectoryNotExist>([&] { copyFromPreviousRelease(gone); },
-                                                         gone, std::strerror(ENOENT));
+    EXPECT_THROW(copyFromPreviousRelease(gone), messages::PreferenceDirectoryNotExistException);
     EXPECT_FALSE(std::filesystem::exists(folder() / "gone"));
-    EXPECT_FALSE(copyDirectoryTree(from, u"", false)) << "the walk is refused";
-    expectMessage<messages::ErrorMigratePrefsBetweenReleases>(
-        [] { throwPrefMigrationError(u"K7715q", u"K7716p"); }, ustring(u"K7715q"),
-        ustring(u"K7716p"));
+    EXPECT_FALSE(copyDirectoryTree(toUString(previous()), u"", false)) << "the walk is refused";
+    EXPECT_THROW(throwPrefMigrationError(u"K7715q", u"K7716p"),
+                 messages::ErrorMigratePrefsBetweenReleasesException);
 }
 
 TEST_F(PrefDir, AFileThatCannotBeCopiedCostsAMessageAndTheOthersCome) {
@@ -296,23 +212,15 @@ TEST_F(PrefDir, AFileThatCannotBeCopiedCostsAMessageAndTheOthersCome) {
     ustring const to = toUString(folder() / "to");
     EXPECT_EQ(copyPrefDir_ustr(toUString(folder() / "from"), to, false), 0);
     EXPECT_EQ(readTree(folder() / "to"), (Tree{{"a", "a"}, {"b", "there before"}, {"c", "c"}}));
-    messages::ErrorOverwriteFileInPrefDir const id(toUString(target));
-    std::string const refused = qf::i18n::to_string(
-        qf::i18n::MessageCatalog::get_message(id, qf::i18n::qbLocale::global()));
-    EXPECT_EQ(console_, refused);
+    EXPECT_NE(std::exchange(console_, "").find(target.string()), std::string::npos);
     EXPECT_TRUE(copyFile_ustr(source, to, true));
     EXPECT_EQ(readFile(target), "b");
-    EXPECT_EQ(console_, refused);
+    EXPECT_EQ(console_, "");
 
     std::filesystem::remove(target);
     std::filesystem::create_directory(target);
     EXPECT_TRUE(copyFile_ustr(source, to, true));
-    std::string const all = console_;
-    for (ustring const& part : {source, toUString(target)})
-        EXPECT_NE(all.find(qf::i18n::to_string(part), refused.size()), std::string::npos);
-    EXPECT_TRUE(copyFile_ustr(toUString(folder() / "gone"), to, true));
-    EXPECT_FALSE(copyFile_ustr(u"", to, true) || copyFile_ustr(source, u"", true));
-    EXPECT_EQ(console_, all);
+    EXPECT_NE(console_.find(target.string()), std::string::npos);
 }
 
 TEST_F(PrefDir, ErrorsReachTheCallerAndTheDirectoryIsNotFilledLater) {
@@ -333,9 +241,13 @@ TEST_F(PrefDir, ErrorsReachTheCallerAndTheDirectoryIsNotFilledLater) {
     mode_t const before = ::umask(0222);
     {
         Unprivileged const user;
-        expectMessage<messages::ErrorCreatePreferenceDirectoryTimeStamp>(
-            [] { getPreferencesDirectoryUStr(true); }, toUString(prefs() / "creation.timestamp"),
-            std::strerror(EACCES));
+        expectThrow<messages::ErrorCreatePreferenceDirectoryTimeStampException>(
+            [] { getPreferencesDirectoryUStr(true); },
+            [&](auto const& error) {
+                messages::ErrorCreatePreferenceDirectoryTimeStamp const expected(
+                    toUString(prefs() / "creation.timestamp"), std::strerror(EACCES));
+                EXPECT_TRUE(error.get_msg_id().arguments() == expected.arguments());
+            });
     }
     ::umask(before);
     EXPECT_EQ(getPreferencesDirectoryUStr(true), toUString(prefs()));

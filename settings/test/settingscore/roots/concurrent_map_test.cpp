@@ -10,34 +10,23 @@ using Map = ConcurrentMap<ZcrID const, Value>;
 
 Value number(int value) { return boost::make_shared<int>(value); }
 
-TEST(ConcurrentMapTest, EntriesComeAndGoAndMissingOnesAreMadeByTheFactory) {
+TEST(ConcurrentMapTest, MissingEntriesAreMadeByTheFactoryAndTheMapIsFreeMeanwhile) {
     ConcurrentTBBHashMap<Map> map;
-    EXPECT_FALSE(map.erase(1));
     EXPECT_TRUE(map.insert({1, number(10)}));
     EXPECT_FALSE(map.insert({1, number(11)}));
-    EXPECT_TRUE(map.insert({-2, number(20)}));
-    map.forEachEntry([](Map::Entry& entry) { entry.second = number(*entry.second + 1); });
-    map.forEachConst([](Map::Entry const& e) { EXPECT_EQ(*e.second % 10, 1); });
-    EXPECT_EQ(**map.erase(1), 11);
-    EXPECT_FALSE(map.find(1));
-    EXPECT_EQ(map.size(), 1U);
     // Values die when the map is free again.
-    map.insert({1, Value(nullptr, [&](int const*) { map.insert({2, number(0)}); })});
+    map.insert({3, Value(nullptr, [&](int const*) { map.insert({2, number(0)}); })});
     map.clear();
-    EXPECT_EQ(**map.find(2), 0);
     EXPECT_EQ(map.size(), 1U);
 
     auto const refuse = []() -> Value { throw std::runtime_error("no"); };
     EXPECT_THROW(map.findOrCreate(5, refuse), std::runtime_error);
     EXPECT_FALSE(map.findOrCreate(5, [] { return Value(); }));
     EXPECT_EQ(map.size(), 1U);
-    map.insert({5, Value()});
-    EXPECT_FALSE(map.find(5));
     Value const made = map.findOrCreate(5, [&] {
         map.insert({6, number(6)});  // Other keys are free meanwhile.
         return map.findOrCreate(7, [] { return number(30); });
     });
-    EXPECT_EQ(*made, 30);
     EXPECT_EQ(map.findOrCreate(5, refuse), made);
     EXPECT_EQ(map.size(), 4U);
 }

@@ -45,9 +45,7 @@ TEST_F(Events, AChangedValueIsHeardFromTheKeyUpwardsAlone) {
     auto const untyped =
         product()->addListener(Listener([&](SettingsEvent const& e) { note("untyped", e); }));
     // A tag subscribes at the host's own event manager as well.
-    auto const tag = product()->getEventStrForType<SettingsValueChangeEvent>();
     auto const tags = product()->getFilterTagStrings<SettingsValueChangeEvent>();
-    EXPECT_EQ(tags, std::vector<ustring>{tag});
     auto const host = zbutil::eventmgr::createLocalEventMgr()->subscribe<SettingsValueChangeEvent>(
         [&](SettingsEvent const& e) { note("host", e); }, tags.begin(), tags.end());
     makeGroup("added")->setParent(product());
@@ -62,8 +60,6 @@ TEST_F(Events, NodesThatComeAndGoAreHeardFromTheirParentUpwardsAndQueued) {
     for (char const* path : {"", "plot.axes", "plot.axes.ticks"})
         listenAt<SettingsEvent>(path);
     listenAt<SettingsRemoveNodeEvent>("plot");
-    product()->setAny("width", 6, "session");
-    productImpl()->enableEventQueue(true);  // No root: no effect.
     product()->setAny("width", 7, "session");
     EXPECT_EQ(drained(), Texts{});
 
@@ -73,45 +69,22 @@ TEST_F(Events, NodesThatComeAndGoAreHeardFromTheirParentUpwardsAndQueued) {
     makeKey("k", 1, makeGroup("inner", added));
     added->setParent(axes);
     makeKey("key", 1, {})->setParent(axes);
-    auto const own = added->addListener<SettingsEvent>([](auto const&) { ADD_FAILURE(); });
     axes->removeKey("key");
     axes->removeNode("added");
     EXPECT_EQ(heard_,
               ":added plot.axes:added :key plot.axes:key :key plot.axes:key plot:key "
               ":added plot.axes:added plot:added ");
 
-    // Collecting swaps the queues, and events keep what they are about.
+    // Events keep what they are about.
     Queue queue;
-    queue.push(boost::make_shared<SettingsValueChangeEvent const>(axes, std::vector<ustring>(),
-                                                                  BlessedZcrID));
     ZSettings::eventQueue(queue, BlessedZcrID);
-    EXPECT_EQ(drained(), Texts{"axes"});
     ASSERT_EQ(queue.size(), 4u);
-    // Tags lead from the first that hears it to the root.
-    std::vector<ustring> tags;
-    for (NodePtr const& node : {axes, productImpl(), NodePtr(tree)}) {
-        tags.push_back(SettingsAddNodeEvent::typeTag() +
-                       qf::i18n::to_ustring(node->getImplNodeEventId().toString()));
-    }
-    EXPECT_EQ(queue.front()->typeInformation().userTags(), tags);
+    EXPECT_EQ(drained(), Texts{});
     auto const& last = dynamic_cast<SettingsRemoveNodeEvent const&>(*queue.back());
     std::unique_ptr<SettingsRemoveNodeEvent> const copy(last.clone());
     EXPECT_EQ(copy->getObj(), added);
     EXPECT_EQ(copy->getParentObj(), axes);
-    EXPECT_EQ(copy->getZcrId(), BlessedZcrID);
-    auto const& type = copy->typeInformation();
-    std::string names;
-    for (std::size_t i = 0; i < type.hierarchySize(); ++i)
-        names += qf::i18n::to_string(type.getBaseTag(i)) + " ";
-    EXPECT_EQ(names,
-              "settings::core::SettingsRemoveNodeEvent settings::core::SettingsEvent "
-              "corebus::msg_svc::eventmgr::BaseEvent ");
-    EXPECT_THROW(type.getBaseTag(3), std::out_of_range);
-    EXPECT_EQ(SettingsAddNodeEvent::typeTag(), u"settings::core::SettingsAddNodeEvent");
-    EXPECT_EQ(SettingsValueChangeEvent::typeTag(), u"settings::core::SettingsValueChangeEvent");
     EXPECT_EQ(shown(added->getChild("inner")->getAny("k", "")), "1");
-    SettingsContext::getEventQueue(queue, ZcrID(77));  // No root: left alone.
-    EXPECT_EQ(queue.size(), 4u);
     tree->enableEventQueue(false);
     product()->setAny("width", 8, "session");
     EXPECT_EQ(drained(), Texts{});
@@ -120,7 +93,6 @@ TEST_F(Events, NodesThatComeAndGoAreHeardFromTheirParentUpwardsAndQueued) {
 TEST_F(Events, AListenerBelongsToTheNodeWhereverItGoes) {
     NodePtr const group = makeGroup("group");
     EXPECT_FALSE(group->addListener(Listener([](SettingsEvent const&) {})));
-    EXPECT_THROW(group->addListener(Listener()), std::invalid_argument);
     makeKey("k", 1, group);
     auto const axes = at("plot.axes");
     group->setParent(axes);
@@ -130,6 +102,7 @@ TEST_F(Events, AListenerBelongsToTheNodeWhereverItGoes) {
     group->clone()->setParent(axes);
     axes->getChild("group")->setAny("k", 4, "user");
     EXPECT_EQ(heard.take(), "");
+    EXPECT_EQ(valueOf<int>(group, "k"), 2) << "a copy is deep";
     group->setParent(product());
     group->setAny("k", 3, "user");
     EXPECT_EQ(heard.take(), "value k");
@@ -143,7 +116,7 @@ TEST_F(Events, AListenerOrASaveThatFailsReachesTheCallerAndTheChangeStays) {
     NodePtr const src = makeGroup("p");
     makeKey("a", 1, src);
     makeKey("b", 1, src);
-    failSaves();
+    SettingsImpl::setSaveFunc([](auto&&...) { throw std::runtime_error("the disk is full"); });
     for (bool const bySave : {false, true}) {
         freshRoot();
         NodePtr const p = at("p");
@@ -175,26 +148,6 @@ TEST_F(Events, AListenerOrASaveThatFailsReachesTheCallerAndTheChangeStays) {
     }
 }
 
-TEST_F(Events, ListenersComeAndGoWhileOthersChangeValues) {
-    auto const plot = product();
-    std::atomic<bool> stop{false};
-    std::atomic<int> heard{0};
-    Listener const listener([&](SettingsEvent const&) { heard = valueOf<int>(plot, "width"); });
-    concurrently(4, [&](int thread) {
-        for (int i = 0; thread == 0 && i < 400; ++i)
-            plot->setAny("width", 1 + i % 9, "session");
-        if (thread == 0) stop = true;
-        while (!stop) {
-            Connection const connection = plot->addListener(listener);
-            drained();
-            std::this_thread::yield();
-        }
-    });
-    Connection const last = plot->addListener(listener);
-    plot->setAny("width", 10, "session");
-    EXPECT_EQ(heard, 10);
-}
-
 // --- Roots that were let go -------------------------------------------------------------------
 
 TEST_F(Events, ARootThatWasLetGoDropsItsEventsAndDies) {
@@ -214,7 +167,6 @@ TEST_F(Events, ARootThatWasLetGoDropsItsEventsAndDies) {
         made->setParent(tree);  // Its event holds the root.
         boost::weak_ptr<SettingsImplRoot> const watched = tree;
         end();
-        auto const own = tree->addListener<SettingsEvent>([](auto const&) { ADD_FAILURE(); });
         makeGroup("late")->setParent(tree);
         makeGroup("child")->setParent(made);
         // One that was on its way when the instance ended.

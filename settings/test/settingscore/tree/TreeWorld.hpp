@@ -113,21 +113,11 @@ protected:
         Node const group = at(path.substr(0, dot));
         return ending([&] { group->setAny(path.substr(dot + 1), value, level); });
     }
-    static std::string unsetting(std::string const& path, std::string const& level) {
-        std::size_t const dot = path.rfind('.');
-        Node const group = at(path.substr(0, dot));
-        return ending([&] { group->unset(path.substr(dot + 1), level); });
-    }
     std::map<std::string, std::string> userFiles() const { return readTree(userDir()); }
     /// Notes "save LEVEL:NODE" in the place of saving.
     static void noteSaves(Heard& heard) {
         SettingsImpl::setSaveFunc([&heard](auto const* level, Node const& node, auto const&) {
             heard.note("save " + level->levelName() + ":" + node->getName());
-        });
-    }
-    static void failSaves() {
-        SettingsImpl::setSaveFunc([](auto const*, auto const&, auto const&) {
-            throw std::runtime_error("the disk is full");
         });
     }
     /// Makes validators of the kind ZENBAR run `judge` (with the function's name, the key's parent,

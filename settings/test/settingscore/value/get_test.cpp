@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <settingscore/host/I18n.hpp>
-#include <settingscore/value/ConvertVector.hpp>
+#include <settingscore/value/NumberText.hpp>
 #include <settingscore/value/TypeName.hpp>
 #include <support/CommaLocale.hpp>
 
@@ -29,20 +29,6 @@ std::string shown(std::vector<T> const& values) {
     return text + "]";
 }
 
-/// The text of the failure with which `action` ends, nothing if it does not fail.
-template <class Action>
-std::string failureOf(Action const& action) {
-    try {
-        action();
-    } catch (boost::bad_lexical_cast const& e) {
-        return e.what();
-    } catch (std::exception const& e) {
-        std::string const name = settings::core::getReadableName(typeid(e));
-        return name.substr(name.rfind(':') + 1) + ": " + e.what();
-    }
-    return "";
-}
-
 char const* const refused = "TypeNotMatch: The desired type does not match the current type.";
 char const* const empty =
     "EmptyVectorCastToScalar: empty vector cannot be used to initialize a scalar.";
@@ -54,11 +40,17 @@ char const* const high = "positive_overflow: bad numeric conversion: positive ov
 char const* const low = "negative_overflow: bad numeric conversion: negative overflow";
 char const* const bad = "bad lexical cast: source type value could not be interpreted as target";
 
+/// The value, or the failure.
 template <class T>
 std::string got(boost::any const& value, bool allowConversion) {
-    std::string text;
-    std::string const failure = failureOf([&] { text = shown(get<T>(value, allowConversion)); });
-    return text + failure;
+    try {
+        return shown(get<T>(value, allowConversion));
+    } catch (boost::bad_lexical_cast const& e) {
+        return e.what();
+    } catch (std::exception const& e) {
+        std::string const name = settings::core::getReadableName(typeid(e));
+        return name.substr(name.rfind(':') + 1) + ": " + e.what();
+    }
 }
 
 /// Reads values, each followed by what is to come of it, as a T: for those that need no conversion,
@@ -80,46 +72,30 @@ void convert(Value const& value, char const* expected, More const&... more) {
 
 using Ints = std::vector<int>;
 using Bits = std::vector<bool>;
-using Bytes = std::vector<unsigned char>;
-using Shorts = std::vector<short>;
 using Texts = std::vector<ustring>;
 
 TEST(Get, ChangesTheShapeInBothModesAndTheElementTypeInOne) {
     read<int>(7, "7", Ints{3}, "3", Ints{}, empty, Ints{1, 2}, empty, 1l, unsupported, boost::any(),
               none);
     read<Ints>(Ints{1, 2}, "[1, 2]", 1, "[1]", boost::any(), none);
-    read<double>(Ints{}, empty, Ints{1, 2}, empty);
     read<Bits>(true, "[1]");
-    read<bool>(Bits{}, empty, Bits{true, true}, empty);
     read<ustring>(ustring(u"x"), "'x'", Texts{u"x"}, "'x'", std::string("x"), unsupported);
-    read<Texts>(ustring(u"x"), "['x']");
     convert<double>(1, "1", Ints{4}, "4");
-    convert<Ints>(static_cast<short>(1), "[1]", Shorts{}, "[]", Shorts{3, -1}, "[3, -1]");
-    convert<Bytes>(Ints{1, 256}, high, Bits{false, true}, "[0, 1]");
-    convert<bool>(Bits{true}, "1");
-    convert<signed char>(Bits{true}, "1");
-    convert<Texts>(Bits{false, true}, "['0', '1']");
+    convert<Ints>(true, "[1]", Bits{}, "[]", Bits{false, true}, "[0, 1]");
+    convert<std::vector<unsigned char>>(Ints{1, 256}, high);
     convert<Bits>(Texts{u"0", u"+1"}, "[0, 1]", ustring(u"0"), "[0]");
-    convert<ustring>(Bits{true}, "'1'");
-    convert<std::vector<double>>(Texts{u"1.5", u"x"}, bad);
 }
 
 TEST(Get, ConvertsNumbersWithACheckOfTheRange) {
-    convert<signed char>(-129, low, true, "1");
     convert<unsigned char>(300, high, -0.9f, "0", static_cast<float>(nan), "0");
     convert<int>(2.9, "2", -2.9, "-2", nan, "-2147483648");
     convert<unsigned int>(-1, low, -0.5, "0");
-    convert<long long>(18446744073709551615ull, high);
-    convert<unsigned long long>(static_cast<signed char>(-1), low);
-    convert<std::vector<long long>>(std::vector<double>{nan, 1.5}, "[-9223372036854775808, 1]");
-    convert<float>(16777217, "16777216", 18446744073709551615ull, "1.84467441e+19", 0.1,
-                   "0.100000001", 1e300, high, -1e300, low, 3.4028234663852886e38, "3.40282347e+38",
-                   std::nextafter(3.4028234663852886e38, inf), high, inf, high, -inf, low, nan,
-                   "nan", true, "1");
+    convert<float>(16777217, "16777216", 0.1, "0.100000001", 3.4028234663852886e38,
+                   "3.40282347e+38", std::nextafter(3.4028234663852886e38, inf), high, -inf, low,
+                   nan, "nan");
     convert<double>(-9223372036854775807ll, "-9.2233720368547758e+18", 0.1f, "0.10000000149011612",
-                    std::numeric_limits<float>::infinity(), "inf", false, "0");
-    convert<bool>(0, "0", static_cast<unsigned char>(1), "1", 2, high, -1, low, 0.5, "0", -0.5f,
-                  "0", 1.5, "1", 2.0, high, -1.0, low, nan, "1");
+                    std::numeric_limits<float>::infinity(), "inf");
+    convert<bool>(2, high, -1, low, 0.5, "0", 1.5, "1", 2.0, high, -1.0, low, nan, "1");
 }
 
 /// Both bounds refuse, the numbers next to them pass; as `float` the bounds round first.
@@ -147,40 +123,14 @@ TEST(Get, KeepsTheBoundsFromFloatingNumbersToIntegers) {
 
 TEST(Get, ReadsAndMakesTextInEveryLocale) {
     qbtest::CommaLocale const comma;
-    convert<ustring>(0.1, "'0.10000000000000001'", 1234567, "'1234567'",
-                     static_cast<signed char>(-5), "'-5'", -inf, "'-inf'", true, "'1'");
-    convert<Texts>(2.5, "['2.5']");
+    convert<ustring>(0.1, "'0.10000000000000001'", 1234567, "'1234567'", -inf, "'-inf'");
     convert<double>(ustring(u"0.5"), "0.5", ustring(u"0,5"), bad);
     convert<int>(ustring(u"1.234"), bad, ustring(), bad, ustring(u"1\0", 2), bad);
-    convert<unsigned char>(ustring(u"-1"), high, ustring(u"-65535"), "1", ustring(u"A"), bad,
-                           ustring(u"128"), "128", ustring(u"40000"), high);
+    // By way of 16 bits, unsigned ones wrapping round.
+    convert<unsigned char>(ustring(u"-1"), high, ustring(u"-65535"), "1", ustring(u"40000"), high);
     convert<signed char>(ustring(u"+7"), "7", ustring(u"128"), high, ustring(u"-129"), low,
-                         ustring(u"-65535"), bad, ustring(u"40000"), bad);
+                         ustring(u"40000"), bad);
     convert<bool>(ustring(u"true"), bad, ustring(u"001"), "1");
-}
-
-template <class From, class T>
-std::string copied(From const& from, T to, bool allowConversion) {
-    std::string const failure = failureOf([&] { ConvertVector::copy(from, to, allowConversion); });
-    return shown(to) + " " + failure;
-}
-
-TEST(ConvertVector, LeavesTheTargetAsPromised) {
-    using Doubles = std::vector<double>;
-    using Numbers = std::vector<unsigned long long>;
-    Numbers const before{9};
-    EXPECT_EQ(copied(Doubles{1.5, 2}, before, true), "[1, 2] ");
-    EXPECT_EQ(copied(Doubles{1.5, 2}, before, false), std::string("[] ") + refused);
-    EXPECT_EQ(copied(Doubles{1.5, -2}, before, true), std::string("[9] ") + low);
-    EXPECT_EQ(copied(1e20, before, true), std::string("[9] ") + high);
-    EXPECT_EQ(copied(3.0, before, true), "[3] ");
-    EXPECT_EQ(copied(Doubles{1, 2}, 9ull, true), std::string("9 ") + empty);
-    EXPECT_EQ(copied(Doubles{1e20}, 9ull, true), std::string("9 ") + high);
-    Bits bits{true};
-    Bits::reference const bit = bits[0];
-    EXPECT_EQ(copied(bit, false, false), std::string("0 ") + refused);
-    EXPECT_EQ(copied(bit, ustring(), true), "'1' ");
-    EXPECT_EQ(copied(bit, static_cast<signed char>(0), true), "1 ");
 }
 
 }  // namespace
