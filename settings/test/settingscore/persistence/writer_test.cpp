@@ -3,6 +3,7 @@
 #include <random>
 #include <regex>
 
+#include <gmock/gmock.h>
 #include <settingscore/persistence/DurableSaving.hpp>
 #include <settingscore/roots/SettingsContext.hpp>
 #include <support/CommaLocale.hpp>
@@ -209,6 +210,13 @@ TEST(Writer, WritesTheContentThatTheLevelHas) {
         EXPECT_NE(text.find("<key name=\"k\" visible=\"true\">" + c.content + "</key>"),
                   std::string::npos)
             << text;
+    }
+    auto const top = makeGroup("p");
+    auto const key = makeKey("k", 1, top);
+    for (auto const& [value, kind] : std::vector<std::pair<RunTimeDefault, std::string>>{
+             {ZRunTimeDefault("l", "f"), "ZENBAR"}, {JRunTimeDefault("l", "f"), "JAVA"}}) {
+        key->setRunTimeDefaultInternal(value);
+        EXPECT_THAT(saved(top, ""), testing::HasSubstr("<runtimedefault type='" + kind + "'"));
     }
 }
 

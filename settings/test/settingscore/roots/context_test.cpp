@@ -90,10 +90,13 @@ TEST_F(Context, AnAttemptThatFailsIsRepeatedAndADetachedRootComesNeverAgain) {
     EXPECT_THROW(manager->getUserDir(),
                  ZENBAR::settings::core::SettingsUserDirectoryNotExistException);
     manager->setUserDir(boost::none);
+    manager->enableEventQueuing(true);
     auto const tree = manager->get(0);
     EXPECT_TRUE(tree->getChild("plot"));
+    EXPECT_FALSE(manager->queueEnabled()) << "there was no root to queue for";
     EXPECT_EQ(manager->resetRoot(), tree);
     EXPECT_FALSE(manager->get(0));
+    EXPECT_FALSE(manager->resetRoot());
 }
 
 TEST_F(Context, DirectoriesComeFromTheEnvironmentOnceUnlessTheyAreSet) {

@@ -81,6 +81,7 @@ TEST_F(FunctionsTest, FailuresOfCFunctionsAreTranslated) {
                  ZENBAR::settings::core::CFunctionNotFoundException);
     EXPECT_EQ(run(D("defaults", "failWithHostError")).substr(44), "defaults, Unknown)");
     EXPECT_THAT(unreached(D("noSuchLibrary", "giveDouble")), HasSubstr("noSuchLibrary"));
+    EXPECT_THAT(unreached(D("defaults", "noSuchFunction")), HasSubstr("noSuchFunction"));
 
     // A library that is not the host's own has another prefix.
     std::string const suffix = quLibrarySuffix();

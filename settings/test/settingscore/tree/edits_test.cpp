@@ -61,6 +61,8 @@ TEST_F(EditsTest, ARefusedEditChangesNothing) {
     EXPECT_EQ(ending([] { at("mine")->removeKey("g"); }), "NotAKeyName(mine, g)");
     EXPECT_EQ(removal(at("mine"), "x"), "NoSuchNode(mine, x)");
     EXPECT_EQ(removal(at("mine"), "k"), "NotANodeName(mine, k)");
+    EXPECT_EQ(ending([] { at("shipped.locked")->removeKey("k"); }),
+              "CannotAddRemoveNodeUnderReadOnlyParent(shipped.locked.k, shipped.locked)");
     EXPECT_EQ(removal(at("shipped"), "g"),
               "NoFileWritePermissionOnMultipleLevels(shipped.g, factory, user, user)");
     // Names of products that differ by the case of ASCII letters alone clash, in every locale.
