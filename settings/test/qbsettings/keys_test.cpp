@@ -32,7 +32,7 @@ runtime default→C defaults giveDouble on factory;in force→runtime:factory→
 TEST_F(KeysTest, StoresWhatIsTypedForOtherProcesses) {
     expectSession(R"~($ qbsettings set p.real 7.000000000000001 && qbsettings set p.byte -- -100
 $ qbsettings set p.pair 255 0 && qbsettings set p.flag true && qbsettings set p.text '{}'
-$ qbsettings set p.list '[draft]' set '' ']]><&>"' $' \tx\n\xC3\xA9\U1F600' -7 -- --level
+$ qbsettings set p.list '[draft]' set '' ']]><&>"' $' \tx\n\xC3\xA9\xF0\x9F\x98\x80' -7 -- --level
 $ qbsettings set p.open --type string seven && qbsettings set p.open eight
 $ grep user <(qbsettings list p 2>/dev/null) | cut -f 1,4 | paste -sd ';'
 p.byte→-100;p.flag→true;p.list→[draft], set, , ]]><&>",  \tx\né😀, -7, --level;p.open→eight;p.pair→255, 0;p.real→7.000000000000001;p.text→{}

@@ -13,7 +13,7 @@ using XMLHelperFunctions::isTrue;
 
 XMLKey::XMLKey(xercesc::Attributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
     : XMLNode(parent),
-      // Not in one block with its count: the loaded key takes over a size rule that goes on
+      // Not in one block with its count: a key that takes over this one's size rule goes on
       // referring weakly to this node, and would keep its memory.
       settings_(new SettingsImpl(getAttribute(attributes, u"name"), true,
                                  boost::optional<bool>(isTrue(attributes, u"visible")), Validator(),
