@@ -7,19 +7,18 @@ namespace settings::core {
 JRunTimeDefault::JRunTimeDefault(std::string const& packageName, std::string const& functionName)
     : packageName_(packageName), functionName_(functionName) {}
 
-JRunTimeDefault::Proxy& JRunTimeDefault::runtimeDefaultProxy_() {
-    static auto& proxy = detail::neverDestroyed<Proxy>();
+detail::InstalledFunction<JRunTimeDefault::Proxy>& JRunTimeDefault::runtimeDefaultProxy_() {
+    static auto& proxy = detail::neverDestroyed<detail::InstalledFunction<Proxy>>();
     return proxy;
 }
 
 void JRunTimeDefault::setJRuntimeDefaultProxy(Proxy const& proxy) {
-    runtimeDefaultProxy_() = proxy;
+    runtimeDefaultProxy_().set(proxy);
 }
 
 boost::any JRunTimeDefault::operator()() const {
-    // A copy: the proxy may put another in its place while it runs.
-    Proxy const proxy = runtimeDefaultProxy_();
-    return proxy(packageName_, functionName_);
+    auto const proxy = runtimeDefaultProxy_().get();
+    return (*proxy)(packageName_, functionName_);
 }
 
 bool JRunTimeDefault::operator==(JRunTimeDefault const& other) const {

@@ -8,6 +8,11 @@
 
 namespace settings::core {
 
+namespace detail {
+template <class Function>
+class InstalledFunction;
+}
+
 /// A runtime default that is a Java method. Unlike Java validators it takes no lock and translates
 /// no failure.
 class SETTINGSCORE_API JRunTimeDefault {
@@ -34,11 +39,12 @@ public:
     /// Compares the names and the level.
     bool operator==(JRunTimeDefault const& other) const;
 
-    /// The host's bridge. Not guarded: install it before other threads read.
+    /// The host's bridge. It may be replaced at any time; a call that runs keeps the one it has.
+    /// Several threads may be inside it at once.
     static void setJRuntimeDefaultProxy(Proxy const& proxy);
 
 private:
-    static Proxy& runtimeDefaultProxy_();
+    static detail::InstalledFunction<Proxy>& runtimeDefaultProxy_();
 
     std::string packageName_;
     std::string functionName_;

@@ -38,46 +38,44 @@ boost::recursive_mutex& JValidator::mutex_() {
     return mutex;
 }
 
-JValidator::Proxy& JValidator::valProxy_() {
-    static auto& proxy = detail::neverDestroyed<Proxy>();
+detail::InstalledFunction<JValidator::Proxy>& JValidator::valProxy_() {
+    static auto& proxy = detail::neverDestroyed<detail::InstalledFunction<Proxy>>();
     return proxy;
 }
 
-JValidator::Initializer& JValidator::jValInitializer_() {
-    static auto& initializer = detail::neverDestroyed<Initializer>();
+detail::InstalledFunction<JValidator::Initializer>& JValidator::jValInitializer_() {
+    static auto& initializer = detail::neverDestroyed<detail::InstalledFunction<Initializer>>();
     return initializer;
 }
 
 void JValidator::setJValProxy(Proxy const& proxy) {
     boost::lock_guard<boost::recursive_mutex> const guard(mutex_());
-    valProxy_() = proxy;
+    valProxy_().set(proxy);
 }
 
 void JValidator::setJValInitializer(Initializer const& initializer) {
     boost::lock_guard<boost::recursive_mutex> const guard(mutex_());
-    jValInitializer_() = initializer;
+    jValInitializer_().set(initializer);
 }
 
 void JValidator::clearFunctions() {
     boost::lock_guard<boost::recursive_mutex> const guard(mutex_());
-    valProxy_().clear();
-    jValInitializer_().clear();
+    valProxy_().set({});
+    jValInitializer_().set({});
 }
 
-// Both functions are called through copies: they may install or clear functions themselves, which
-// the recursive mutex does not keep from happening under their feet.
-JValidator::Proxy JValidator::readyProxy() {
+std::shared_ptr<JValidator::Proxy const> JValidator::readyProxy() {
     if (valProxy_().empty()) {
-        Initializer const initializer = jValInitializer_();
-        if (initializer.empty()) {
+        auto const initializer = jValInitializer_().get();
+        if (initializer->empty()) {
             ZENBAR::settings::core::throwMessage<JVMNotReadyForProcessingJavaFunction>();
         }
-        ustring const error = initializer();
+        ustring const error = (*initializer)();
         if (!error.empty() || valProxy_().empty()) {
             ZENBAR::settings::core::throwMessage<SettingsLibraryNotInitialized>(error);
         }
     }
-    return valProxy_();
+    return valProxy_().get();
 }
 
 void JValidator::invokeValidationFunction(boost::shared_ptr<Settings const> const& parent,
@@ -87,7 +85,8 @@ void JValidator::invokeValidationFunction(boost::shared_ptr<Settings const> cons
     boost::lock_guard<boost::recursive_mutex> const guard(mutex_());
     JavaValidationScope const scope;
     try {
-        readyProxy()(packageName_, functionName_, parent, keyName, value);
+        auto const proxy = readyProxy();
+        (*proxy)(packageName_, functionName_, parent, keyName, value);
     } catch (qf::except::Exception<JVMNotReadyForProcessingJavaFunction, std::exception,
                                    void> const& error) {
         throw ValidationFunctionInvokingError(functionName_, packageName_,

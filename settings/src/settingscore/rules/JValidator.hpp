@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include <boost/any.hpp>
@@ -13,6 +14,11 @@ class recursive_mutex;
 }
 
 namespace settings::core {
+
+namespace detail {
+template <class Function>
+class InstalledFunction;
+}
 
 class Settings;
 
@@ -55,9 +61,9 @@ public:
 
 private:
     static boost::recursive_mutex& mutex_();
-    static Proxy& valProxy_();
-    static Initializer& jValInitializer_();
-    static Proxy readyProxy();
+    static detail::InstalledFunction<Proxy>& valProxy_();
+    static detail::InstalledFunction<Initializer>& jValInitializer_();
+    static std::shared_ptr<Proxy const> readyProxy();
 
     std::string packageName_;
     std::string functionName_;

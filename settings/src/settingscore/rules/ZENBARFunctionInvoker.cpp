@@ -14,20 +14,23 @@ ZENBARFunctionInvoker::ZENBARFunctionInvoker(std::string const& packageName,
                                              std::string const& functionName)
     : packageName_(packageName), functionName_(functionName) {}
 
-boost::function<void()>& ZENBARFunctionInvoker::loadConfigProxy_() {
-    static auto& proxy = detail::neverDestroyed<boost::function<void()>>();
+detail::InstalledFunction<boost::function<void()>>& ZENBARFunctionInvoker::loadConfigProxy_() {
+    static auto& proxy =
+        detail::neverDestroyed<detail::InstalledFunction<boost::function<void()>>>();
     return proxy;
 }
 
 void ZENBARFunctionInvoker::setLoadConfigProxy(boost::function<void()> const& proxy) {
-    loadConfigProxy_() = proxy;
+    loadConfigProxy_().set(proxy);
 }
 
-boost::function<void()> ZENBARFunctionInvoker::getLoadConfigProxy() { return loadConfigProxy_(); }
+boost::function<void()> ZENBARFunctionInvoker::getLoadConfigProxy() {
+    return *loadConfigProxy_().get();
+}
 
 void ZENBARFunctionInvoker::checkConditions(bool (*isProxyInstalled)()) {
-    boost::function<void()> const loadConfig = getLoadConfigProxy();
-    if (loadConfig && !isProxyInstalled()) loadConfig();
+    auto const loadConfig = loadConfigProxy_().get();
+    if (!loadConfig->empty() && !isProxyInstalled()) (*loadConfig)();
     if (!isProxyInstalled()) {
         ZENBAR::settings::core::throwMessage<ExecEngineNotReadyForProcessingZFunction>();
     }

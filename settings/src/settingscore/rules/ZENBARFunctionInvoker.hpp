@@ -7,6 +7,11 @@
 
 namespace settings::core {
 
+namespace detail {
+template <class Function>
+class InstalledFunction;
+}
+
 /// Names a function of the host's scripting language, and says when one may be called: on the
 /// host's signal thread, once the host has installed the proxy that calls it.
 class SETTINGSCORE_API ZENBARFunctionInvoker {
@@ -21,7 +26,7 @@ public:
 
     /// @{
     /// Installs the function that is called when a proxy is missing; it loads the configuration
-    /// that installs the proxies. Not guarded: install it before other threads read or validate.
+    /// that installs the proxies. Any thread may call it.
     static void setLoadConfigProxy(boost::function<void()> const& proxy);
     static boost::function<void()> getLoadConfigProxy();
     /// @}
@@ -36,7 +41,7 @@ protected:
     static void checkThreadToRun();
 
 private:
-    static boost::function<void()>& loadConfigProxy_();
+    static detail::InstalledFunction<boost::function<void()>>& loadConfigProxy_();
 
     std::string packageName_;
     std::string functionName_;

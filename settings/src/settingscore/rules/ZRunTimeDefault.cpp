@@ -10,14 +10,16 @@ namespace settings::core {
 ZRunTimeDefault::ZRunTimeDefault(std::string const& packageName, std::string const& functionName)
     : ZENBARFunctionInvoker(packageName, functionName) {}
 
-ZRunTimeDefault::Proxy& ZRunTimeDefault::runtimeProxyFname_() {
-    static auto& proxy = detail::neverDestroyed<Proxy>();
+detail::InstalledFunction<ZRunTimeDefault::Proxy>& ZRunTimeDefault::runtimeProxyFname_() {
+    static auto& proxy = detail::neverDestroyed<detail::InstalledFunction<Proxy>>();
     return proxy;
 }
 
-void ZRunTimeDefault::setZRunTimeProxyFname(Proxy const& proxy) { runtimeProxyFname_() = proxy; }
+void ZRunTimeDefault::setZRunTimeProxyFname(Proxy const& proxy) { runtimeProxyFname_().set(proxy); }
 
-ZRunTimeDefault::Proxy ZRunTimeDefault::getZRunTimeProxyFname() { return runtimeProxyFname_(); }
+ZRunTimeDefault::Proxy ZRunTimeDefault::getZRunTimeProxyFname() {
+    return *runtimeProxyFname_().get();
+}
 
 void ZRunTimeDefault::checkConditions() {
     ZENBARFunctionInvoker::checkConditions([] { return !runtimeProxyFname_().empty(); });
@@ -31,9 +33,8 @@ boost::any ZRunTimeDefault::operator()() const {
     try {
         checkConditions();
         boost::any result;
-        // A copy: the proxy may put another in its place while it runs.
-        Proxy const proxy = runtimeProxyFname_();
-        proxy(package, function, &result);
+        auto const proxy = runtimeProxyFname_().get();
+        (*proxy)(package, function, &result);
         return result;
     } catch (qf::except::Exception<ZENBARFuncMustBeInvokedByExecEngine, std::exception, void> const&
                  error) {

@@ -9,6 +9,11 @@
 
 namespace settings::core {
 
+namespace detail {
+template <class Function>
+class InstalledFunction;
+}
+
 /// A runtime default that is a function of the host's scripting language. It runs on the host's
 /// signal thread only: a read on another thread fails before the function is reached.
 class SETTINGSCORE_API ZRunTimeDefault : public ZENBARFunctionInvoker {
@@ -30,14 +35,14 @@ public:
     bool operator==(ZRunTimeDefault const& other) const;
 
     /// @{
-    /// The host's bridge. Not guarded: install it before other threads read.
+    /// The host's bridge. It may be replaced at any time; a call that runs keeps the one it has.
     static void setZRunTimeProxyFname(Proxy const& proxy);
     static Proxy getZRunTimeProxyFname();
     /// @}
 
 private:
     static void checkConditions();
-    static Proxy& runtimeProxyFname_();
+    static detail::InstalledFunction<Proxy>& runtimeProxyFname_();
 
     std::string belongingLevel_;
 };

@@ -11,16 +11,18 @@ namespace settings::core {
 ZValidator::ZValidator(std::string const& packageName, std::string const& functionName)
     : ZENBARFunctionInvoker(packageName, functionName) {}
 
-ZValidator::Proxy& ZValidator::valProxyFuncName_() {
-    static auto& proxy = detail::neverDestroyed<Proxy>();
+detail::InstalledFunction<ZValidator::Proxy>& ZValidator::valProxyFuncName_() {
+    static auto& proxy = detail::neverDestroyed<detail::InstalledFunction<Proxy>>();
     return proxy;
 }
 
 void ZValidator::setZENBARValFuncInvokingProxyName(Proxy const& proxy) {
-    valProxyFuncName_() = proxy;
+    valProxyFuncName_().set(proxy);
 }
 
-ZValidator::Proxy ZValidator::getZENBARValFuncInvokingProxyName() { return valProxyFuncName_(); }
+ZValidator::Proxy ZValidator::getZENBARValFuncInvokingProxyName() {
+    return *valProxyFuncName_().get();
+}
 
 void ZValidator::checkConditions() {
     ZENBARFunctionInvoker::checkConditions([] { return !valProxyFuncName_().empty(); });
@@ -35,9 +37,8 @@ void ZValidator::invokeValidationFunction(boost::shared_ptr<Settings const> cons
     using namespace ZENBAR::settings::core;
     try {
         checkConditions();
-        // A copy: the proxy may put another in its place while it runs.
-        Proxy const proxy = valProxyFuncName_();
-        proxy(package, function, parent, keyName, value);
+        auto const proxy = valProxyFuncName_().get();
+        (*proxy)(package, function, parent, keyName, value);
     } catch (qf::except::Exception<ZENBARFuncMustBeInvokedByExecEngine, std::exception, void> const&
                  error) {
         throw ValidationFunctionInvokingError(function, package, error.GetUnicodeMessageTxt());

@@ -10,6 +10,11 @@
 
 namespace settings::core {
 
+namespace detail {
+template <class Function>
+class InstalledFunction;
+}
+
 class Settings;
 
 /// A validator that is a function of the host's scripting language. It runs on the host's signal
@@ -35,14 +40,14 @@ public:
     bool operator==(ZValidator const& other) const;
 
     /// @{
-    /// The host's bridge. Not guarded: install it before other threads validate.
+    /// The host's bridge. It may be replaced at any time; a call that runs keeps the one it has.
     static void setZENBARValFuncInvokingProxyName(Proxy const& proxy);
     static Proxy getZENBARValFuncInvokingProxyName();
     /// @}
 
 private:
     static void checkConditions();
-    static Proxy& valProxyFuncName_();
+    static detail::InstalledFunction<Proxy>& valProxyFuncName_();
 };
 
 }  // namespace settings::core

@@ -152,10 +152,12 @@ TEST_F(FunctionsTest, AProxyMayPutAnotherInItsPlaceWhileItRuns) {
         ZRunTimeDefault::setZRunTimeProxyFname([](auto&&, auto&&, any* next) { *next = 2; });
         *result = *kept;
     });
+    JRunTimeDefault::setJRuntimeDefaultProxy([n = 0](auto&&...) mutable -> any { return ++n; });
     EXPECT_EQ(run(JValidator("p", "f")), "done");
     ZRunTimeDefault const z("p", "f");
-    EXPECT_EQ(run(z), "1");
-    EXPECT_EQ(run(z), "2");
+    JRunTimeDefault const counted("p", "f");
+    EXPECT_EQ((Texts{run(z), run(z)}), (Texts{"1", "2"}));
+    EXPECT_EQ((Texts{run(counted), run(counted)}), (Texts{"1", "2"})) << "it is not copied";
 }
 
 TEST_F(FunctionsTest, JavaValidationsRunOneAtATimeAndKnowOfThemselves) {
