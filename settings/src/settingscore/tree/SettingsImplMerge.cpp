@@ -151,8 +151,15 @@ void SettingsImpl::takeShape(KeyRules const& rules, boost::any& value) {
     unsigned long const wanted = *rules.dataTypeIndex_;
     bool const isArray = wanted > boostany::elementTypeCount;
     if (wanted == anyTypeIndex || elementType(own) != elementType(wanted)) return;
-    if (isArray || boostany::applyVisitor(size, value, true) == 1)
-        (*rules.valueTypeChecker_)(value);
+    if (!isArray && boostany::applyVisitor(size, value, true) != 1) return;
+    auto const* const bits = boost::any_cast<std::vector<bool>>(&value);
+    if (bits && *rules.valueTypeChecker_ == &validateValueType<bool>) {
+        // The one pair that the checker does not convert.
+        bool const bit = bits->front();
+        value = bit;
+        return;
+    }
+    (*rules.valueTypeChecker_)(value);
 }
 
 void SettingsImpl::adoptNewValue(HeldLock const& exclusive, SettingsImpl const& src,

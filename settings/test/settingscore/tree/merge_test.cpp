@@ -87,19 +87,21 @@ TEST_F(Merge, AdoptedValuesTakeTheShapeOfTheirKeyAndDefaultsTheLevel) {
         "shapes", "f.settings",
         keyXml("list", "int32", valueXml("1"), " maxArraySize=\"0\"") + intKey("one", "1") +
             keyXml("first", "int32", "<metadata><max>10</max></metadata>", " undef=\"true\"") +
-            keyXml("text", "string", "", " undef=\"true\"") +
+            keyXml("text", "string", "", " undef=\"true\"") + keyXml("flag", "bool", "") +
             "<key name=\"fixed\" readonly=\"true\"><int32>" + valueXml("1") + "</int32></key>\n");
     NodePtr const src = makeGroup("shapes");
     makeKey("list", 7, src);
     makeKey("one", Ints{8}, src);
     makeKey("first", 50, src);  // A first value is not held against a range.
     makeKey("fixed", 2, src);
+    makeKey("flag", std::vector<bool>{true}, src);
     makeKey("text", ustring(u"left behind"), src)
         ->setRunTimeDefaultInternal(CRunTimeDefault("defaults", "giveString"));
     EXPECT_EQ(merging(at("shapes"), src), "done");
     EXPECT_EQ(contents(product("shapes"), "user"),
-              "first=50 fixed=2 list=array of int32 7 one=8 text=string computed");
+              "first=50 fixed=2 flag=bool 1 list=array of int32 7 one=8 text=string computed");
     src->removeKey("first");
+    src->removeKey("flag");
     EXPECT_EQ(merging(at("shapes"), src), "MultipleRuntimeFuncError(text)");
 }
 
