@@ -57,6 +57,15 @@ bool isSameFolder(ustring const& a, ustring const& b) {
     return std::filesystem::equivalent(fs::path(a).native(), fs::path(b).native(), unknown);
 }
 
+/// Not every file system has permissions: a folder without them is better than no takeover.
+template <class Bits>
+void trySetPermissions(ustring const& folder, Bits const& bits) {
+    try {
+        fs::set_permissions(folder, bits());
+    } catch (fs::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
+    }
+}
+
 /// `wholeTarget` is where the walk as a whole copies to, `to` is the folder below it that takes the
 /// content of `from`.
 bool copyFolder(ustring const& from, ustring const& to, ustring const& wholeTarget,
@@ -79,9 +88,11 @@ bool copyFolder(ustring const& from, ustring const& to, ustring const& wholeTarg
             if (isNew) fs::create_directories(target);
             // Nobody else looks in while it fills; then as open as it was, but never shut to its
             // owner, who needs it.
-            if (isNew) fs::set_permissions(target, ownersBits);
+            if (isNew) trySetPermissions(target, [] { return ownersBits; });
             if (!copyFolder(source, target, wholeTarget, overwrite)) return false;
-            if (isNew) fs::set_permissions(target, fs::permissions(source) | ownersBits);
+            if (isNew) {
+                trySetPermissions(target, [&] { return fs::permissions(source) | ownersBits; });
+            }
         } else if (kind != fs::other_file && !staysBehind(name)) {
             if (!copyFile_ustr(source, to, overwrite)) return false;
         }
@@ -126,7 +137,11 @@ void copyPreferencesFromPreviousPrefdir(bool warnOnEmpty, int const& status, ust
     copyFromPreviousRelease(directory);
     ustring const timestamp = join(directory, getTimestampFileNameUStr());
     // The older release's own came with the copy, and could be read-only.
-    fs::remove(timestamp);
+    try {
+        if ((fs::status(timestamp) & fs::file_type_mask) == fs::regular_file) fs::remove(timestamp);
+    } catch (fs::FsysExceptionBase const&) {
+        // What is in the way is told below.
+    }
     std::FILE* const file = fs::fopen(timestamp, "w");
     if (!file) {
         messages::throwMessage<messages::ErrorCreatePreferenceDirectoryTimeStamp>(

@@ -194,6 +194,13 @@ TEST_F(PrefDir, ADirectoryThatCannotBeCreatedIsAWarning) {
                             (file / "prefs").string() + ".\nCheck directory permissions.");
 }
 
+TEST_F(PrefDir, AFolderInThePlaceOfTheMarkIsToldWhenTheRestIsThere) {
+    writeFile(previous() / "creation.timestamp/in the way", "x");
+    writeFile(previous() / "file", "x");
+    EXPECT_THROW(start(), messages::ErrorCreatePreferenceDirectoryTimeStampException);
+    EXPECT_EQ(readFile(current() / "file"), "x");
+}
+
 TEST_F(PrefDir, ACopyNeedsItsTarget) {
     writeFile(previous() / "file", "x");
     ustring const gone = toUString(folder() / "gone");
