@@ -39,7 +39,7 @@ public:
                             std::vector<std::pair<std::string, std::string>>* errors)
         : throwIfMissing_(throwIfMissing), parent_(parent), errors_(errors) {}
     /// @throws exception::InvalidNodePath for an unknown name, if so asked; otherwise that name is
-    ///         reported and its element has no node
+    ///         reported and its element has no node; std::invalid_argument if there is no parent
     Element operator()(std::pair<std::string, boost::any> const& entry) const;
 
 private:

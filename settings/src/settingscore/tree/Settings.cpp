@@ -102,10 +102,11 @@ namespace detail {
 NameToObjectTransformer<std::pair<std::string, boost::any>>::Element
 NameToObjectTransformer<std::pair<std::string, boost::any>>::operator()(
     std::pair<std::string, boost::any> const& entry) const {
+    if (!parent_) throw std::invalid_argument("Names are looked up below a node.");
     boost::shared_ptr<Settings> node = parent_->getSettingsByFullName(entry.first);
     if (!node) {
         if (throwIfMissing_) throw exception::InvalidNodePath(parent_, entry.first);
-        errors_->emplace_back(entry.first, "The calling node doesn't contain");
+        if (errors_) errors_->emplace_back(entry.first, "The calling node doesn't contain");
     }
     return Element(node, entry.second);
 }

@@ -45,7 +45,8 @@ using BatchErrors = std::vector<std::pair<std::string, std::string>>;
 ///
 /// Any thread may call any operation. Validators, runtime defaults and listeners run on the thread
 /// of the call that caused them while the tree is held for it: they may read any node. They must
-/// not set, validate, attach, remove or merge; that would wait for the very call they serve.
+/// not set, validate, attach, remove, merge, nor make a factory file; that would wait for the very
+/// call they serve.
 ///
 /// An operation that "loads" throws `exception::ErrorReadingSettingsData` (code 7) once, when it is
 /// the first to touch a product with faulty files; what could be read is there afterwards.
@@ -65,9 +66,10 @@ public:
     static boost::shared_ptr<Settings> getSettingsRoot(ZcrID const& id);
 
     /// The lock of all trees of the process. Hold it shared (`boost::shared_lock`) around several
-    /// reads that belong together. While it is held so, do not change anything on the same thread,
-    /// and never take it exclusively: the library reaches exclusive access through upgrade alone,
-    /// and a plain exclusive waiter would stop readers that hold the lock already.
+    /// reads that belong together. While it is held so, do nothing on the same thread that a
+    /// validator may not do either (`validateAny` and `validateMultiple` wait for a writer, which
+    /// waits for you), and never take it exclusively: the library reaches exclusive access through
+    /// upgrade alone, and a plain exclusive waiter would stop readers that hold the lock already.
     static boost::shared_mutex* getTheRootMutex();
 
     /// Reads a settings file, and the files it names as additional paths, as a standalone tree with
@@ -94,8 +96,9 @@ public:
                                ustring const& path, std::string const& levelName);
 
     /// Writes the standalone tree that `node` belongs to as a file for the factory level. `version`
-    /// replaces the version of the tree, and stays set. Holds the tree shared while it writes. The
-    /// file is written in place: a failure can leave a part of it.
+    /// replaces the version of the tree, and stays set, for which the tree is taken exclusively for
+    /// a moment. Holds the tree shared while it writes. The file is written in place: a failure can
+    /// leave a part of it.
     /// @throws exception::ErrorCreateFactoryFileFromATreeNode,
     ///         exception::ErrorExportOrImportSettingsUsingRelativePath,
     ///         exception::ErrorSaveSettingsDueToFileIOError; std::invalid_argument for a null node

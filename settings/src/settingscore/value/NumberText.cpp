@@ -122,9 +122,10 @@ T lexicalParse(std::string_view text) {
     if constexpr (std::is_same_v<T, ustring>) {
         return qf::i18n::to_ustring(std::string(text));
     } else {
-        typename ValueTraits<T>::Wide value{};
+        using Wide = typename ValueTraits<T>::Wide;
+        Wide value{};
         if (!parse(text, value)) {
-            boost::throw_exception(boost::bad_lexical_cast(typeid(std::string), typeid(T)));
+            boost::throw_exception(boost::bad_lexical_cast(typeid(std::string), typeid(Wide)));
         }
         return boost::numeric_cast<T>(value);
     }

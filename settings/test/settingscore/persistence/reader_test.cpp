@@ -233,6 +233,8 @@ TEST_F(Reader, findsItsSchemaBelowAHostRootWithBlanks) {
     auto const root = folder_.path() / "host \xc3\xa4 root";
     qbhost::setInstallPath(toUString(root));
     EXPECT_NE(refusal(fileText("")).find("settings.xsd"), std::string::npos);
+    writeFile(root / place, "<xs:schema xmlns:xs=\"http://www.w3.org/2001/XMLSchema\"/>");
+    EXPECT_NE(refusal(fileText("")).find("settings.xsd"), std::string::npos);
     writeFile(root / place, schema);
     EXPECT_EQ(refusal(fileText("")), "accepted");
     // Once read, it is kept.

@@ -4,9 +4,12 @@
 #include <memory>
 #include <mutex>
 
+#include <settingscore/host/I18n.hpp>
 #include <settingscore/persistence/xml/SettingsInputSource.hpp>
 #include <settingscore/persistence/xml/SettingsSaxErrorHandler.hpp>
+#include <settingscore/tree/FileWords.hpp>
 #include <xercesc/framework/XMLGrammarPoolImpl.hpp>
+#include <xercesc/sax/SAXException.hpp>
 #include <xercesc/sax2/SAX2XMLReader.hpp>
 #include <xercesc/sax2/XMLReaderFactory.hpp>
 #include <xercesc/validators/datatype/DatatypeValidator.hpp>
@@ -71,7 +74,13 @@ SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const&
         std::uint64_t bytes = 0;
         auto* const grammar = dynamic_cast<xercesc::SchemaGrammar*>(reader->loadGrammar(
             SettingsInputSource(schema, bytes), xercesc::Grammar::SchemaGrammarType, true));
-        if (grammar) completeGrammar(*grammar);
+        // Without it every good file would be refused, for as long as the process lives.
+        if (!grammar || qf::i18n::to_string(ustring(grammar->getTargetNamespace())) !=
+                            detail::settingsXMLNameSpace) {
+            throw xercesc::SAXException(
+                (schema.str() + u" is no schema of settings files").c_str());
+        }
+        completeGrammar(*grammar);
     }
     // Asked for before the pool is locked and hands out one that takes more names.
     xercesc::XMLStringPool const& names = *pool->getURIStringPool();
