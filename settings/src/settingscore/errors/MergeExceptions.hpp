@@ -35,7 +35,7 @@ public:
 class SETTINGSCORE_API CanOnlyMergeTreeNodeWithStandaloneNode : public InternalError,
                                                                 public detail::WithObjectInvolved {
 public:
-    /// `getObjectInvovled` gives the first node, the target; the other is only kept alive.
+    /// `getObjectInvovled` gives the first node, the source; the other is only kept alive.
     CanOnlyMergeTreeNodeWithStandaloneNode(NodePtr node, NodePtr other)
         : WithObjectInvolved(std::move(node)), other_(std::move(other)) {}
     char const* what() const noexcept override {

@@ -93,7 +93,7 @@ fs::path SettingsFile::userFile(ustring const& folder, std::string const& produc
 fs::path SettingsFile::getObjFilePathRoot(SettingsLevel const* level,
                                           boost::shared_ptr<SettingsImpl const> const& obj) {
     return getRootPathForLevel(
-        level, boost::dynamic_pointer_cast<SettingsImplRoot const>(obj->getParentImpl()));
+        level, boost::dynamic_pointer_cast<SettingsImplRoot const>(obj->getParent()));
 }
 
 fs::path SettingsFile::getSettingsFilePathForObj(SettingsLevel const* level,

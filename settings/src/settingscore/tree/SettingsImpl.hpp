@@ -289,7 +289,7 @@ public:
     boost::shared_ptr<SettingsImpl> clone() const;
     boost::shared_ptr<SettingsImpl> cloneSelf() const;
     /// Folds one parsed file into a copy of `target`; failures that a bad file can cause are
-    /// appended to `errors`. The first file of a product hands over its nodes.
+    /// appended to `errors`.
     static boost::shared_ptr<SettingsImpl> mergeSettingsObject(
         boost::shared_ptr<SettingsImpl> const& target, boost::shared_ptr<SettingsImpl> const& src,
         std::string const& levelName, bool* firstMergeDone, ustring& errors,
@@ -385,7 +385,12 @@ private:
                                   boost::shared_ptr<SettingsImpl const> const& src) const;
     void mergeIntoNode(detail::HeldLock const& lock, SettingsImpl const& src,
                        std::string const& levelName, bool defining, bool compareNames);
-    /// Makes of a parsed tree what folding it into an empty one would give.
+    /// Makes of the first file's parsed tree what folding it into the empty `target` would give,
+    /// and of its nodes those of the product. Throws what the fold would; the parsed tree is used
+    /// up.
+    static boost::shared_ptr<SettingsImpl> takeFirstFile(
+        SettingsImpl const& target, boost::shared_ptr<SettingsImpl> const& parsed,
+        SettingsLevel const& level);
     void settleOnLevel(SettingsLevel const& level);
     void mergeIntoLeafNode(detail::HeldLock const& lock, SettingsImpl const& src,
                            std::string const& levelName);

@@ -109,9 +109,13 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
             std::size_t const errorsBefore = errors.size();
             // Whatever a file can do wrong costs the contribution of that file alone.
             try {
-                if (auto const object = SettingsFile::loadSettingsObject(file)) {
+                auto const object = SettingsFile::loadSettingsObject(file);
+                if (object && firstMergeDone) {
                     merged = mergeSettingsObject(merged, object, level->levelName(),
                                                  &firstMergeDone, errors, file.str());
+                } else if (object) {
+                    merged = takeFirstFile(*merged, object, *level);
+                    firstMergeDone = true;
                 }
             } catch (exception::ErrorReadingSettingsData const& e) {
                 appendLine(errors, file.str(), e.getDetailErrorMsg());

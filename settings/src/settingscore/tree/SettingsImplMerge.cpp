@@ -263,6 +263,10 @@ void SettingsImpl::settleOnLevel(SettingsLevel const& level) {
         return;
     }
     children_.clear();  // Keys inside keys are not taken over.
+    if (auto& sizes = rules_.valueArraySizeValidator_) {
+        // As in a copy, whose rule outlives the node that it names.
+        sizes = ValueArraySizeValidator(sizes->maxArrSize(), sizes->minArrSize());
+    }
     if (!isVoidRuntimeDefault(runTimeDefault_.get())) {
         detail::setBelongingLevel(runTimeDefault_.edit(), level.levelName());
     }
@@ -274,6 +278,16 @@ void SettingsImpl::settleOnLevel(SettingsLevel const& level) {
     levelValues_.put(level.position(), value);
 }
 
+boost::shared_ptr<SettingsImpl> SettingsImpl::takeFirstFile(
+    SettingsImpl const& target, boost::shared_ptr<SettingsImpl> const& parsed,
+    SettingsLevel const& level) {
+    boost::shared_mutex privateMutex;
+    boost::upgrade_lock<boost::shared_mutex> const lock(privateMutex);
+    target.cloneSelf()->mergePreCheck(lock, *parsed, true, false, true);
+    parsed->settleOnLevel(level);
+    return parsed;
+}
+
 boost::shared_ptr<SettingsImpl> SettingsImpl::mergeSettingsObject(
     boost::shared_ptr<SettingsImpl> const& target, boost::shared_ptr<SettingsImpl> const& src,
     std::string const& levelName, bool* firstMergeDone, ustring& errors, ustring const& fileName) {
@@ -283,14 +297,8 @@ boost::shared_ptr<SettingsImpl> SettingsImpl::mergeSettingsObject(
     boost::shared_mutex privateMutex;
     boost::upgrade_lock<boost::shared_mutex> const lock(privateMutex);
     try {
-        if (*firstMergeDone) {
-            result->mergeIntoNode(lock, *src, levelName, false, true);
-        } else {
-            result->mergePreCheck(lock, *src, true, false, true);
-            src->settleOnLevel(*SettingsLevelManager::findLevel(levelName));
-            result = src;
-            *firstMergeDone = true;
-        }
+        result->mergeIntoNode(lock, *src, levelName, !*firstMergeDone, true);
+        *firstMergeDone = true;
     } catch (qf::except::IMsgIDException const& e) {
         result = target;
         errors += fileName + u'\t' + e.GetUnicodeMessageTxt() + u'\n';
