@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <charconv>
 #include <chrono>
@@ -44,6 +45,9 @@ char* print(char* to, char* end, Number value) {
     return std::to_chars(to, end, value, 16).ptr;
 }
 
+/// Long enough for both parts.
+using IdText = std::array<char, 2 * (2 + 16)>;
+
 }  // namespace
 
 IDType::IDType() {
@@ -53,9 +57,19 @@ IDType::IDType() {
 }
 
 std::string IDType::toString() const {
-    char text[32];
-    char* const middle = print(text, std::end(text), high_);
-    return std::string(text, print(middle, std::end(text), low_));
+    IdText text;
+    char* const end = text.data() + text.size();
+    return std::string(text.data(), print(print(text.data(), end, high_), end, low_));
+}
+
+void IDType::appendTo(qf::ustring& text) const {
+    IdText id;
+    char* const end = id.data() + id.size();
+    auto const length =
+        static_cast<std::size_t>(print(print(id.data(), end, high_), end, low_) - id.data());
+    std::size_t const before = text.size();
+    text.resize(before + length);
+    std::copy_n(id.data(), length, text.begin() + static_cast<std::ptrdiff_t>(before));
 }
 
 }  // namespace corebus::msg_svc::exchange

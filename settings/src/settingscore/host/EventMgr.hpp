@@ -25,6 +25,8 @@ public:
     IDType();
     /// Both parts in hexadecimal with the base prefix, with nothing between them.
     std::string toString() const;
+    /// Appends what `toString` gives.
+    void appendTo(qf::ustring& text) const;
     /// @{
     /// Compares both parts.
     friend bool operator==(IDType const& a, IDType const& b) {

@@ -274,9 +274,21 @@ boost::shared_ptr<Settings> SettingsImpl::getSettingsByFullName(std::string cons
 boost::shared_ptr<Settings> SettingsImpl::getSettingsByPathVec(
     std::vector<std::string> const& path) const {
     if (path.empty()) return {};
-    boost::shared_ptr<SettingsImpl const> const start =
-        isSettingsTreeRoot() ? getChildImpl(path.front()) : getTopLevelNode();
-    if (!start) return {};
+    if (isSettingsTreeRoot()) loadIfNotInitializedYet();
+    boost::shared_ptr<SettingsImpl const> start;
+    {
+        SharedTreeLock const lock;
+        if (isSettingsTreeRoot()) {
+            SettingsImpl const* const product = findChild(path.front());
+            if (!product) return {};
+            if (!product->loadOnce_.isDone()) start = product->sharedThis();
+        } else {
+            start = getTopLevelNodeWithLock(lock);
+        }
+        if (!start || start->loadOnce_.isDone()) {
+            return getSettingsByRelativeNameWithLock(lock, path.begin(), path.end());
+        }
+    }
     start->loadIfNotInitializedYet();
     SharedTreeLock const lock;
     return getSettingsByRelativeNameWithLock(lock, path.begin(), path.end());

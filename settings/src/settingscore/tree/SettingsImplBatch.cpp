@@ -36,7 +36,7 @@ BatchErrors SettingsImpl::multipleSetImpl(NodeValue* first, NodeValue* last,
     multipleValidateWithLock(lock, first, last, rethrow, errors);
     if (!errors.empty()) return errors;
     for (; first != last; ++first) {
-        auto* const node = dynamic_cast<SettingsImpl*>(first->first.get());
+        auto* const node = static_cast<SettingsImpl*>(first->first.get());  // As was checked.
         Stored stored{false, false};
         try {
             stored = node->storeAnyValueWithLock(lock.get(), first->second, settingsLevel);

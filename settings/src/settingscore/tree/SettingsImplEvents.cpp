@@ -10,17 +10,18 @@ using detail::HeldLock;
 
 namespace {
 constexpr std::size_t usualDepth = 8;
-}
+constexpr std::size_t usualIdLength = 28;
+}  // namespace
 
 template <class Event>
 ustring SettingsImpl::createEventIdentifier(HeldLock const&) const {
     // Never destroyed: threads may still set values while the process ends.
     static ustring const& tag = *new ustring(Event::typeTag());
-    std::string const id = nodeEventId_.toString();
     ustring identifier;
-    identifier.reserve(tag.size() + id.size());
-    // The id is ASCII.
-    return identifier.append(tag).append(id.begin(), id.end());
+    identifier.reserve(tag.size() + usualIdLength);
+    identifier += tag;
+    nodeEventId_.appendTo(identifier);
+    return identifier;
 }
 
 template <class Event>

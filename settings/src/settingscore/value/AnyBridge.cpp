@@ -1,5 +1,7 @@
 #include <settingscore/value/AnyBridge.hpp>
 
+#include <array>
+#include <cstdint>
 #include <iterator>
 
 namespace settingscore::boostany {
@@ -12,6 +14,37 @@ std::type_info const* const typesByIndex[] = {&typeid(void) SETTINGSCORE_ELEMENT
 #undef SETTINGSCORE_SCALAR
 #undef SETTINGSCORE_ARRAY
 static_assert(std::size(typesByIndex) == supportedTypeCount);
+
+/// The indices of the types by where their descriptors lie, so that most are found at once.
+class TypesByAddress {
+public:
+    TypesByAddress() {
+        for (unsigned long index = 0; index < supportedTypeCount; ++index) {
+            std::size_t slot = slotOf(typesByIndex[index]);
+            while (slots_[slot].type)
+                slot = (slot + 1) % slotCount;
+            slots_[slot] = {typesByIndex[index], index};
+        }
+    }
+    /// `supportedTypeCount` if none lies there.
+    unsigned long find(std::type_info const* type) const {
+        for (std::size_t slot = slotOf(type); slots_[slot].type; slot = (slot + 1) % slotCount) {
+            if (slots_[slot].type == type) return slots_[slot].index;
+        }
+        return supportedTypeCount;
+    }
+
+private:
+    struct Slot {
+        std::type_info const* type = nullptr;
+        unsigned long index = 0;
+    };
+    static constexpr std::size_t slotCount = 128;
+    static std::size_t slotOf(std::type_info const* type) {
+        return reinterpret_cast<std::uintptr_t>(type) / alignof(std::type_info) % slotCount;
+    }
+    std::array<Slot, slotCount> slots_;
+};
 
 /// Compares what it is given with a value of the same type.
 struct EqualTo {
@@ -45,9 +78,9 @@ void detail::assertIfTypeNotExported(std::type_info const&) {}
 unsigned long detail::typeIndexOf(std::type_info const& type) noexcept {
     // A type has one descriptor per library at most, and mostly one in the process: the address
     // finds it without a look at its name.
-    for (unsigned long index = 0; index < supportedTypeCount; ++index) {
-        if (typesByIndex[index] == &type) return index;
-    }
+    static auto const& known = *new TypesByAddress;
+    unsigned long const found = known.find(&type);
+    if (found != supportedTypeCount) return found;
     for (unsigned long index = 0; index < supportedTypeCount; ++index) {
         if (*typesByIndex[index] == type) return index;
     }
