@@ -45,8 +45,8 @@ char* print(char* to, char* end, Number value) {
     return std::to_chars(to, end, value, 16).ptr;
 }
 
-/// Long enough for both parts.
-using IdText = std::array<char, 2 * (2 + 16)>;
+/// Two prefixes and twice 16 digits.
+using IdText = std::array<char, 36>;
 
 }  // namespace
 

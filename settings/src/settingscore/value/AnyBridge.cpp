@@ -78,7 +78,7 @@ void detail::assertIfTypeNotExported(std::type_info const&) {}
 unsigned long detail::typeIndexOf(std::type_info const& type) noexcept {
     // A type has one descriptor per library at most, and mostly one in the process: the address
     // finds it without a look at its name.
-    static auto const& known = *new TypesByAddress;
+    static TypesByAddress const known;  // Has nothing to destroy.
     unsigned long const found = known.find(&type);
     if (found != supportedTypeCount) return found;
     for (unsigned long index = 0; index < supportedTypeCount; ++index) {
