@@ -12,7 +12,7 @@
 
 int main(int argc, char** argv) {
     // Interleaved, so that what disturbs the machine disturbs both sides of a ratio.
-    std::vector<std::string> words{argv[0], "--benchmark_repetitions=7",
+    std::vector<std::string> words{argv[0], "--benchmark_repetitions=15",
                                    "--benchmark_enable_random_interleaving=true",
                                    "--benchmark_min_time=0.05"};
     std::string jsonFile;
