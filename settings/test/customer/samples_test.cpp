@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/TempFolder.hpp"
+#include <support/TempFolder.hpp>
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <settingscore/host/Filesystem.hpp>
 
-#include "../support/TempFolder.hpp"
+#include <support/TempFolder.hpp>
 
 namespace {
 

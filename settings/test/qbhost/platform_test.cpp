@@ -10,8 +10,8 @@
 #include <settingscore/host/Platform.hpp>
 #include <settingscore/host/UOStream.hpp>
 
-#include "../support/CommaLocale.hpp"
-#include "../support/TempFolder.hpp"
+#include <support/CommaLocale.hpp>
+#include <support/TempFolder.hpp>
 
 namespace {
 

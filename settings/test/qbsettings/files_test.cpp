@@ -1,6 +1,6 @@
 // Files of the user's choice, and files that cannot be read: export, import, make-factory, check.
 
-#include "ProgramWorld.hpp"
+#include <support/ProgramWorld.hpp>
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "ProgramWorld.hpp"
+#include <support/ProgramWorld.hpp>
 
 namespace {
 

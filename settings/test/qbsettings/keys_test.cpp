@@ -1,6 +1,6 @@
 // Keys shown and changed, one and many at once.
 
-#include "ProgramWorld.hpp"
+#include <support/ProgramWorld.hpp>
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The command line: names, help, wrong usage, places, JSON.
 
-#include "ProgramWorld.hpp"
+#include <support/ProgramWorld.hpp>
 
 namespace {
 

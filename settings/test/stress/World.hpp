@@ -11,8 +11,8 @@
 #include <settingscore/rules/JValidator.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 
-#include "../support/SettingsXml.hpp"
-#include "../support/TempFolder.hpp"
+#include <support/SettingsXml.hpp>
+#include <support/TempFolder.hpp>
 
 namespace qbstress {
 

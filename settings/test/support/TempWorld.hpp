@@ -5,8 +5,8 @@
 #include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
-#include "SettingsXml.hpp"
-#include "TempFolder.hpp"
+#include <support/SettingsXml.hpp>
+#include <support/TempFolder.hpp>
 
 namespace qbtest {
 

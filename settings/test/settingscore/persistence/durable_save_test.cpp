@@ -7,7 +7,7 @@
 #include <csignal>
 
 #include <settingscore/persistence/DurableSaving.hpp>
-#include <settingscore/tree/ProductWorld.hpp>
+#include <support/ProductWorld.hpp>
 
 // The calls that bring bytes and names to the disk go through this file, so that they can be seen
 // and made to fail; where nobody watches they do what they always do.

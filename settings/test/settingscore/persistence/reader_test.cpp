@@ -8,7 +8,7 @@
 #include <xercesc/sax/SAXException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "roundtrip_support.hpp"
+#include <support/RoundTrip.hpp>
 
 namespace {
 

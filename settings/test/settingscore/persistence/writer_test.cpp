@@ -8,7 +8,7 @@
 #include <settingscore/roots/SettingsContext.hpp>
 #include <support/CommaLocale.hpp>
 
-#include "roundtrip_support.hpp"
+#include <support/RoundTrip.hpp>
 
 using namespace qbtest;
 

@@ -6,7 +6,7 @@
 #include <settingscore/prefdir/PreferencesDirectory.hpp>
 #include <settingscore/prefdir/ReleaseMigration.hpp>
 #include <settingscore/roots/SettingsRootDirQuerier.hpp>
-#include <settingscore/tree/ProductWorld.hpp>
+#include <support/ProductWorld.hpp>
 
 namespace messages = ZENBAR::settings::core;
 using namespace settings::core;

@@ -1,5 +1,5 @@
 #include <settingscore/roots/ConcurrentTBBHashMap.hpp>
-#include <settingscore/tree/TreeWorld.hpp>
+#include <support/TreeWorld.hpp>
 
 using namespace qbtest;
 

@@ -1,7 +1,7 @@
 #include <settingscore/persistence/SettingsLevelManager.hpp>
 #include <settingscore/roots/SettingsContext.hpp>
 #include <settingscore/roots/SettingsRootStateMgr.hpp>
-#include <settingscore/tree/ProductWorld.hpp>
+#include <support/ProductWorld.hpp>
 
 using namespace qbtest;
 

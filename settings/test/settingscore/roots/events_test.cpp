@@ -1,7 +1,7 @@
 #include <queue>
 
 #include <settingscore/roots/SettingsContext.hpp>
-#include <settingscore/tree/ProductWorld.hpp>
+#include <support/ProductWorld.hpp>
 
 using namespace qbtest;
 

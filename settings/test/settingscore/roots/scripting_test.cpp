@@ -1,4 +1,4 @@
-#include <settingscore/tree/ProductWorld.hpp>
+#include <support/ProductWorld.hpp>
 
 using namespace qbtest;
 

@@ -2,7 +2,7 @@
 #include <settingscore/host/Platform.hpp>
 #include <settingscore/rules/CFunctionInvoker.hpp>
 #include <settingscore/rules/JavaValidation.hpp>
-#include <settingscore/tree/TreeWorld.hpp>
+#include <support/TreeWorld.hpp>
 
 using namespace qbtest;
 using testing::HasSubstr;

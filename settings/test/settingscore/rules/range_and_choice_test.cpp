@@ -2,7 +2,7 @@
 
 #include <support/CommaLocale.hpp>
 
-#include "RulesWorld.hpp"
+#include <support/RulesWorld.hpp>
 
 using namespace qbtest;
 

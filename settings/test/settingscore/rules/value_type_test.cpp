@@ -1,4 +1,4 @@
-#include "RulesWorld.hpp"
+#include <support/RulesWorld.hpp>
 
 using namespace qbtest;
 using settingscore::boostany::isEqual;

@@ -1,7 +1,7 @@
 #include <settingscore/host/Filesystem.hpp>
 #include <support/CommaLocale.hpp>
 
-#include "TreeWorld.hpp"
+#include <support/TreeWorld.hpp>
 
 using namespace qbtest;
 

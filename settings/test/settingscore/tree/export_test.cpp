@@ -1,6 +1,6 @@
 #include <regex>
 
-#include "ProductWorld.hpp"
+#include <support/ProductWorld.hpp>
 
 using namespace qbtest;
 

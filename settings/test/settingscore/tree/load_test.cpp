@@ -1,6 +1,6 @@
 #include <settingscore/roots/SettingsContext.hpp>
 
-#include "ProductWorld.hpp"
+#include <support/ProductWorld.hpp>
 
 using namespace qbtest;
 using exception::ErrorReadingSettingsData;

@@ -1,4 +1,4 @@
-#include "ProductWorld.hpp"
+#include <support/ProductWorld.hpp>
 
 using namespace qbtest;
 

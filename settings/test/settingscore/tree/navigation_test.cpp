@@ -1,4 +1,4 @@
-#include "TreeWorld.hpp"
+#include <support/TreeWorld.hpp>
 
 using namespace qbtest;
 

@@ -3,7 +3,7 @@
 #include <sstream>
 
 #include <settingscore/persistence/xml/SettingsXMLReader.hpp>
-#include <settingscore/tree/ProductWorld.hpp>
+#include <support/ProductWorld.hpp>
 
 /// Between texts of settings files and standalone trees.
 namespace qbtest {

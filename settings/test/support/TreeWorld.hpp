@@ -11,8 +11,8 @@
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 #include <settingscore/roots/SettingsEvent.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
-#include <settingscore/rules/RulesWorld.hpp>
 #include <settingscore/tree/SettingsSaving.hpp>
+#include <support/RulesWorld.hpp>
 #include <support/TempWorld.hpp>
 
 namespace qbtest {

@@ -2,7 +2,7 @@
 
 #include <settingscore/host/Filesystem.hpp>
 
-#include "TreeWorld.hpp"
+#include <support/TreeWorld.hpp>
 
 /// A world with products on disk, and short words for what tests of whole trees do.
 namespace qbtest {
