@@ -27,7 +27,11 @@ option(QBSETTINGS_PCH "Precompile the heavy headers of other libraries" ${PROJEC
 # build proves, as it has none.
 function(qb_precompile target)
   if(QBSETTINGS_PCH)
-    target_precompile_headers(${target} PRIVATE ${ARGN})
+    if(ARGV1 STREQUAL "REUSE_FROM")
+      target_precompile_headers(${target} REUSE_FROM ${ARGV2})
+    else()
+      target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
   endif()
 endfunction()
 set(QB_HEAVY_HEADERS <boost/any.hpp> <boost/function.hpp> <boost/make_shared.hpp> <boost/optional.hpp>

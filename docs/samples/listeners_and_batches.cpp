@@ -1,7 +1,7 @@
 #include <iostream>
 #include <map>
 
-#include <settingscore/roots/SettingsEvent.hpp>
+#include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 #include <settingscore/value/MakeAny.hpp>
 

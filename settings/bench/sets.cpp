@@ -2,7 +2,7 @@
 
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/shared_mutex.hpp>
-#include <settingscore/roots/SettingsEvent.hpp>
+#include <settingscore/tree/SettingsEvent.hpp>
 
 #include "Sizes.hpp"
 #include "Table.hpp"

@@ -9,7 +9,7 @@
 #include <qbhost/QbHost.hpp>
 #include <settingscore/errors/FunctionExceptions.hpp>
 #include <settingscore/errors/ValueExceptions.hpp>
-#include <settingscore/roots/SettingsEvent.hpp>
+#include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 #include <settingscore/value/Get.hpp>
 #include <settingscore/value/MakeAny.hpp>

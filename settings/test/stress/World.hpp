@@ -7,8 +7,8 @@
 #include <qbhost/QbHost.hpp>
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/errors/SettingsException.hpp>
-#include <settingscore/roots/SettingsEvent.hpp>
 #include <settingscore/rules/JValidator.hpp>
+#include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 
 #include <support/SettingsXml.hpp>

@@ -7,10 +7,10 @@
 #include <utility>
 
 #include <unistd.h>
-#include <settingscore/persistence/SettingsLevel.hpp>
+#include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
-#include <settingscore/roots/SettingsEvent.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
+#include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/SettingsSaving.hpp>
 #include <support/RulesWorld.hpp>
 #include <support/TempWorld.hpp>

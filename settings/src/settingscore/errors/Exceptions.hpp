@@ -3,9 +3,9 @@
 /// All errors of the library.
 #include <settingscore/errors/FileExceptions.hpp>
 #include <settingscore/errors/FunctionExceptions.hpp>
+#include <settingscore/errors/HostExceptions.hpp>
 #include <settingscore/errors/MergeExceptions.hpp>
 #include <settingscore/errors/MessageIds.hpp>
-#include <settingscore/errors/ReservedExceptions.hpp>
 #include <settingscore/errors/SettingsException.hpp>
 #include <settingscore/errors/TreeExceptions.hpp>
 #include <settingscore/errors/ValidationException.hpp>

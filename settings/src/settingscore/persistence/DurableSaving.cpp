@@ -5,8 +5,8 @@
 
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
-#include <settingscore/persistence/SettingsLevel.hpp>
 #include <settingscore/persistence/UnreadFiles.hpp>
 #include <settingscore/persistence/writer/FileContent.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
@@ -39,11 +39,11 @@ auto telling(Node const& node, fs::path const& file, Step const& step) {
 // --- The temporary file -----------------------------------------------------------------------
 
 void writeWhole(SettingsLevel const* level, Node const& product, SaveSettingsFunctor const& functor,
-                fs::path const& temporary) {
+                fs::path temporary) {
     // The temporary folder stands beside the file that is to be replaced.
     fs::path const real =
         temporary.parent_path().parent_path() /
-        fs::path(qf::i18n::to_ustring(product->nameWithLock() + detail::settingsExtension));
+        fs::path(qf::i18n::to_ustring(product->getName() + detail::settingsExtension));
     if (UnwritableContent const found = findUnwritable(functor, product, level->levelName())) {
         fail(found.node, real, EILSEQ, found.reason);
     }
@@ -95,7 +95,7 @@ void syncFolders(fs::path folder, bool fileIsNew) {
 
 /// Other than the default's, its failure is none of the file layer, so that the save does not try
 /// again with the old file out of the way, where nothing would bring it back.
-void renameDurably(fs::path const& temporary, fs::path const& real) {
+void renameDurably(fs::path temporary, fs::path real) {
     telling({}, real, [&] {
         fs::path const folder = real.parent_path();
         bool const isNew = !fs::exists(real);

@@ -3,21 +3,21 @@
 #include <settingscore/persistence/SettingsFile.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <set>
 
 #include <settingscore/host/I18n.hpp>
-#include <settingscore/persistence/SettingsLevel.hpp>
-#include <settingscore/persistence/SettingsLevelManager.hpp>
+#include <settingscore/levels/SettingsLevel.hpp>
+#include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/persistence/xml/SettingsXMLReader.hpp>
-#include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/tree/AsciiCase.hpp>
 #include <settingscore/tree/FileWords.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/tree/TreeRoot.hpp>
 
 namespace settings::core {
 
 namespace fs = qf::filesystem;
-using Root = boost::shared_ptr<SettingsImplRoot const>;
+using Root = boost::shared_ptr<TreeRoot const>;
 
 namespace {
 
@@ -28,6 +28,8 @@ ustring const& extension() {
     static auto const& text = *new ustring(qf::i18n::to_ustring(detail::settingsExtension));
     return text;
 }
+
+std::atomic<SettingsFile::DirectoryFunc> directoryFunc{nullptr};
 
 bool isAsciiLetter(char16_t c) { return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z'); }
 
@@ -78,12 +80,11 @@ bool IsASettingsDirectoryWithSubDir::operator()(fs::upath_directory_entry const&
 
 // --- Places ---------------------------------------------------------------------------------
 
+void SettingsFile::setDirectoryFunc(DirectoryFunc function) { directoryFunc = function; }
+
 ustring SettingsFile::getRootPathForLevel(SettingsLevel const* level, Root const& root) {
-    if (!root) return ustring();
-    if (level->isFactoryLevel()) return root->getFactoryDir();
-    if (level->isWorkgroupLevel()) return root->getWrkgrpDir();
-    if (level->isUserLevel()) return root->getUserDir();
-    return ustring();
+    DirectoryFunc const directoryOf = directoryFunc;
+    return root && directoryOf ? directoryOf(*level, *root) : ustring();
 }
 
 fs::path SettingsFile::userFile(ustring const& folder, std::string const& product) {
@@ -92,8 +93,8 @@ fs::path SettingsFile::userFile(ustring const& folder, std::string const& produc
 
 fs::path SettingsFile::getObjFilePathRoot(SettingsLevel const* level,
                                           boost::shared_ptr<SettingsImpl const> const& obj) {
-    return getRootPathForLevel(
-        level, boost::dynamic_pointer_cast<SettingsImplRoot const>(obj->getParent()));
+    return getRootPathForLevel(level,
+                               boost::dynamic_pointer_cast<TreeRoot const>(obj->getParent()));
 }
 
 fs::path SettingsFile::getSettingsFilePathForObj(SettingsLevel const* level,
@@ -144,11 +145,6 @@ std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(Root const& root
     return {names.begin(), names.end()};
 }
 
-std::vector<std::string> SettingsFile::getSettingsTopLevelNodesForZcrId0Root(
-    SettingsLevel const* level) {
-    return getSettingsTopLevelNodes(level, SettingsImpl::getSettingsImplRoot(BlessedZcrID));
-}
-
 std::vector<fs::path> SettingsFile::getAllSettingsFileForProduct(std::string const& product,
                                                                  SettingsLevel const* level,
                                                                  Root const& root) {
@@ -162,12 +158,6 @@ std::vector<fs::path> SettingsFile::getAllSettingsFileForProduct(std::string con
     fs::path const file = userFile(rootPath, product);
     if (!fs::exists(file)) return {};
     return {file};
-}
-
-std::vector<fs::path> SettingsFile::getAllSettingsFileForProductForZcrId0Root(
-    std::string const& product, SettingsLevel const* level) {
-    return getAllSettingsFileForProduct(product, level,
-                                        SettingsImpl::getSettingsImplRoot(BlessedZcrID));
 }
 
 boost::shared_ptr<SettingsImpl> SettingsFile::loadSettingsObject(fs::path const& path) {

@@ -11,8 +11,8 @@ namespace settings::core {
 
 class SaveSettingsFunctor;
 class SettingsImpl;
-class SettingsImplRoot;
 class SettingsLevel;
+class TreeRoot;
 
 /// True for a regular file with the extension ".settings", in exactly this spelling.
 struct IsASettingsFile {
@@ -41,10 +41,12 @@ struct IsASettingsDirectoryWithSubDir {
 class SettingsFile {
 public:
     using Path = qf::filesystem::path;
-    using RenameFunc = void (*)(Path const& from, Path const& to);
+    using RenameFunc = void (*)(Path from, Path to);
     using SaveToFileFunc = void (*)(SettingsLevel const*,
                                     boost::shared_ptr<SettingsImpl const> const&,
-                                    SaveSettingsFunctor const&, Path const&);
+                                    SaveSettingsFunctor const&, Path);
+    /// Gives the directory of a level for a tree.
+    using DirectoryFunc = ustring (*)(SettingsLevel const&, TreeRoot const&);
     /// Why a save ends without an error and without having tried to replace the file.
     enum class GivenUp { noTemporaryFolder, noWritePermission };
     using GivenUpFunc = void (*)(GivenUp, SettingsLevel const*,
@@ -58,10 +60,12 @@ public:
     static void setSaveToFileFunc(SaveToFileFunc function);
     /// Called when a save gives up. What it throws reaches the caller of the save.
     static void setGivenUpFunc(GivenUpFunc function);
+    /// For the library: puts in who knows the directories. Without it there are none.
+    static void setDirectoryFunc(DirectoryFunc function);
 
     /// Directory of the level for a root; empty for a level without files and for a null root.
     static ustring getRootPathForLevel(SettingsLevel const* level,
-                                       boost::shared_ptr<SettingsImplRoot const> const& root);
+                                       boost::shared_ptr<TreeRoot const> const& root);
     /// Same for the root that is the parent of the product `obj`.
     static Path getObjFilePathRoot(SettingsLevel const* level,
                                    boost::shared_ptr<SettingsImpl const> const& obj);
@@ -72,19 +76,22 @@ public:
     static std::vector<Path> getSettingsFileList(Path const& folder);
     /// Names of the products found at one level; empty if the directory can't be read.
     static std::vector<std::string> getSettingsTopLevelNodes(
-        SettingsLevel const* level, boost::shared_ptr<SettingsImplRoot const> const& root);
+        SettingsLevel const* level, boost::shared_ptr<TreeRoot const> const& root);
     /// Names of the products of all levels, sorted without regard to case; of spellings that differ
     /// in case alone the factory's stays.
     static std::vector<std::string> getSettingsTopLevelNodes(
-        boost::shared_ptr<SettingsImplRoot const> const& root);
-    static std::vector<std::string> getSettingsTopLevelNodesForZcrId0Root(
-        SettingsLevel const* level);
+        boost::shared_ptr<TreeRoot const> const& root);
     /// Files to load for a product at a level, in the order in which they are merged.
     static std::vector<Path> getAllSettingsFileForProduct(
         std::string const& product, SettingsLevel const* level,
-        boost::shared_ptr<SettingsImplRoot const> const& root);
+        boost::shared_ptr<TreeRoot const> const& root);
+    /// @{
+    /// For the root of the blessed instance; in roots/SettingsOfRoots.cpp.
+    static std::vector<std::string> getSettingsTopLevelNodesForZcrId0Root(
+        SettingsLevel const* level);
     static std::vector<Path> getAllSettingsFileForProductForZcrId0Root(std::string const& product,
                                                                        SettingsLevel const* level);
+    /// @}
     /// False if the file exists and can't be opened for appending, or is none that could be.
     static bool checkWritePermission(SettingsLevel const* level,
                                      boost::shared_ptr<SettingsImpl const> const& obj);
@@ -110,8 +117,8 @@ public:
     /// Writes the file; a failure to write reports nothing.
     static void saveToFile(SettingsLevel const* level,
                            boost::shared_ptr<SettingsImpl const> const& obj,
-                           SaveSettingsFunctor const& functor, Path const& path);
-    static void renameExistingFile(Path const& from, Path const& to);
+                           SaveSettingsFunctor const& functor, Path path);
+    static void renameExistingFile(Path from, Path to);
     /// Does nothing.
     static void giveUpInSilence(GivenUp why, SettingsLevel const* level,
                                 boost::shared_ptr<SettingsImpl const> const& product,

@@ -13,13 +13,13 @@
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/host/Log.hpp>
 #include <settingscore/host/ScopeGuard.hpp>
+#include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
-#include <settingscore/persistence/SettingsLevel.hpp>
 #include <settingscore/persistence/UnreadFiles.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
-#include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/tree/FileWords.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/tree/NodeView.hpp>
+#include <settingscore/tree/TreeRoot.hpp>
 
 namespace settings::core {
 
@@ -68,7 +68,7 @@ void SettingsFile::setRenameBackupFileFunc(RenameFunc function) {
 void SettingsFile::setSaveToFileFunc(SaveToFileFunc function) { saveToFileFunc_ = function; }
 void SettingsFile::setGivenUpFunc(GivenUpFunc function) { givenUpFunc_ = function; }
 
-void SettingsFile::renameExistingFile(Path const& from, Path const& to) { fs::rename(from, to); }
+void SettingsFile::renameExistingFile(Path from, Path to) { fs::rename(from, to); }
 
 void SettingsFile::giveUpInSilence(GivenUp, SettingsLevel const*,
                                    boost::shared_ptr<SettingsImpl const> const&, Path const&) {}
@@ -81,20 +81,20 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
         throw exception::CantModifyValuesOnReadOnlyLevel(obj, level->levelName());
     }
     if (!obj) return;
-    auto const top = obj->getTopLevelNodeWithLock(functor.lock());
-    logSave(top->nameWithLock(), level->levelName());
+    auto const top = detail::NodeView(*obj, functor.lock()).topLevel();
+    std::string const name = top->getName();
+    logSave(name, level->levelName());
     // The files belong to the root that the instance hands out; one that it has let go, or one
     // without directories, saves nothing.
-    auto const root = boost::dynamic_pointer_cast<SettingsImplRoot const>(top->getParentImpl());
+    auto const root = boost::dynamic_pointer_cast<TreeRoot const>(top->getParentImpl());
     if (!root || !root->isInUse()) return;
     // Asked for once: the instance's directories can change while the save runs.
     Path const rootPath = getRootPathForLevel(level, root);
     if (rootPath.empty()) return;
-    Path const realPath = userFile(rootPath.str(), top->nameWithLock());
+    Path const realPath = userFile(rootPath.str(), name);
     try {
         Path const tempDir = makeTempDirectory(rootPath);
-        ustring const fileName =
-            qf::i18n::to_ustring(top->nameWithLock() + detail::settingsExtension);
+        ustring const fileName = qf::i18n::to_ustring(name + detail::settingsExtension);
         Path const tmpPath = tempDir / Path(fileName + u".tmp");
         Path const previousPath = tempDir / Path(fileName + u".previous");
         qf::util::scope_guard const cleanUp([&] {
@@ -172,7 +172,7 @@ void SettingsFile::replaceRealFile(Path const& tmpPath, Path const& realPath,
 
 void SettingsFile::saveToFile(SettingsLevel const* level,
                               boost::shared_ptr<SettingsImpl const> const& obj,
-                              SaveSettingsFunctor const& functor, Path const& path) {
+                              SaveSettingsFunctor const& functor, Path path) {
     fs::basic_ofstream stream(path);
     functor(obj, stream, level->levelName());
     stream.close();  // A failure stays in the stream's state, which nobody looks at.

@@ -7,21 +7,20 @@
 #include <settingscore/errors/MessageIds.hpp>
 #include <settingscore/host/Platform.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
-#include <settingscore/roots/SettingsEvent.hpp>
 #include <settingscore/roots/SettingsRootStateMgr.hpp>
+#include <settingscore/roots/Wiring.hpp>
+#include <settingscore/tree/SettingsEvent.hpp>
 
 namespace settings::core {
 
-namespace {
-std::atomic<int> enabledQueues{0};
-}
-
 SettingsImplRoot::SettingsImplRoot(ZcrID const& id,
                                    boost::weak_ptr<SettingsRootStateMgr> const& stateMgr)
-    : SettingsImpl("root", false, true), zcrID_(id), stateMgr_(stateMgr) {}
+    : TreeRoot("root", false, true), zcrID_(id), stateMgr_(stateMgr) {
+    detail::connectLayers();
+}
 
 SettingsImplRoot::~SettingsImplRoot() {
-    if (eventQueueEnabled_) --enabledQueues;
+    if (eventQueueEnabled_) countQueue(false);
 }
 
 void SettingsImplRoot::buildSettingsTree() {
@@ -35,7 +34,7 @@ void SettingsImplRoot::buildSettingsTree() {
 // --- Events ---------------------------------------------------------------------------------
 
 void SettingsImplRoot::enableEventQueue(bool enable) {
-    if (eventQueueEnabled_.exchange(enable) != enable) enabledQueues += enable ? 1 : -1;
+    if (eventQueueEnabled_.exchange(enable) != enable) countQueue(enable);
 }
 
 void SettingsImplRoot::getEventQueue(EventQueue& queue) {
@@ -60,10 +59,6 @@ void SettingsImplRoot::broadcastEvent(boost::shared_ptr<SettingsEvent const> con
 
 bool SettingsImplRoot::hasAudience() const {
     return queueEnabled() || zbutil::eventmgr::createLocalEventMgr()->hasSubscriptions();
-}
-
-bool SettingsImplRoot::isAnyAudience() {
-    return enabledQueues > 0 || zbutil::eventmgr::createLocalEventMgr()->hasSubscriptions();
 }
 
 // --- Directories ----------------------------------------------------------------------------

@@ -7,7 +7,7 @@
 #include <boost/thread/mutex.hpp>
 #include <boost/weak_ptr.hpp>
 #include <settingscore/host/ContextMgr.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/tree/TreeRoot.hpp>
 
 namespace settings::core {
 
@@ -19,7 +19,7 @@ class SettingsRootStateMgr;
 /// A root that its instance has let go (`isInUse` is false) works on in memory for whoever holds
 /// it: nothing is saved, and its events are dropped. As long as the instance's manager lives, which
 /// is not so after the end of all instances, products can still be read from their files.
-class SettingsImplRoot : public SettingsImpl {
+class SettingsImplRoot : public TreeRoot {
 public:
     using EventQueue = std::queue<boost::shared_ptr<SettingsEvent const>>;
 
@@ -40,16 +40,9 @@ public:
     void getEventQueue(EventQueue& queue);
     /// Drops the event if the root is not in use: it could hold the very root that holds it.
     void enqueue(boost::shared_ptr<SettingsEvent const> const& event) const;
-    /// Queues the event if that is enabled, and in any case delivers it to the listeners. What a
-    /// listener throws goes on to the caller.
-    void broadcastEvent(boost::shared_ptr<SettingsEvent const> const& event) const;
-    /// False if an event would reach nobody, so that none need be made.
-    bool hasAudience() const;
-    /// False if no event of any root would reach anybody.
-    static bool isAnyAudience();
-
-    /// True while this is the root that the instance hands out.
-    bool isInUse() const;
+    void broadcastEvent(boost::shared_ptr<SettingsEvent const> const& event) const override;
+    bool hasAudience() const override;
+    bool isInUse() const override;
     /// Directories of the levels; empty on a root whose manager is gone. `getUserDir` ends the
     /// process if there is no user directory, since there is nowhere to save.
     ustring getFactoryDir() const;

@@ -6,6 +6,7 @@
 #include <settingscore/persistence/writer/ValueWriter.hpp>
 #include <settingscore/roots/SettingsContext.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
+#include <settingscore/roots/Wiring.hpp>
 
 namespace settings::core {
 
@@ -30,6 +31,7 @@ void ZSettings::validateSettingOrGroupName(std::string const& name) {
 boost::shared_ptr<Settings> ZSettings::createSettingsNode(std::string const& name, bool isLeaf,
                                                           bool visible, Validator const& validator,
                                                           bool readOnly) {
+    detail::connectLayers();
     return boost::make_shared<SettingsImpl>(name, isLeaf, visible, validator,
                                             boost::logic::tribool(readOnly),
                                             boost::shared_ptr<SettingsImpl>());

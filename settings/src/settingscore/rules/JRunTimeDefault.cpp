@@ -1,6 +1,6 @@
 #include <settingscore/rules/JRunTimeDefault.hpp>
 
-#include <settingscore/rules/FunctionStatics.hpp>
+#include <settingscore/rules/InstalledFunction.hpp>
 
 namespace settings::core {
 

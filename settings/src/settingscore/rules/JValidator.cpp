@@ -1,13 +1,12 @@
 #include <settingscore/rules/JValidator.hpp>
 
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <settingscore/errors/FunctionExceptions.hpp>
 #include <settingscore/errors/MessageIds.hpp>
 #include <settingscore/errors/ValueExceptions.hpp>
 #include <settingscore/host/Except.hpp>
-#include <settingscore/rules/FunctionStatics.hpp>
-#include <settingscore/rules/JavaValidation.hpp>
+#include <settingscore/rules/InstalledFunction.hpp>
+#include <settingscore/rules/WaitGraph.hpp>
 
 namespace settings::core {
 
@@ -16,19 +15,33 @@ using ZENBAR::settings::core::SettingsLibraryNotInitialized;
 
 namespace {
 
-thread_local unsigned int javaValidations = 0;
+thread_local unsigned int javaHolds = 0;
 
-class JavaValidationScope {
+/// The lock of all Java validators, held across a validation. Who waits for it and who has it is
+/// known to the graph of waits: a validator may wait for a load that waits for this lock.
+class JavaLock {
 public:
-    JavaValidationScope() { ++javaValidations; }
-    ~JavaValidationScope() { --javaValidations; }
-    JavaValidationScope(JavaValidationScope const&) = delete;
-    JavaValidationScope& operator=(JavaValidationScope const&) = delete;
+    explicit JavaLock(boost::recursive_mutex& mutex) : mutex_(mutex) {
+        if (!mutex_.try_lock()) {
+            graph().beginWait(&mutex_);
+            mutex_.lock();
+            graph().endWait();
+        }
+        if (javaHolds++ == 0) graph().noteHeld(&mutex_);
+    }
+    ~JavaLock() {
+        if (--javaHolds == 0) graph().release(&mutex_);
+        mutex_.unlock();
+    }
+    JavaLock(JavaLock const&) = delete;
+    JavaLock& operator=(JavaLock const&) = delete;
+
+private:
+    static detail::WaitGraph& graph() { return detail::WaitGraph::instance(); }
+    boost::recursive_mutex& mutex_;
 };
 
 }  // namespace
-
-bool detail::isInsideJavaValidation() { return javaValidations != 0; }
 
 JValidator::JValidator(std::string const& packageName, std::string const& functionName)
     : packageName_(packageName), functionName_(functionName) {}
@@ -49,17 +62,17 @@ detail::InstalledFunction<JValidator::Initializer>& JValidator::jValInitializer_
 }
 
 void JValidator::setJValProxy(Proxy const& proxy) {
-    boost::lock_guard<boost::recursive_mutex> const guard(mutex_());
+    JavaLock const lock(mutex_());
     valProxy_().set(proxy);
 }
 
 void JValidator::setJValInitializer(Initializer const& initializer) {
-    boost::lock_guard<boost::recursive_mutex> const guard(mutex_());
+    JavaLock const lock(mutex_());
     jValInitializer_().set(initializer);
 }
 
 void JValidator::clearFunctions() {
-    boost::lock_guard<boost::recursive_mutex> const guard(mutex_());
+    JavaLock const lock(mutex_());
     valProxy_().set({});
     jValInitializer_().set({});
 }
@@ -82,8 +95,7 @@ void JValidator::invokeValidationFunction(boost::shared_ptr<Settings const> cons
                                           std::string const& keyName,
                                           boost::any const& value) const {
     using exception::ValidationFunctionInvokingError;
-    boost::lock_guard<boost::recursive_mutex> const guard(mutex_());
-    JavaValidationScope const scope;
+    JavaLock const lock(mutex_());
     try {
         auto const proxy = readyProxy();
         (*proxy)(packageName_, functionName_, parent, keyName, value);

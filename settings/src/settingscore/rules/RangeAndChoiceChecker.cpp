@@ -8,7 +8,6 @@
 #include <settingscore/errors/ValueExceptions.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/host/UOStream.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
 #include <settingscore/value/NumberText.hpp>
 
 namespace settings::core::detail {
@@ -38,21 +37,19 @@ bool isInRange(SettingsKeyMetaData<T> const& rules, T const& value) {
 }  // namespace
 
 void RangeAndChoiceChecker::operator()() const {
-    throw exception::DefaultValidationFailedOnVoidType(node_);
+    throw exception::DefaultValidationFailedOnVoidType(key_);
 }
 
 template <class T>
 void RangeAndChoiceChecker::operator()(T const& value) const {
-    auto const& metaData = node_->metaDataWithLock(lock_);
-    if (metaData.empty()) return;
-    check(SettingsKeyMetaData<T>(metaData), value);
+    if (metaData_.empty()) return;
+    check(SettingsKeyMetaData<T>(metaData_), value);
 }
 
 template <class T>
 void RangeAndChoiceChecker::operator()(std::vector<T> const& values) const {
-    auto const& metaData = node_->metaDataWithLock(lock_);
-    if (metaData.empty() || values.empty()) return;
-    SettingsKeyMetaData<T> const rules(metaData);
+    if (metaData_.empty() || values.empty()) return;
+    SettingsKeyMetaData<T> const rules(metaData_);
     for (T const& value : values)
         check(rules, value);
 }
@@ -69,9 +66,9 @@ void RangeAndChoiceChecker::check(SettingsKeyMetaData<T> const& rules, T const& 
     ustring minimumText = getBoundUstr(rules.minimum);
     ustring maximumText = getBoundUstr(rules.maximum);
     if (!rules.choices) {
-        throw exception::ValueIsNotInRange(node_, minimumText, maximumText, valueText);
+        throw exception::ValueIsNotInRange(key_, minimumText, maximumText, valueText);
     }
-    throw exception::ValueIsNotOneOfTheChoicesAndNotInRange(node_, minimumText, maximumText,
+    throw exception::ValueIsNotOneOfTheChoicesAndNotInRange(key_, minimumText, maximumText,
                                                             choicesText, valueText);
 }
 

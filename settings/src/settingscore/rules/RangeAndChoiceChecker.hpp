@@ -9,19 +9,25 @@
 #include <settingscore/rules/SettingsKeyMetaData.hpp>
 
 namespace settings::core {
+class Settings;
 class SettingsImpl;
-}
+}  // namespace settings::core
 
 namespace settings::core::detail {
 
 class HeldLock;
 
 /// Visitor that checks a value, or each element of an array in order, against the metadata of a
-/// key. The key's lock is held by the caller and outlives the checker. A failure changes nothing.
+/// key. A failure changes nothing.
 class RangeAndChoiceChecker {
 public:
-    RangeAndChoiceChecker(boost::shared_ptr<SettingsImpl const> const& node, HeldLock const& lock)
-        : node_(node), lock_(lock) {}
+    /// The key is named in errors, and not looked into. The metadata outlive the checker.
+    RangeAndChoiceChecker(boost::shared_ptr<Settings const> const& key,
+                          SettingsKeyMetaData<boost::any> const& metaData)
+        : key_(key), metaData_(metaData) {}
+    /// With the metadata of the key, whose lock is held by the caller and outlives the checker.
+    /// Looks into the node: in tree/RulesOfNodes.cpp.
+    RangeAndChoiceChecker(boost::shared_ptr<SettingsImpl const> const& node, HeldLock const& lock);
 
     /// @throws exception::DefaultValidationFailedOnVoidType always
     [[noreturn]] void operator()() const;
@@ -47,8 +53,8 @@ private:
     template <class T>
     void check(SettingsKeyMetaData<T> const& rules, T const& value) const;
 
-    boost::shared_ptr<SettingsImpl const> node_;
-    HeldLock const& lock_;
+    boost::shared_ptr<Settings const> key_;
+    SettingsKeyMetaData<boost::any> const& metaData_;
 };
 
 }  // namespace settings::core::detail

@@ -19,6 +19,7 @@ class HeldLock;
 /// which the key, or the branch that holds it, is about to be attached.
 ///
 /// The tree is read without locking: the caller holds the lock, and `lock` outlives the visitor.
+/// All of it looks into nodes: in tree/RulesOfNodes.cpp.
 class ValidationVisitor {
 public:
     using result_type = void;

@@ -2,7 +2,6 @@
 
 #include <settingscore/errors/ValueExceptions.hpp>
 #include <settingscore/rules/ValueType.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
 #include <settingscore/value/AnyBridge.hpp>
 
 namespace settings::core {

@@ -6,7 +6,7 @@
 
 namespace settings::core {
 
-class SettingsImpl;
+class Settings;
 
 /// Bounds on the number of elements of a key's values. A scalar counts as one element, an empty
 /// value as none. The maximum comes before the minimum in all constructors.
@@ -16,8 +16,8 @@ public:
     ValueArraySizeValidator() = default;
     ValueArraySizeValidator(unsigned long maxSize, unsigned long minSize)
         : maxArrSize_(maxSize), minArrSize_(minSize) {}
-    /// `node` is the key, to be named in errors; it is not kept alive.
-    ValueArraySizeValidator(boost::shared_ptr<SettingsImpl> const& node, unsigned long maxSize,
+    /// `node` is the key, to be named in errors; it is neither looked into nor kept alive.
+    ValueArraySizeValidator(boost::shared_ptr<Settings const> const& node, unsigned long maxSize,
                             unsigned long minSize)
         : node_(node), maxArrSize_(maxSize), minArrSize_(minSize) {}
 
@@ -33,7 +33,7 @@ public:
     bool operator==(ValueArraySizeValidator const& other) const;
 
 private:
-    boost::weak_ptr<SettingsImpl> node_;
+    boost::weak_ptr<Settings const> node_;
     unsigned long maxArrSize_ = 1;
     unsigned long minArrSize_ = 1;
 };

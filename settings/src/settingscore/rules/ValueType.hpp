@@ -58,7 +58,8 @@ class ArraySizeValidatorSetter {
 public:
     using result_type = ValueArraySizeValidator;
 
-    explicit ArraySizeValidatorSetter(boost::shared_ptr<SettingsImpl> const& node) : node_(node) {}
+    explicit ArraySizeValidatorSetter(boost::shared_ptr<Settings const> const& node)
+        : node_(node) {}
     result_type operator()() const { return {node_, 0, 0}; }
     template <class T>
     result_type operator()(T const&) const {
@@ -70,7 +71,7 @@ public:
     }
 
 private:
-    boost::shared_ptr<SettingsImpl> node_;
+    boost::shared_ptr<Settings const> node_;
 };
 
 /// Index of the type in `settingscore::boostany::SupportedTypes`.

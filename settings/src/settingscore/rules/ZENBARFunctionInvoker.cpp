@@ -3,7 +3,7 @@
 #include <settingscore/errors/MessageIds.hpp>
 #include <settingscore/host/Except.hpp>
 #include <settingscore/host/Platform.hpp>
-#include <settingscore/rules/FunctionStatics.hpp>
+#include <settingscore/rules/InstalledFunction.hpp>
 
 namespace settings::core {
 

@@ -4,7 +4,7 @@
 #include <settingscore/errors/MessageIds.hpp>
 #include <settingscore/errors/ValueExceptions.hpp>
 #include <settingscore/host/Except.hpp>
-#include <settingscore/rules/FunctionStatics.hpp>
+#include <settingscore/rules/InstalledFunction.hpp>
 
 namespace settings::core {
 

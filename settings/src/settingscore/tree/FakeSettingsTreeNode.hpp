@@ -21,6 +21,9 @@ public:
 
     FakeSettingsTreeNode(boost::shared_ptr<SettingsImpl const> const& node,
                          boost::shared_ptr<FakeSettingsTreeNode> const& child);
+    ~FakeSettingsTreeNode();
+    FakeSettingsTreeNode(FakeSettingsTreeNode const&) = delete;
+    FakeSettingsTreeNode& operator=(FakeSettingsTreeNode const&) = delete;
 
     boost::shared_ptr<SettingsImpl const> const& node() const { return node_; }
     Children const& children() const { return children_; }

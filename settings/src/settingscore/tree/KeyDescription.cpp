@@ -3,7 +3,8 @@
 #include <stdexcept>
 
 #include <settingscore/errors/Exceptions.hpp>
-#include <settingscore/persistence/SettingsLevelManager.hpp>
+#include <settingscore/levels/SettingsLevelManager.hpp>
+#include <settingscore/tree/NodeView.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -12,19 +13,18 @@ KeyDescription describeKey(boost::shared_ptr<Settings const> const& key) {
     auto const node = boost::dynamic_pointer_cast<SettingsImpl const>(key);
     if (!node) throw std::invalid_argument("describeKey: the key is empty.");
     detail::SharedTreeLock const lock;
-    if (!node->isLeafWithLock()) {
-        throw exception::NotAKeyName(node->getParentImpl(), node->nameWithLock());
-    }
+    detail::NodeView const view(*node, lock);
+    if (!view.isLeaf()) throw exception::NotAKeyName(view.parent(), view.name());
     KeyDescription description;
-    description.typeIndex = node->getDataTypeIndexInternal();
-    if (auto const sizes = node->getValueArraySizeValidator()) {
+    description.typeIndex = view.rules().typeIndex();
+    if (auto const sizes = view.rules().sizes()) {
         description.arraySize = std::make_pair(sizes->minArrSize(), sizes->maxArrSize());
     }
-    description.metaData = node->metaDataWithLock(lock);
-    description.validator = node->getValidatorFromParentChain(lock);
-    description.runTimeDefault = node->runTimeDefaultWithLock(lock);
+    description.metaData = view.metaData();
+    description.validator = view.validatorInForce();
+    description.runTimeDefault = view.runTimeDefault();
     for (SettingsLevel const& level : SettingsLevelManager::levels()) {
-        if (!node->getAnyValueWithLock(lock, level.levelName(), false).empty()) {
+        if (view.storedValues().hasValue(level.position())) {
             description.storedLevels.push_back(level.levelName());
         }
     }

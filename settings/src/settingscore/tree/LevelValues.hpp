@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <string>
 
 #include <boost/any.hpp>
+#include <settingscore/levels/LevelNames.hpp>
 
 namespace settings::core::detail {
 
@@ -12,17 +14,19 @@ namespace settings::core::detail {
 /// no value.
 class LevelValues {
 public:
-    static constexpr std::size_t levelCount = 3;
+    static constexpr std::size_t levelCount = levelNames.size();
     /// The places of the levels in the order of their names: factory, session, user.
-    static constexpr std::array<std::size_t, levelCount> byLevelName{2, 0, 1};
+    static constexpr auto byLevelName = placesByName();
 
     /// The entry of a level (by its place in the stack), null if there is none.
     boost::any const* find(std::size_t level) const {
         return present_[level] ? &values_[level] : nullptr;
     }
     bool hasValue(std::size_t level) const { return present_[level] && !values_[level].empty(); }
-    bool empty() const { return !present_[0] && !present_[1] && !present_[2]; }
-    bool holdsAnyValue() const { return hasValue(0) || hasValue(1) || hasValue(2); }
+    bool holdsAnyValue() const {
+        return std::any_of(byLevelName.begin(), byLevelName.end(),
+                           [this](std::size_t level) { return hasValue(level); });
+    }
     /// Puts an entry in, in the place of an earlier one. Does not throw.
     void put(std::size_t level, boost::any& value) noexcept {
         values_[level].swap(value);

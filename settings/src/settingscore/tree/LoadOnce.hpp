@@ -8,9 +8,8 @@ namespace settings::core::detail {
 
 /// Runs the load of one node once. Other threads wait for the one that loads, with two exceptions,
 /// which go on with the node as it stands: the loading thread itself, and a thread whose waiting
-/// would close a circle of loads that wait for one another (or that holds the lock of the Java
-/// validators, for which the other load may be waiting). A load that throws is repeated by the next
-/// caller.
+/// closes a circle of threads that wait for one another (`WaitGraph`). A load that throws is
+/// repeated by the next caller.
 class LoadOnce {
 public:
     LoadOnce() = default;

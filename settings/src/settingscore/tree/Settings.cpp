@@ -3,12 +3,9 @@
 #include <stdexcept>
 
 #include <settingscore/errors/Exceptions.hpp>
-#include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/I18n.hpp>
-#include <settingscore/persistence/xml/SettingsXMLReader.hpp>
-#include <settingscore/roots/SettingsEvent.hpp>
-#include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/tree/FileWords.hpp>
+#include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -28,34 +25,7 @@ SETTINGSCORE_FIRST std::string const Settings::settingsSchemaInfo = detail::sett
 Settings::Settings() = default;
 Settings::~Settings() = default;
 
-boost::shared_ptr<Settings> Settings::getSettingsRoot(ZcrID const& id) {
-    return SettingsImpl::getSettingsImplRoot(id);
-}
-
 boost::shared_mutex* Settings::getTheRootMutex() { return SettingsImpl::getImplRootMutex(); }
-
-boost::shared_ptr<Settings> Settings::importAsStandaloneObject(ustring const& path) {
-    if (!qf::filesystem::detail::is_absolute(path)) {
-        throw exception::ErrorExportOrImportSettingsUsingRelativePath(path);
-    }
-    return SettingsXMLReader::getParsedSettings(path);
-}
-
-void Settings::exportSettings(std::vector<boost::shared_ptr<Settings const>> const& nodes,
-                              ustring const& path, std::string const& levelName) {
-    SettingsImpl::exportSettingsImpl(nodes, path, levelName);
-}
-
-void Settings::createFactorySettingsFile(boost::shared_ptr<Settings const> const& node,
-                                         ustring const& path, unsigned int version) {
-    auto const impl = boost::dynamic_pointer_cast<SettingsImpl const>(node);
-    if (!impl) throw std::invalid_argument("createFactorySettingsFile: the node is empty.");
-    if (impl->isConnectedToTheSettingsTree()) {
-        throw exception::ErrorCreateFactoryFileFromATreeNode(node);
-    }
-    SettingsImpl::createSettingsFileImpl(boost::const_pointer_cast<SettingsImpl>(impl), path,
-                                         version);
-}
 
 void Settings::setAny(std::string const& name, boost::any const& value, std::string const& level) {
     boost::shared_ptr<Settings> key = getChild(name);

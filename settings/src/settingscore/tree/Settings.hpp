@@ -111,7 +111,8 @@ public:
     /// one on the level changes nothing.
     ///
     /// A failure before the store changes nothing. A failure to save reaches the caller, and the
-    /// value stays changed in memory. A runtime default that stands behind the value is evaluated
+    /// value stays changed in memory. What a listener throws reaches the caller after the save. A
+    /// runtime default that stands behind the value is evaluated
     /// to see whether the value in force changes: if it fails with a message-id exception, nothing
     /// is stored and the call returns normally; read the value back where that matters.
     ///
@@ -132,7 +133,8 @@ public:
     /// Sets several keys on one level as one action. `range` holds (name, value) or (node, value)
     /// pairs; names are paths below this node. All are checked against the present state before the
     /// first is stored: if one is refused, none is stored. Then they are stored in order, each with
-    /// its event and its save; a failing save leaves those before it stored.
+    /// its event and its save; a failing save leaves those before it stored. What a listener
+    /// throws ends the batch as well, once the element that it heard of is saved.
     /// @return the refused elements, empty if all were stored: first those whose name is not found,
     ///         then the others in order. A name that is not found has a second row among these,
     ///         with its number in place of the name, and "NULLOBJ".
@@ -158,7 +160,9 @@ public:
     /// Calls `listener` for each event of class T on this node or anything below it, as long as the
     /// connection lives; the addition or removal of a node is told on its parent and upwards. T is
     /// one of the event classes; the base `SettingsEvent` hears all of them. Empty for a node that
-    /// is not connected. A listener that throws reaches the caller of the change, which stays made.
+    /// is not connected. What a listener throws reaches the caller of the change, which stays made
+    /// and is saved first; if the save fails as well, the listener's failure is the one thrown.
+    /// Only in a merge it ends the call before the save.
     /// @throws std::invalid_argument for an empty listener
     template <class T>
     std::unique_ptr<corebus::msg_svc::eventmgr::Connection> addListener(
@@ -192,7 +196,9 @@ public:
     virtual boost::shared_ptr<Settings> getSettingsByPathVec(
         std::vector<std::string> const& path) const = 0;
     /// Removes the value of the key `name` on one level, tells listeners if the value in force
-    /// changed, and rewrites the file. Loads.
+    /// changed, and rewrites the file. Loads. Once the value is removed it stays so and the file is
+    /// rewritten, whatever fails behind that (a runtime default that now stands in, a listener);
+    /// the first such failure goes out at the end.
     /// @throws exception::NoSuchKey, exception::NotAKeyName, exception::UnSupportedLevel,
     ///         exception::CantModifyValuesOnReadOnlyLevel,
     ///         exception::CannotAddRemoveNodeUnderReadOnlyParent,
@@ -243,8 +249,8 @@ public:
     /// level is rewritten. What a listener throws ends the call before that; a failing save leaves
     /// the merge in memory. `source` is only read. Loads.
     ///
-    /// A key that has no value on any level takes its first one unchecked, even one of another
-    /// type, which the next load of the saved file would refuse: `validateAny` checks it before.
+    /// A key that is there and has its type checks its first value like any other. One that the
+    /// merge makes, or that has neither type nor value yet, takes it unchecked.
     /// @throws exception::UnSupportedLevel, exception::CantModifyValuesOnReadOnlyLevel,
     ///         exception::CannotMergeWithSettingsRoot,
     ///         exception::ErrorMergingWithCircularReference,

@@ -65,7 +65,7 @@ public:
     /// effect on other nodes.
     virtual void enableEventQueue(bool enable) = 0;
     /// Removes a child group with all it holds. Listeners are told; the product's files are
-    /// rewritten, or deleted if the group is a product. Loads.
+    /// rewritten, or deleted if the group is a product, also if a listener throws. Loads.
     /// @throws exception::NoSuchNode, exception::NotANodeName,
     ///         exception::CannotAddRemoveNodeUnderReadOnlyParent,
     ///         exception::NoFileWritePermissionOnMultipleLevels for factory values; what a
@@ -74,13 +74,13 @@ public:
     /// Same for a child key. @throws exception::NoSuchKey, exception::NotAKeyName, and as above
     virtual void removeKey(std::string const& name) = 0;
     /// Attaches this standalone node. Values are checked against the validators that they come
-    /// under; listeners are told; the product's files are rewritten. Does nothing for an empty
-    /// `parent`. Loads the parent.
+    /// under; listeners are told; the product's files are rewritten, also if a listener throws.
+    /// Does nothing for an empty `parent`. Loads the parent.
     /// @throws exception::CannotAddRemoveNodeUnderReadOnlyParent,
     ///         exception::CanNotAddKeyToRootException, exception::ErrorAddingTopLevelNode,
     ///         exception::ErrorAddingChildNodeOrKey, std::invalid_argument (to itself or below
-    ///         itself), and what a validator throws: the node then stays where it was; what a
-    ///         listener or the save throws, which leaves the node attached
+    ///         itself, or the root of a tree), and what a validator throws: the node then stays
+    ///         where it was; what a listener or the save throws, which leaves the node attached
     virtual void setParent(boost::shared_ptr<Settings> const& parent) = 0;
     /// Gives the node a validator of its own, or with an empty one none. Values that are there are
     /// not judged, and nothing is saved.

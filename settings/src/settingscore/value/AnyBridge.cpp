@@ -103,6 +103,22 @@ bool isEqual(boost::any const& a, boost::any const& b) {
     return applyVisitor(equal, a, false);
 }
 
+namespace detail {
+
+SupportedVariant CreateVariant::operator()() const { return SupportedVariant(); }
+template <class T>
+SupportedVariant CreateVariant::operator()(T const& value) const {
+    return SupportedVariant(value);
+}
+
+#define SETTINGSCORE_ROW(type, place, text, wide, word)                     \
+    template SupportedVariant CreateVariant::operator()(type const&) const; \
+    template SupportedVariant CreateVariant::operator()(std::vector<type> const&) const;
+SETTINGSCORE_ELEMENT_TYPES(SETTINGSCORE_ROW)
+#undef SETTINGSCORE_ROW
+
+}  // namespace detail
+
 SupportedVariant convertAnyToVariant(boost::any const& value) {
     detail::CreateVariant creator;
     return applyVisitor(creator, value, true);

@@ -178,14 +178,13 @@ struct CreateAny {
     }
 };
 
-/// The visitor that copies a value into a variant.
+/// The visitor that copies a value into a variant. Its work is in a source, so that whoever
+/// includes this header does not compile the variant of all types.
 struct CreateVariant {
     using result_type = SupportedVariant;
-    SupportedVariant operator()() const { return SupportedVariant(); }
+    SupportedVariant operator()() const;
     template <class T>
-    SupportedVariant operator()(T const& value) const {
-        return SupportedVariant(value);
-    }
+    SupportedVariant operator()(T const& value) const;
 };
 
 }  // namespace detail

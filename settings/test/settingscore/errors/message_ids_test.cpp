@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <boost/variant/get.hpp>
-#include <settingscore/errors/ReservedExceptions.hpp>
+#include <settingscore/errors/HostExceptions.hpp>
 #include <settingscore/host/I18n.hpp>
 
 namespace ZENBAR::settings::core {

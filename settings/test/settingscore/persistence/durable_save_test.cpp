@@ -7,6 +7,7 @@
 #include <csignal>
 
 #include <settingscore/persistence/DurableSaving.hpp>
+#include <settingscore/tree/NodeBuilder.hpp>
 #include <support/ProductWorld.hpp>
 
 // The calls that bring bytes and names to the disk go through this file, so that they can be seen
@@ -245,8 +246,7 @@ TEST_F(DurableSave, KeepsThePermissionBitsAndTellsOfAFileThatIsNotWritable) {
 TEST_F(DurableSave, ValuesThatWouldNotReadBackAreRefusedWithTheirKeysName) {
     factoryFile(
         "open", "open.settings",
-        "<key name=\"any\" anytype=\"true\"/>" + intKey("one", "1") + keyXml("late", "int32", "") +
-            keyXml("text", "string", "") +
+        "<key name=\"any\" anytype=\"true\"/>" + intKey("one", "1") + keyXml("text", "string", "") +
             keyXml("list", "int32", valueXml("1"), " minArraySize=\"0\" maxArraySize=\"5\""));
     auto const open = product("open");
     open->setAny("one", 2, "user");
@@ -265,9 +265,9 @@ TEST_F(DurableSave, ValuesThatWouldNotReadBackAreRefusedWithTheirKeysName) {
         open->unset(key, "user");
         EXPECT_EQ(userFiles(), before);
     }
-    // A merge takes the first value of a key unchecked.
+    // A merge takes value and type of a new key as they come.
     auto const source = makeGroup("open");
-    makeKey("late", ustring(u"x"), source);
+    makeKey("late", ustring(u"x"), source)->setDataTypeIndexInternal(7);
     std::string const fault = "open.late has a value of another type than its own";
     expectUnwritable([&] { open->mergeDescendants(source, "user"); }, fault);
     expectUnwritable([&] { open->setAny("one", 3, "user"); }, fault);
@@ -284,7 +284,7 @@ TEST_F(DurableSave, NodesThatWouldNotReadBackAreRefused) {
     refuse(makeKey("a\xE4", 1, {}), "plot.a\u00E4 has a name with bytes that are no UTF-8");
     refuse(makeGroup("a/b"), "a/b has a name that is none of a file", implRoot());
     NodePtr const group = makeGroup("g");
-    group->setValidatorInternal(CValidator("lib'x", "f"));
+    detail::NodeBuilder(*group).setValidator(CValidator("lib'x", "f"));
     makeKey("k", 1, group);
     refuse(group, "plot.g cannot be written: the function 'lib'x' of it has '");
     NodePtr const top = makeGroup("g");

@@ -1,5 +1,5 @@
+#include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
-#include <settingscore/persistence/SettingsLevelManager.hpp>
 #include <settingscore/roots/SettingsContext.hpp>
 #include <support/ProductWorld.hpp>
 
@@ -128,7 +128,7 @@ TEST_F(File, WhatHappensWhileTheTemporaryFileIsWrittenHarmsNoOther) {
     Files const after = filesOfWidth(7);
     Files const before = filesOfWidth(6);
     SettingsFile::setSaveToFileFunc(
-        [](auto const* to, auto const& node, auto const& functor, Path const& path) {
+        [](auto const* to, auto const& node, auto const& functor, Path path) {
             SettingsFile::saveToFile(to, node, functor, path);
             EXPECT_EQ(path.filename().str(), u"plot.settings.tmp");
             duringSave();
@@ -150,12 +150,12 @@ TEST_F(File, WhatHappensWhileTheTemporaryFileIsWrittenHarmsNoOther) {
 
 TEST_F(File, ARenameThatIsRefusedIsTriedAgainWithTheOldFileOutOfTheWayAThousandTimes) {
     Files const after = filesOfWidth(7);
-    SettingsFile::setRenameTempToRealFunc([](Path const& from, Path const& to) {
+    SettingsFile::setRenameTempToRealFunc([](Path from, Path to) {
         ++renames;
         if (isHopeless || fs::exists(to)) throw fs::FsysExceptionBase("refused", from.str(), 5);
         fs::rename(from, to);
     });
-    SettingsFile::setRenameRealToTempFunc([](Path const& from, Path const& to) {
+    SettingsFile::setRenameRealToTempFunc([](Path from, Path to) {
         EXPECT_EQ(to.filename().str(), u"plot.settings.previous");
         // Only the last try gets the old file out of the way: nothing brings it back.
         if (++movesAway == 1000 || !isHopeless) return fs::rename(from, to);

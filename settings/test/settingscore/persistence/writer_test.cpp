@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <settingscore/persistence/DurableSaving.hpp>
 #include <settingscore/roots/SettingsContext.hpp>
+#include <settingscore/tree/NodeBuilder.hpp>
 #include <support/CommaLocale.hpp>
 
 #include <support/RoundTrip.hpp>
@@ -200,12 +201,12 @@ TEST(Writer, WritesTheContentThatTheLevelHas) {
         auto const top = makeGroup("p");
         auto const key = makeKey("k", top);
         key->initSetters(c.first);
-        key->setValidatorInternal(JValidator("a.B", "c"));
+        detail::NodeBuilder(*key).setValidator(JValidator("a.B", "c"));
         if (!c.session.empty()) key->setAnyInternal(c.session, "session");
         if (!c.user.empty()) key->setAnyInternal(c.user, "user");
         RunTimeDefault byDefault = CRunTimeDefault("l", "f");
         detail::setBelongingLevel(byDefault, c.owner);
-        if (c.owner != std::string("-")) key->setRunTimeDefaultInternal(byDefault);
+        if (c.owner != std::string("-")) detail::NodeBuilder(*key).setRunTimeDefault(byDefault);
         std::string const text = flat(saved(top, c.level));
         EXPECT_NE(text.find("<key name=\"k\" visible=\"true\">" + c.content + "</key>"),
                   std::string::npos)
@@ -215,7 +216,7 @@ TEST(Writer, WritesTheContentThatTheLevelHas) {
     auto const key = makeKey("k", 1, top);
     for (auto const& [value, kind] : std::vector<std::pair<RunTimeDefault, std::string>>{
              {ZRunTimeDefault("l", "f"), "ZENBAR"}, {JRunTimeDefault("l", "f"), "JAVA"}}) {
-        key->setRunTimeDefaultInternal(value);
+        detail::NodeBuilder(*key).setRunTimeDefault(value);
         EXPECT_THAT(saved(top, ""), testing::HasSubstr("<runtimedefault type='" + kind + "'"));
     }
 }

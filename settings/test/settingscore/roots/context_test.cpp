@@ -1,4 +1,4 @@
-#include <settingscore/persistence/SettingsLevelManager.hpp>
+#include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/roots/SettingsContext.hpp>
 #include <settingscore/roots/SettingsRootStateMgr.hpp>
 #include <support/ProductWorld.hpp>

@@ -148,6 +148,24 @@ TEST_F(Events, AListenerOrASaveThatFailsReachesTheCallerAndTheChangeStays) {
     }
 }
 
+TEST_F(Events, WhatAListenerThrowsComesAfterTheSave) {
+    userFile("p", intKey("k", "1"));
+    auto const angry = root()->addListener<SettingsEvent>(
+        [](SettingsEvent const&) { throw std::runtime_error("angry"); });
+    auto const saved = [this] {
+        auto const path = qf::i18n::to_ustring(userFilePath("p").string());
+        return contents(Settings::importAsStandaloneObject(path), "user");
+    };
+    NodePtr const p = at("p");
+    EXPECT_THROW(p->setAny("k", 2, "user"), std::runtime_error);
+    EXPECT_EQ(saved(), "k=2");
+    EXPECT_THROW(makeGroup("g")->setParent(p), std::runtime_error);
+    EXPECT_EQ(saved(), "g() k=2");
+    EXPECT_THROW(p->removeNode("g"), std::runtime_error);
+    EXPECT_THROW(p->unset("k", "user"), std::runtime_error);
+    EXPECT_EQ(saved(), "k=-");
+}
+
 // --- Roots that were let go -------------------------------------------------------------------
 
 TEST_F(Events, ARootThatWasLetGoDropsItsEventsAndDies) {

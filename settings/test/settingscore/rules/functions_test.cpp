@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <settingscore/host/Platform.hpp>
 #include <settingscore/rules/CFunctionInvoker.hpp>
-#include <settingscore/rules/JavaValidation.hpp>
 #include <support/TreeWorld.hpp>
 
 using namespace qbtest;
@@ -160,23 +159,21 @@ TEST_F(FunctionsTest, AProxyMayPutAnotherInItsPlaceWhileItRuns) {
     EXPECT_EQ((Texts{run(counted), run(counted)}), (Texts{"1", "2"})) << "it is not copied";
 }
 
-TEST_F(FunctionsTest, JavaValidationsRunOneAtATimeAndKnowOfThemselves) {
+TEST_F(FunctionsTest, JavaValidationsRunOneAtATime) {
     std::atomic<int> inside{0};
     std::atomic<int> wrong{0};
     JValidator::setJValProxy([&](auto& package, std::string const& function, auto&&... rest) {
-        if (++inside != 1 || !detail::isInsideJavaValidation()) ++wrong;
+        if (++inside != 1) ++wrong;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
         --inside;
         // One validation may cause another on its own thread.
         if (function == "inner") return;
         JValidator(package, "inner").invokeValidationFunction(rest...);
-        if (!detail::isInsideJavaValidation()) ++wrong;
         throw std::runtime_error("end");
     });
     concurrently(2, [](int) {
         for (int n = 0; n < 5; ++n)
             EXPECT_NE(run(JValidator("p", "outer")), "done");
-        EXPECT_FALSE(detail::isInsideJavaValidation());
     });
     EXPECT_EQ(wrong, 0);
 }

@@ -79,14 +79,15 @@ TEST_F(BatchTest, AllAreJudgedByTheOldStateAndAFailureLeavesWhatWasStoredBefore)
               "ExceptionFromValidationFunction(q, a, 15, withinLimit, checks, above the limit)");
     EXPECT_EQ(at("q")->setMultiple(Names{{"limit", 5}, {"a", 9}}, "session"), BatchErrors());
 
-    // A listener that throws stops the batch, but the others hear of what was stored.
+    // A listener that throws stops the batch, but the others hear of what was stored, and the file
+    // gets it.
     auto const connection = at("p.b")->addListener<SettingsValueChangeEvent>(
         [](SettingsEvent const&) { throw std::runtime_error("not listening"); });
     Heard heard(root());
     EXPECT_THROW(root()->setMultiple(Names{{"p.a", 2}, {"p.b", 2}, {"p.c", 2}}, "user"),
                  std::runtime_error);
     EXPECT_EQ(heard.take(), "value a; value b");
-    EXPECT_EQ(contents(freshRoot()), "p(a=2 b=1 c=1 g(k=1)) q(a=1 b=1 c=1 g(k=1) limit=-)");
+    EXPECT_EQ(contents(freshRoot()), "p(a=2 b=2 c=1 g(k=1)) q(a=1 b=1 c=1 g(k=1) limit=-)");
 }
 
 TEST_F(BatchTest, NoOtherWriterComesBetweenCheckAndStore) {

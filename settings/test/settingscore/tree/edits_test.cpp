@@ -56,6 +56,11 @@ TEST_F(EditsTest, ARefusedEditChangesNothing) {
     EXPECT_EQ(attaching(group, at("mine.g")),
               "ExceptionFromValidationFunction(new, k, 5, refuseWithNames, checks, new/k)");
     EXPECT_THROW(attaching(group, below), std::invalid_argument);
+    qbhost::startInstance(3);
+    ZSettings::createEmptySettingsFor(3);
+    Node const otherRoot = SettingsImpl::getSettingsImplRoot(3);
+    EXPECT_THROW(attaching(otherRoot, at("mine")), std::invalid_argument);
+    qbhost::endInstance(3);
     EXPECT_EQ(attaching(group, {}), "done") << "no parent, no effect";
     EXPECT_EQ(ending([] { at("mine")->removeKey("x"); }), "NoSuchKey(mine, x)");
     EXPECT_EQ(ending([] { at("mine")->removeKey("g"); }), "NotAKeyName(mine, g)");

@@ -166,6 +166,60 @@ TEST_F(Load, LoadsThatWaitForEachOtherInACircleEnd) {
     }
 }
 
+TEST_F(Load, AJavaValidatorWaitsForALoadUnlessThatWaitsForIt) {
+    std::string const rule = "<validationfunc type='JAVA' packagename='p' functionname='";
+    factoryFile("judged", "f.settings", groupXml("g", rule + "outer'/>" + intKey("k", "1")));
+    for (bool const loaderWantsJava : {false, true}) {
+        std::string const own = loaderWantsJava ? rule + "inner'/>" : std::string();
+        factoryFile("read", "f.settings", groupXml("g", own + intKey("k", "1")));
+        userFile("read", groupXml("g", intKey("k", "2")));
+        freshRoot();
+        Parent const judged = at("judged.g");
+        Parent const read = root()->getChild("read");
+        std::atomic<bool> loading{false};
+        std::atomic<bool> validating{false};
+        SettingsImpl::setLoadCallOnceFunc([&](SettingsImpl* node, ustring& errors) {
+            if (node->getName() == "read") {
+                loading = true;
+                while (!validating)
+                    std::this_thread::yield();
+                // Long enough for the validator to come to its wait.
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            }
+            node->loadSettingsOnce(errors);
+        });
+        std::string seen;
+        JValidator::setJValProxy([&](auto&, std::string const& function, auto&&...) {
+            if (function == "inner") return;
+            validating = true;
+            seen = std::to_string(read->getChildren().size());
+        });
+        concurrently(2, [&](int thread) {
+            if (thread == 0) {
+                read->getChildren();
+                return;
+            }
+            while (!loading)
+                std::this_thread::yield();
+            judged->validateAny("k", 3);
+        });
+        EXPECT_EQ(seen, loaderWantsJava ? "0" : "1");
+        EXPECT_EQ(shownAt("read.g.k"), "2");
+    }
+}
+
+TEST_F(Load, AProductsOwnValidatorJudgesNothing) {
+    std::string const rule =
+        "<validationfunc type='C' packagename='checks' functionname='refuse'/>";
+    factoryFile("strict", "f.settings", rule + intKey("k", "1") + groupXml("g", intKey("k", "1")));
+    factoryFile("strict", "g.settings", rule + intKey("l", "1"));
+    userFile("strict", intKey("k", "2"));
+    EXPECT_EQ(shownAt("strict.k"), "2");
+    EXPECT_EQ(setting("strict.g.k", 3), "done");
+    freshRoot();
+    EXPECT_EQ(shownAt("strict.g.k"), "3") << "what a set accepts, a load accepts";
+}
+
 TEST_F(Load, AReaderThatHoldsTheRootMutexMayTouchAFreshProductWhileAWriterWaits) {
     installPlot();
     factoryFile("other", "f.settings", intKey("k", "1"));

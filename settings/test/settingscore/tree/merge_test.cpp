@@ -1,3 +1,4 @@
+#include <settingscore/tree/NodeBuilder.hpp>
 #include <support/ProductWorld.hpp>
 
 using namespace qbtest;
@@ -70,6 +71,7 @@ TEST_F(Merge, AConflictOrARefusedValueLeavesTreeAndFileAsTheyWere) {
              {conflict + "plot.x, x, visible, )",
               boost::make_shared<SettingsImpl>("x", false, boost::none)},
              {"ValueIsNotInRange(width, 11, 1, 10)", makeKey("width", 11, {})},
+             {"DataTypeNotMatch(string, int32)", makeKey("title", 11, {})},  // Its first value.
              {"ExceptionFromValidationFunction(ticks, count, 4, f, p, not that)", axes},
          }) {
         auto const src = source();
@@ -92,14 +94,14 @@ TEST_F(Merge, AdoptedValuesTakeTheShapeOfTheirKeyAndDefaultsTheLevel) {
     NodePtr const src = makeGroup("shapes");
     makeKey("list", 7, src);
     makeKey("one", Ints{8}, src);
-    makeKey("first", 50, src);  // A first value is not held against a range.
+    makeKey("first", 5, src);
     makeKey("fixed", 2, src);
     makeKey("flag", std::vector<bool>{true}, src);
-    makeKey("text", ustring(u"left behind"), src)
-        ->setRunTimeDefaultInternal(CRunTimeDefault("defaults", "giveString"));
+    NodePtr const text = makeKey("text", ustring(u"left behind"), src);
+    detail::NodeBuilder(*text).setRunTimeDefault(CRunTimeDefault("defaults", "giveString"));
     EXPECT_EQ(merging(at("shapes"), src), "done");
     EXPECT_EQ(contents(product("shapes"), "user"),
-              "first=50 fixed=2 flag=bool 1 list=array of int32 7 one=8 text=string computed");
+              "first=5 fixed=2 flag=bool 1 list=array of int32 7 one=8 text=string computed");
     src->removeKey("first");
     src->removeKey("flag");
     EXPECT_EQ(merging(at("shapes"), src), "MultipleRuntimeFuncError(text)");

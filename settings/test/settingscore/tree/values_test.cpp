@@ -130,6 +130,18 @@ TEST_F(ValuesTest, AChangeTellsAndSavesWhereItIsSeen) {
     EXPECT_EQ(heard.take(), "");
 }
 
+TEST_F(ValuesTest, ARemovalAboveADefaultThatFailsStandsAndIsSaved) {
+    Node const product = at("p");
+    product->setAny("computed", 4.0, "user");
+    giveDefault("computed", "fail", "factory");
+    EXPECT_EQ(ending([&] { product->unset("computed", "user"); }),
+              "RunTimeFuncInvokingError(fail, defaults, Unknown)");
+    EXPECT_EQ(ending([&] { product->unset("computed", "user"); }),
+              "ValueNotDefinedForGivenLevel(p.computed, user)");
+    freshRoot();
+    EXPECT_EQ(shownAt("p.computed", "user"), "-") << "the file has lost it, too";
+}
+
 // --- Threads ------------------------------------------------------------------------------------
 
 TEST_F(ValuesTest, ReadersAndWritersWithChecksThatRead) {

@@ -5,17 +5,19 @@
 
 #include <boost/variant/apply_visitor.hpp>
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 #include <settingscore/persistence/writer/ValueWriter.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
 #include <settingscore/rules/ValueType.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/tree/NodeWalk.hpp>
 #include <settingscore/value/AnyBridge.hpp>
 #include <settingscore/value/ValueTraits.hpp>
 
 namespace settings::core {
 
 using detail::HeldLock;
+using detail::NodeView;
 using settingscore::boostany::ValueTraits;
 
 namespace {
@@ -113,55 +115,52 @@ public:
     ContentCheck(HeldLock const& lock, std::string const& level) : lock_(lock), level_(level) {}
 
     UnwritableContent const& run(SettingsImpl const& product) {
-        std::string const& name = product.nameWithLock();
+        std::string const& name = NodeView(product, lock_).name();
         if (name.empty() || name.find('/') != std::string::npos) {
             found(product, "has a name that is none of a file");
         }
-        visit(product, 1);
+        detail::walkTree(
+            product, lock_, detail::ChildOrder::keysFirst,
+            [this](NodeView const& view, std::size_t below) { return visit(view, below + 1); });
         return found_;
     }
 
 private:
-    void visit(SettingsImpl const& node, std::size_t depth) {
-        if (found_) return;
+    /// True if what is below the node is to be visited.
+    bool visit(NodeView const& view, std::size_t depth) {
+        if (found_) return false;
+        SettingsImpl const& node = view.node();
         // A key has its type element inside, and that its values.
-        if (depth + (node.isLeafWithLock() ? 2 : 0) > SettingsSaxHandler::nestingLimit) {
+        if (depth + (view.isLeaf() ? 2 : 0) > SettingsSaxHandler::nestingLimit) {
             found(node, "is nested too deeply");
-            return;
+            return false;
         }
-        std::string const name = unwritableInAttribute(node.nameWithLock(), "<&\"");
+        std::string const name = unwritableInAttribute(view.name(), "<&\"");
         if (!name.empty()) {
             found(node, "has a name with " + name);
-        } else if (node.isLeafWithLock()) {
+        } else if (view.isLeaf()) {
             checkKey(node);
-        } else {
-            bool isFirst = true;
-            auto const below = [&](SettingsImpl const& child) {
-                // The validator of a group stands before its children; without any it is left out.
-                if (isFirst) {
-                    checkFunction(
-                        node, boost::apply_visitor(FunctionFault(), node.validatorWithLock(lock_)));
-                }
-                isFirst = false;
-                visit(child, depth + 1);
-            };
-            node.writeSettingsByGroup<SettingsImpl::FilterLeafNode<true>>(below);
-            node.writeSettingsByGroup<SettingsImpl::FilterLeafNode<false>>(below);
+        } else if (!view.children().empty()) {
+            // The validator of a group stands before its children; without any it is left out.
+            checkFunction(node, boost::apply_visitor(FunctionFault(), view.validator()));
         }
+        return !found_ && !view.isLeaf();
     }
 
     void checkKey(SettingsImpl const& key) {
         if (key.shouldWriteRules(lock_, level_)) {
-            checkFunction(key, boost::apply_visitor(FunctionFault(), key.validatorWithLock(lock_)));
+            checkFunction(key,
+                          boost::apply_visitor(FunctionFault(), NodeView(key, lock_).validator()));
         }
-        auto const writer = key.getValueWriterFcn();
+        auto const writer = NodeView(key, lock_).rules().writer();
         if (!writer) return;
         bool const isAnyTyped = writer == &writeValues<ZenbarAny>;
-        boost::any const value = key.getAnyValueInternalWithLock(lock_, level_, false);
+        boost::any const value =
+            NodeView(key, lock_).stored(SettingsLevelManager::findLevel(level_));
         if (isAnyTyped && value.empty()) return;  // Its writer ends before the runtime default.
-        if (key.isRuntimeOwningLevelWithLock(lock_, level_)) {
-            checkFunction(key,
-                          boost::apply_visitor(FunctionFault(), key.runTimeDefaultWithLock(lock_)));
+        if (NodeView(key, lock_).ownsRunTimeDefault(level_)) {
+            checkFunction(
+                key, boost::apply_visitor(FunctionFault(), NodeView(key, lock_).runTimeDefault()));
             return;
         }
         if (value.empty()) return;
@@ -184,12 +183,12 @@ private:
         ArraySizeGetter sizeOf;
         unsigned long const type = settingscore::boostany::applyVisitor(indexOf, value, true);
         unsigned long const count = settingscore::boostany::applyVisitor(sizeOf, value, true);
-        auto const own = key.getDataTypeIndexInternal();
+        auto const own = NodeView(key, lock_).rules().typeIndex();
         if (!isAnyTyped && own && (type - 1) % elementTypes != (*own - 1) % elementTypes) {
             found(key, "has a value of another type than its own");
             return;
         }
-        auto const sizes = key.getValueArraySizeValidator();
+        auto const sizes = NodeView(key, lock_).rules().sizes();
         if (!sizes) return;
         unsigned long const least = sizes->minArrSize();
         unsigned long const most = sizes->maxArrSize();

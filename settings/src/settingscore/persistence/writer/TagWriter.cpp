@@ -4,6 +4,7 @@
 
 #include <boost/variant/apply_visitor.hpp>
 #include <settingscore/tree/FileWords.hpp>
+#include <settingscore/tree/NodeView.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -78,23 +79,24 @@ void writeIndent(unsigned long depth, std::ostream& stream) {
 
 void writeCurrentOpenTag(detail::HeldLock const& lock, std::ostream& stream, unsigned long depth,
                          boost::shared_ptr<SettingsImpl const> const& obj, bool isTop) {
-    bool const isLeaf = obj->isLeafWithLock();
+    detail::NodeView const view(*obj, lock);
+    bool const isLeaf = view.isLeaf();
     std::string tag;
     if (isTop) tag.append(detail::settingsXMLFileHeader).append("\n");
     appendIndent(depth, tag);
     tag.append("<").append(nodeTag(isLeaf));
-    tag.append(" name=\"").append(obj->nameWithLock()).append("\"");
-    if (obj->isVisibleWithLock(lock)) tag.append(" visible=\"true\"");
-    if (!obj->getParentImpl() || obj->isTopLevelNodeWithLock(lock)) {
-        if (auto const version = obj->getVersionNumberWithLock(lock)) {
+    tag.append(" name=\"").append(view.name()).append("\"");
+    if (view.visible().value_or(false)) tag.append(" visible=\"true\"");
+    if (!view.parent() || view.isTopLevel()) {
+        if (auto const version = view.version()) {
             tag.append(" version=\"").append(std::to_string(*version)).append("\"");
         }
     }
-    if (obj->isReadOnlyWithLock(lock)) tag.append(" readonly=\"true\"");
+    if (view.isReadOnly()) tag.append(" readonly=\"true\"");
     if (isLeaf) {
         // Index 0 is that of a key whose first value was empty. It has no type that the reader
         // would take, so it is written as what it is: open for any.
-        auto const index = obj->getDataTypeIndexInternal();
+        auto const index = view.rules().typeIndex();
         if (!index || *index == 0 || *index == SettingsImpl::anyTypeIndex) {
             tag.append(" anytype=\"true\"");
         }

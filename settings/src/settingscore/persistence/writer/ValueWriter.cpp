@@ -7,6 +7,7 @@
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/host/Platform.hpp>
 #include <settingscore/persistence/writer/TagWriter.hpp>
+#include <settingscore/tree/NodeView.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 #include <settingscore/value/AnyBridge.hpp>
 #include <settingscore/value/ValueTraits.hpp>
@@ -146,11 +147,12 @@ std::string getAttributeStringStream(detail::HeldLock const& lock,
                                      bool hasContent) {
     std::string attributes;
     if (!obj) return attributes;
+    detail::NodeView const view(*obj, lock);
     bool anyLength = false;
-    auto const sizes = obj->getValueArraySizeValidator();
+    auto const sizes = view.rules().sizes();
     // The sizes of a key that has settled no type are nobody's rule; read back they would make an
     // array of its one value.
-    if (sizes && obj->getDataTypeIndexInternal() != 0ul) {
+    if (sizes && view.rules().typeIndex() != 0ul) {
         anyLength = sizes->minArrSize() == 0 && sizes->maxArrSize() == 0;
         auto const append = [&](char const* name, unsigned long size) {
             if (size == 1) return;
@@ -162,7 +164,7 @@ std::string getAttributeStringStream(detail::HeldLock const& lock,
     // Without values such an element reads as the empty array, which would hide the value of a
     // later level.
     bool const readsAsEmptyArray = anyLength && !hasContent;
-    if (readsAsEmptyArray || obj->isUndefinedWithLock(lock)) attributes += " undef=\"true\"";
+    if (readsAsEmptyArray || view.isUndefined()) attributes += " undef=\"true\"";
     return attributes;
 }
 
@@ -171,7 +173,9 @@ void writeValues(detail::HeldLock const& lock, std::ostream& stream,
                  boost::shared_ptr<SettingsImpl const> const& obj, std::string const& level,
                  unsigned long depth) {
     if (!obj) return;
-    boost::any const value = obj->getAnyValueInternalWithLock(lock, level, false);
+    detail::NodeView const view(*obj, lock);
+    boost::any const value =
+        level.empty() ? view.storedInForce() : obj->getAnyValueWithLock(lock, level, false);
     std::string tag;
     if constexpr (std::is_same_v<T, ZenbarAny>) {
         if (value.empty()) return;
@@ -179,7 +183,7 @@ void writeValues(detail::HeldLock const& lock, std::ostream& stream,
     } else {
         tag = boostany::ValueTraits<T>::name;
     }
-    bool const ownsDefault = obj->isRuntimeOwningLevelWithLock(lock, level);
+    bool const ownsDefault = view.ownsRunTimeDefault(level);
 
     std::string line;
     appendIndent(depth, line);
@@ -187,7 +191,7 @@ void writeValues(detail::HeldLock const& lock, std::ostream& stream,
     line.append(getAttributeStringStream(lock, obj, ownsDefault || !value.empty())).append(">\n");
     put(stream, line);
     if (ownsDefault) {
-        writeRuntimeFunc(obj->runTimeDefaultWithLock(lock), stream, depth + 1);
+        writeRuntimeFunc(view.runTimeDefault(), stream, depth + 1);
     } else {
         writeData(stream, value, depth + 1);
     }

@@ -8,12 +8,13 @@
 #include <settingscore/errors/FileExceptions.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/persistence/xml/SchemaGrammars.hpp>
 #include <settingscore/persistence/xml/SettingsInputSource.hpp>
 #include <settingscore/persistence/xml/SettingsSaxErrorHandler.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
 #include <settingscore/tree/FileWords.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/tree/MergeEngine.hpp>
 #include <xercesc/framework/XMLGrammarPool.hpp>
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
@@ -155,18 +156,24 @@ boost::shared_ptr<SettingsImpl> SettingsXMLReader::getParsedSettings(ustring con
     path const baseDir = current.parent_path();
     std::set<path> visited;
     boost::shared_ptr<SettingsImpl> result;
-    bool firstMergeDone = true;
     ustring conflictText;
+    // Judges nothing in a load, nor while the files are put together.
+    Validator topValidator;
     do {
         handler.setSettings({});
         current = qf::filesystem::absolute(current, baseDir);
         // A chain of files that comes round to itself ends without an error.
         if (!visited.insert(current).second) continue;
         parsing([&] { reader->parse(SettingsInputSource(current, handler.bytesSinceTag())); });
-        result =
-            result ? SettingsImpl::mergeSettingsObject(result, handler.getSettings(), "user",
-                                                       &firstMergeDone, conflictText, current.str())
-                   : handler.getSettings();
+        if (result) {
+            result = detail::MergeEngine::foldFile(result, handler.getSettings(),
+                                                   SettingsLevelManager::userLevel(), false,
+                                                   conflictText, current.str())
+                         .result;
+        } else {
+            result = handler.getSettings();
+            topValidator.swap(result->contentInternal().validator);
+        }
     } while (handler.popNextPaths(current));
 
     if (!conflictText.empty()) {
@@ -174,6 +181,7 @@ boost::shared_ptr<SettingsImpl> SettingsXMLReader::getParsedSettings(ustring con
             exception::MergeFailed,
             u"Error merging Settings' files. The starting file is: " + startingFile);
     }
+    if (result) topValidator.swap(result->contentInternal().validator);
     return result;
 }
 

@@ -28,11 +28,11 @@ void XMLKey::closeTag() const {
         writer = &writeValues<ZenbarAny>;
     } else if (!settings_->getDataTypeIndexInternal()) {
         ZENBAR::settings::core::throwMessage<
-            ZENBAR::settings::core::TypeNotSpecifiedForNoneAnyType>(settings_->nameWithLock());
+            ZENBAR::settings::core::TypeNotSpecifiedForNoneAnyType>(settings_->getName());
     }
     settings_->setValueWriterFcnInternal(writer);
-    bool const hasDefault = !isVoidRuntimeDefault(
-        settings_->runTimeDefaultWithLock(XMLHelperFunctions::privateTreeLock()));
+    bool const hasDefault =
+        !isVoidRuntimeDefault(settings_->contentInternal().runTimeDefault.get());
     if (!hasDefault && !keyValue_.empty()) settings_->setAnyInternal(keyValue_, "user");
     settings_->setParentInternal(getParentXMLNode()->getSettings());
 }

@@ -10,7 +10,7 @@
 #include <settingscore/persistence/xml/XMLMetaDataMax.hpp>
 #include <settingscore/persistence/xml/XMLMetaDataMin.hpp>
 #include <settingscore/persistence/xml/XMLNode.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/tree/NodeBuilder.hpp>
 #include <settingscore/value/NumberText.hpp>
 
 namespace settings::core {
@@ -43,7 +43,7 @@ public:
     void closeTag() const override {
         auto const node = getSettings();
         if (node && !(minValue_.empty() && maxValue_.empty() && !choices_)) {
-            node->setMetaDataInternal(
+            detail::NodeBuilder(*node).setMetaData(
                 SettingsKeyMetaData<boost::any>(minValue_, maxValue_, choices_));
         }
     }

@@ -2,7 +2,7 @@
 
 #include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
 #include <settingscore/persistence/xml/XMLLeafNode.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/tree/NodeBuilder.hpp>
 
 namespace settings::core {
 
@@ -17,13 +17,13 @@ public:
         std::string const type = getAttribute(attributes, u"type");
         std::string const package = getAttribute(attributes, u"packagename");
         std::string const function = getAttribute(attributes, u"functionname");
-        auto const node = getSettings();
+        detail::NodeBuilder node(*getSettings());
         if (type == "C") {
-            node->setRunTimeDefaultInternal(CRunTimeDefault(package, function));
+            node.setRunTimeDefault(CRunTimeDefault(package, function));
         } else if (type == "ZENBAR") {
-            node->setRunTimeDefaultInternal(ZRunTimeDefault(package, function));
+            node.setRunTimeDefault(ZRunTimeDefault(package, function));
         } else if (type == "JAVA") {
-            node->setRunTimeDefaultInternal(JRunTimeDefault(package, function));
+            node.setRunTimeDefault(JRunTimeDefault(package, function));
         }
     }
 

@@ -1,7 +1,7 @@
 #include <settingscore/persistence/xml/XMLValidationFunction.hpp>
 
 #include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/tree/NodeBuilder.hpp>
 
 namespace settings::core {
 
@@ -21,7 +21,7 @@ XMLValidationFunction::XMLValidationFunction(xercesc::Attributes const& attribut
     } else if (type == "JAVA") {
         validator = JValidator(package, function);
     }
-    getSettings()->setValidatorInternal(validator);
+    detail::NodeBuilder(*getSettings()).setValidator(validator);
 }
 
 }  // namespace settings::core

@@ -1,4 +1,4 @@
-#include <settingscore/roots/SettingsEvent.hpp>
+#include <settingscore/tree/SettingsEvent.hpp>
 
 #include <iterator>
 

@@ -1,11 +1,18 @@
-#include <settingscore/rules/ValidationVisitor.hpp>
+// What rules ask of nodes.
 
 #include <utility>
 
 #include <boost/variant/apply_visitor.hpp>
+#include <settingscore/rules/RangeAndChoiceChecker.hpp>
+#include <settingscore/rules/ValidationVisitor.hpp>
+#include <settingscore/tree/NodeView.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core::detail {
+
+RangeAndChoiceChecker::RangeAndChoiceChecker(boost::shared_ptr<SettingsImpl const> const& node,
+                                             HeldLock const& lock)
+    : RangeAndChoiceChecker(node, NodeView(*node, lock).metaData()) {}
 
 ValidationVisitor::ValidationVisitor(HeldLock const& lock,
                                      boost::shared_ptr<SettingsImpl const> parent,
@@ -17,13 +24,13 @@ void ValidationVisitor::operator()(boost::mpl::void_ const&) {
     do {
         current_ = current_->getParentImpl();
         if (!current_) current_ = std::move(fallback_);
-    } while (current_ && current_->validatorWithLock(lock_).which() == 0);
-    if (current_) boost::apply_visitor(*this, current_->validatorWithLock(lock_));
+    } while (current_ && NodeView(*current_, lock_).validator().which() == 0);
+    if (current_) boost::apply_visitor(*this, NodeView(*current_, lock_).validator());
 }
 
 template <class V>
 void ValidationVisitor::operator()(V const& validator) const {
-    validator.invokeValidationFunction(key_->getParentImpl(), key_->nameWithLock(), value_);
+    validator.invokeValidationFunction(key_->getParentImpl(), key_->getName(), value_);
 }
 
 template void ValidationVisitor::operator()(ZValidator const&) const;

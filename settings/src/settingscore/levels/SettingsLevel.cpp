@@ -1,4 +1,4 @@
-#include <settingscore/persistence/SettingsLevel.hpp>
+#include <settingscore/levels/SettingsLevel.hpp>
 
 #include <utility>
 

@@ -1,9 +1,31 @@
-#include <settingscore/persistence/SettingsLevelManager.hpp>
+#include <settingscore/levels/SettingsLevelManager.hpp>
+
+#include <atomic>
 
 #include <boost/make_shared.hpp>
-#include <settingscore/roots/SettingsRootDirQuerier.hpp>
 
 namespace settings::core {
+
+namespace {
+
+std::atomic<SettingsLevelManager::RootPathQuery> userRootQuery{nullptr};
+std::atomic<SettingsLevelManager::RootPathQuery> factoryRootQuery{nullptr};
+
+ustring ask(std::atomic<SettingsLevelManager::RootPathQuery> const& registered) {
+    auto const query = registered.load();
+    return query ? query() : ustring();
+}
+ustring userRoot() { return ask(userRootQuery); }
+ustring factoryRoot() { return ask(factoryRootQuery); }
+
+std::string nameAt(std::size_t place) { return std::string(detail::levelNames[place]); }
+
+}  // namespace
+
+void SettingsLevelManager::setRootPathQueries(RootPathQuery user, RootPathQuery factory) {
+    userRootQuery = user;
+    factoryRootQuery = factory;
+}
 
 boost::shared_ptr<SettingsLevelManager> SettingsLevelManager::getSettingsLevelManagerInstance() {
     static auto* const settingsLevelManagerPtr_ =
@@ -12,13 +34,12 @@ boost::shared_ptr<SettingsLevelManager> SettingsLevelManager::getSettingsLevelMa
 }
 
 SettingsLevelManager::Levels const& SettingsLevelManager::levels() {
-    using Querier = SettingsRootDirQuerier;
     // Built at first use and never destroyed, so that nobody comes too early or too late.
     static auto* const settingsLevels_ =
-        new Levels{SettingsLevel("session", {}, true, 0, false, false, false, 0),
-                   SettingsLevel("user", &Querier::UserRoot, true, 1, false, false, true, 1),
-                   SettingsLevel("factory", &Querier::FactoryRoot, false,
-                                 SettingsLevel::unlimitedFiles, true, false, false, 2)};
+        new Levels{SettingsLevel(nameAt(0), {}, true, 0, false, false, false, 0),
+                   SettingsLevel(nameAt(1), &userRoot, true, 1, false, false, true, 1),
+                   SettingsLevel(nameAt(2), &factoryRoot, false, SettingsLevel::unlimitedFiles,
+                                 true, false, false, 2)};
     return *settingsLevels_;
 }
 

@@ -1,4 +1,4 @@
-// Writing chosen nodes, or a standalone tree, to a file of the user's choice.
+// Writing chosen nodes, or a standalone tree, to a file of the user's choice, and reading one back.
 
 #include <stdexcept>
 
@@ -6,25 +6,18 @@
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/persistence/writer/SaveWalk.hpp>
 #include <settingscore/persistence/writer/TagWriter.hpp>
+#include <settingscore/persistence/xml/SettingsXMLReader.hpp>
 #include <settingscore/tree/FakeSettingsTreeNode.hpp>
+#include <settingscore/tree/NodeView.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
 
 using detail::HeldLock;
+using detail::NodeView;
 using detail::SharedTreeLock;
 using FakeNode = boost::shared_ptr<FakeSettingsTreeNode>;
 using NodeList = std::vector<boost::shared_ptr<Settings const>>;
-
-bool FakeSettingsTreeNode::ByName::operator()(FakeNode const& a, FakeNode const& b) const {
-    return a->node_->nameWithLock() < b->node_->nameWithLock();
-}
-
-FakeSettingsTreeNode::FakeSettingsTreeNode(boost::shared_ptr<SettingsImpl const> const& node,
-                                           FakeNode const& child)
-    : node_(node) {
-    if (child) children_.insert(child);
-}
 
 namespace {
 
@@ -41,14 +34,16 @@ FakeNode createTopFakeObjectOfTheCurrentObject(boost::shared_ptr<SettingsImpl co
 }
 
 /// Adds a chain to the tree; the order in which chains come makes no difference.
-void mergeTwoObjectsPath(FakeNode const& tree, FakeNode const& added) {
-    if (added->children().empty()) {
-        tree->children().clear();  // The whole subtree is asked for.
-    } else if (!tree->children().empty()) {
-        FakeNode const& child = *added->children().begin();
+void mergeTwoObjectsPath(FakeNode tree, FakeNode added) {
+    while (!added->children().empty() && !tree->children().empty()) {
+        FakeNode const child = *added->children().begin();
         auto const inserted = tree->children().insert(child);
-        if (!inserted.second) mergeTwoObjectsPath(*inserted.first, child);
+        if (inserted.second) return;
+        tree = *inserted.first;
+        added = child;
     }
+    // Where a chain ends, the whole subtree is asked for.
+    if (added->children().empty()) tree->children().clear();
 }
 
 void addObjectsToTheFakeSavingTree(FakeNode& tree, FakeNode const& added) {
@@ -57,7 +52,7 @@ void addObjectsToTheFakeSavingTree(FakeNode& tree, FakeNode const& added) {
     } else if (added) {
         if (tree->node() != added->node()) {
             throw exception::ErrorExportMultipleNodesBelongsToDiffProducts(
-                tree->node()->nameWithLock(), added->node()->nameWithLock());
+                tree->node()->getName(), added->node()->getName());
         }
         mergeTwoObjectsPath(tree, added);
     }
@@ -71,18 +66,34 @@ FakeNode createFakeSavingTree(std::vector<boost::shared_ptr<SettingsImpl const>>
     return tree;
 }
 
-void saveFakeSavingTree(FakeSettingsTreeNode const& fake, std::ostream& stream,
-                        std::string const& levelName, unsigned long depth, HeldLock const& lock) {
-    SettingsImpl const& node = *fake.node();
-    if (fake.children().empty()) {
-        node.saveAll(lock, stream, depth, levelName);
-        return;
+void saveFakeSavingTree(FakeSettingsTreeNode const& top, std::ostream& stream,
+                        std::string const& levelName, HeldLock const& lock) {
+    struct Frame {
+        FakeSettingsTreeNode const* fake;
+        FakeSettingsTreeNode::Children::const_iterator next;
+    };
+    std::vector<Frame> stack;
+    auto const enter = [&](FakeSettingsTreeNode const& fake) {
+        SettingsImpl const& node = *fake.node();
+        if (fake.children().empty()) {
+            node.saveAll(lock, stream, stack.size(), levelName);
+            return;
+        }
+        bool const isTop = NodeView(node, lock).isTopLevel();
+        writeCurrentOpenTag(lock, stream, stack.size(), fake.node(), isTop);
+        stack.push_back({&fake, fake.children().begin()});
+    };
+    enter(top);
+    while (!stack.empty()) {
+        Frame& frame = stack.back();
+        if (frame.next != frame.fake->children().end()) {
+            enter(**frame.next++);
+            continue;
+        }
+        bool const isLeaf = NodeView(*frame.fake->node(), lock).isLeaf();
+        stack.pop_back();
+        writeCurrentCloseTag(stream, stack.size(), isLeaf);
     }
-    writeCurrentOpenTag(lock, stream, depth, fake.node(), node.isTopLevelNodeWithLock(lock));
-    for (FakeNode const& child : fake.children()) {
-        saveFakeSavingTree(*child, stream, levelName, depth + 1, lock);
-    }
-    writeCurrentCloseTag(stream, depth, node.isLeafWithLock());
 }
 
 }  // namespace
@@ -105,28 +116,28 @@ void SettingsImpl::exportSettingsImpl(NodeList const& nodes, ustring const& path
     tree->node()->exportPreCheck(lock, path);
     qf::filesystem::basic_ofstream stream(path);
     if (!stream) throw exception::ErrorSaveSettingsDueToFileIOError(nodes.front(), path);
-    saveFakeSavingTree(*tree, stream, levelName, 0, lock);
+    saveFakeSavingTree(*tree, stream, levelName, lock);
     stream.close();
 }
 
-void SettingsImpl::exportPreCheck(HeldLock const&, ustring const& path) const {
-    if (isRoot()) throw exception::CannotExportSettingsRoot(sharedThis());
-    if (!isConnectedToTheSettingsTree()) {
-        throw exception::CannotExportStandaloneSettings(sharedThis());
+void SettingsImpl::exportPreCheck(HeldLock const& lock, ustring const& path) const {
+    if (isRoot()) throw exception::CannotExportSettingsRoot(shared_from_this());
+    if (!NodeView(*this, lock).isConnected()) {
+        throw exception::CannotExportStandaloneSettings(shared_from_this());
     }
     if (!qf::filesystem::detail::is_absolute(path)) {
         throw exception::ErrorExportOrImportSettingsUsingRelativePath(path);
     }
 }
 
-void SettingsImpl::createSettingsFileImpl(boost::shared_ptr<SettingsImpl> const& node,
+void SettingsImpl::createSettingsFileImpl(boost::shared_ptr<SettingsImpl const> const& node,
                                           ustring const& path, unsigned int version) {
     if (!qf::filesystem::detail::is_absolute(path)) {
         throw exception::ErrorExportOrImportSettingsUsingRelativePath(path);
     }
     qf::filesystem::basic_ofstream stream(path);
     if (!stream) throw exception::ErrorSaveSettingsDueToFileIOError(node, path);
-    boost::shared_ptr<SettingsImpl> const top = node->getTopLevelNode();
+    auto const top = boost::const_pointer_cast<SettingsImpl>(node->getTopLevelNode());
     top->setVersionNumber(version);
     {
         SharedTreeLock const lock;
@@ -136,6 +147,28 @@ void SettingsImpl::createSettingsFileImpl(boost::shared_ptr<SettingsImpl> const&
         top->writeParentCloseTag(lock, walk, depth);
     }
     stream.close();
+}
+
+boost::shared_ptr<Settings> Settings::importAsStandaloneObject(ustring const& path) {
+    if (!qf::filesystem::detail::is_absolute(path)) {
+        throw exception::ErrorExportOrImportSettingsUsingRelativePath(path);
+    }
+    return SettingsXMLReader::getParsedSettings(path);
+}
+
+void Settings::exportSettings(std::vector<boost::shared_ptr<Settings const>> const& nodes,
+                              ustring const& path, std::string const& levelName) {
+    SettingsImpl::exportSettingsImpl(nodes, path, levelName);
+}
+
+void Settings::createFactorySettingsFile(boost::shared_ptr<Settings const> const& node,
+                                         ustring const& path, unsigned int version) {
+    auto const impl = boost::dynamic_pointer_cast<SettingsImpl const>(node);
+    if (!impl) throw std::invalid_argument("createFactorySettingsFile: the node is empty.");
+    if (impl->isConnectedToTheSettingsTree()) {
+        throw exception::ErrorCreateFactoryFileFromATreeNode(node);
+    }
+    SettingsImpl::createSettingsFileImpl(impl, path, version);
 }
 
 }  // namespace settings::core

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <atomic>
+#include <iosfwd>
+#include <string>
+
+#include <boost/any.hpp>
+#include <boost/optional.hpp>
+#include <boost/shared_ptr.hpp>
+#include <settingscore/rules/ValueArraySizeValidator.hpp>
+#include <settingscore/tree/TreeLock.hpp>
+
+namespace settings::core {
+
+class SettingsImpl;
+
+namespace detail {
+
+/// Writes a key's values, in the key's own type, as they stand on a level.
+using ValueWriterFcn = void (*)(HeldLock const&, std::ostream&,
+                                boost::shared_ptr<SettingsImpl const> const&,
+                                std::string const& level, unsigned long depth);
+/// Checks a value against the key's type; may convert it in place.
+using ValueTypeChecker = void (*)(boost::any&);
+
+/// What a key settles once about its values: by its definition, or by its first value.
+struct SettledRules {
+    boost::optional<ValueTypeChecker> typeChecker;
+    boost::optional<ValueArraySizeValidator> sizes;
+    boost::optional<ValueWriterFcn> writer;
+    boost::optional<unsigned long> typeIndex;
+
+    bool isComplete() const { return typeChecker && sizes && writer && typeIndex; }
+};
+
+/// The settled rules of one key.
+///
+/// A first value fills them under shared locks of the tree, from operations that are const. So they
+/// are guarded by a mutex of their own (one for all keys) until all four are there, which a flag
+/// tells; from then on they are read without it. It is the innermost of all locks: nothing is
+/// locked and nothing is called under it.
+class KeyRules {
+public:
+    KeyRules() = default;
+    KeyRules(KeyRules const& other);
+    KeyRules& operator=(KeyRules const& other) = delete;
+
+    SettledRules copy() const;
+    boost::optional<ValueArraySizeValidator> sizes() const;
+    /// Null if there is none yet.
+    ValueWriterFcn writer() const;
+    boost::optional<unsigned long> typeIndex() const;
+
+    /// The rules, with what `key` still lacks taken from `value`. From then on they are changed by
+    /// nobody but the operations below.
+    SettledRules const& settle(boost::any const& value, SettingsImpl const& key) const;
+
+    /// @{
+    /// For keys that no other thread can reach, or under exclusive access to the tree.
+    void takeOver(KeyRules const& other);
+    void setTypeChecker(ValueTypeChecker checker);
+    void setSizes(ValueArraySizeValidator const& bounds);
+    void setWriter(ValueWriterFcn function);
+    void setTypeIndex(unsigned long index);
+    /// The size rule no longer names the key that it was made for.
+    void forgetKey();
+    /// @}
+
+private:
+    template <class Read>
+    auto read(Read const& read) const;
+    template <class Change>
+    void change(Change const& change) const;
+
+    mutable SettledRules rules_;
+    mutable std::atomic<bool> isComplete_{false};
+};
+
+}  // namespace detail
+}  // namespace settings::core

@@ -1,0 +1,14 @@
+#include <gtest/gtest.h>
+#include <settingscore/levels/SettingsLevelManager.hpp>
+
+using settings::core::SettingsLevelManager;
+
+TEST(LevelsLayer, KnowsNoDirectoryUntilSomebodyDoes) {
+    auto const& user = SettingsLevelManager::userLevel();
+    EXPECT_EQ(user.levelName(), "user");
+    EXPECT_TRUE(user.levelRootPath().empty());
+    SettingsLevelManager::setRootPathQueries([] { return qf::ustring(u"/of/user"); }, nullptr);
+    EXPECT_EQ(user.levelRootPath(), u"/of/user");
+    EXPECT_TRUE(SettingsLevelManager::findLevel("factory")->levelRootPath().empty());
+    EXPECT_TRUE(SettingsLevelManager::findLevel("session")->levelRootPath().empty());
+}
