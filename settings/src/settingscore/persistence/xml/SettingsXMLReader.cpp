@@ -46,8 +46,6 @@ void parsing(Work const& work) {
         throw ErrorReadingSettingsData(exception::ContentRefused, textOf(error.getMessage()));
     } catch (xercesc::XMLException const& error) {
         throw ErrorReadingSettingsData(exception::ContentRefused, textOf(error.getMessage()));
-    } catch (xercesc::OutOfMemoryException const&) {
-        throw std::bad_alloc();
     }
 }
 
@@ -138,9 +136,7 @@ std::unique_ptr<FileParser> createReader(SettingsSaxHandler& handler) {
     return reader;
 }
 
-}  // namespace
-
-boost::shared_ptr<SettingsImpl> SettingsXMLReader::getParsedSettings(ustring const& startingFile) {
+boost::shared_ptr<SettingsImpl> readChain(ustring const& startingFile) {
     startParserOnce();
     SettingsSaxHandler handler;
     std::unique_ptr<FileParser> const reader = createReader(handler);
@@ -175,6 +171,17 @@ boost::shared_ptr<SettingsImpl> SettingsXMLReader::getParsedSettings(ustring con
             u"Error merging Settings' files. The starting file is: " + startingFile);
     }
     return result;
+}
+
+}  // namespace
+
+boost::shared_ptr<SettingsImpl> SettingsXMLReader::getParsedSettings(ustring const& startingFile) {
+    try {
+        return readChain(startingFile);
+    } catch (xercesc::OutOfMemoryException const&) {
+        // The parser's own, which is no std::exception.
+        throw std::bad_alloc();
+    }
 }
 
 }  // namespace settings::core
