@@ -125,7 +125,6 @@ public:
 private:
     static Path userFile(ustring const& folder, std::string const& product);
     static bool isWritable(Path const& file);
-    static Path makeTempDirectory(Path const& rootPath);
     static void replaceRealFile(Path const& tmpPath, Path const& realPath,
                                 Path const& previousPath);
 };

@@ -54,6 +54,60 @@ bool existsForSure(fs::path const& path) {
     }
 }
 
+/// The folder in which one save works, and the files in it. All that its removal needs is there
+/// before the folder is.
+struct WorkFolder {
+    WorkFolder(fs::path const& parent, ustring const& fileName)
+        : path(parent /
+               (u"temp" + qf::i18n::to_ustring(corebus::msg_svc::exchange::IDType().toString()))),
+          temporary(path / (fileName + u".tmp")),
+          previous(path / (fileName + u".previous")) {}
+
+    void remove() const {
+        // File by file first: that needs no descriptor, of which there may be none left.
+        for (fs::path const* const file : {&temporary, &previous, &path}) {
+            try {
+                fs::remove(*file);
+            } catch (fs::FsysExceptionBase const&) {
+                // The next attempt takes the folder as a whole.
+            }
+        }
+        if (fs::exists(path)) fs::remove_all(path);
+    }
+
+    fs::path const path;
+    /// The file that is written.
+    fs::path const temporary;
+    /// Where the real file can be moved out of the way.
+    fs::path const previous;
+};
+
+/// Does the work in a new folder, which is gone afterwards, whatever happens.
+/// @throws NoWritePermissionOnDirectory, CanNotCreateTempDirectory, errors of the file layer
+template <class Work>
+void inWorkFolder(fs::path const& parent, ustring const& fileName, Work const& work) {
+    for (int attempt = 1; attempt <= attempts; ++attempt) {
+        WorkFolder const folder(parent, fileName);
+        bool isMade = false;
+        qf::util::scope_guard const cleanUp([&] {
+            if (isMade) folder.remove();
+        });
+        try {
+            fs::create_directories(folder.path);
+            isMade = true;
+            if (!fs::exists(folder.path)) continue;
+        } catch (fs::FileExistsError const&) {
+            continue;  // Somebody else's folder: another name is tried.
+        } catch (fs::AccessDenied const& denied) {
+            if (existsForSure(folder.path)) continue;
+            msg::throwMessage<msg::NoWritePermissionOnDirectory>(folder.path.str(),
+                                                                 denied.reason().c_str());
+        }
+        return work(folder);
+    }
+    msg::throwMessage<msg::CanNotCreateTempDirectory>(parent.str());
+}
+
 }  // namespace
 
 void SettingsFile::setRenameTempToRealFunc(RenameFunc function) {
@@ -92,58 +146,20 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
     if (rootPath.empty()) return;
     Path const realPath = userFile(rootPath.str(), top->nameWithLock());
     try {
-        Path const tempDir = makeTempDirectory(rootPath);
         ustring const fileName =
             qf::i18n::to_ustring(top->nameWithLock() + detail::settingsExtension);
-        Path const tmpPath = tempDir / Path(fileName + u".tmp");
-        Path const previousPath = tempDir / Path(fileName + u".previous");
-        qf::util::scope_guard const cleanUp([&] {
-            // File by file first: that needs no descriptor, of which there may be none left.
-            for (Path const& file : {tmpPath, previousPath, tempDir}) {
-                try {
-                    fs::remove(file);
-                } catch (fs::FsysExceptionBase const&) {
-                    // The next attempt takes the folder as a whole.
-                }
+        inWorkFolder(rootPath, fileName, [&](WorkFolder const& folder) {
+            saveToFileFunc_.load()(level, top, functor, folder.temporary);
+            if (isWritable(realPath)) {
+                replaceRealFile(folder.temporary, realPath, folder.previous);
+            } else {
+                givenUpFunc_.load()(GivenUp::noWritePermission, level, top, realPath);
             }
-            if (fs::exists(tempDir)) fs::remove_all(tempDir);
         });
-        saveToFileFunc_.load()(level, top, functor, tmpPath);
-        if (!isWritable(realPath)) {
-            givenUpFunc_.load()(GivenUp::noWritePermission, level, top, realPath);
-            return;
-        }
-        replaceRealFile(tmpPath, realPath, previousPath);
     } catch (qf::except::Exception<msg::CanNotCreateTempDirectory, std::exception, void> const&) {
         // Without a temporary folder the save ends, the file unchanged.
         givenUpFunc_.load()(GivenUp::noTemporaryFolder, level, top, realPath);
     }
-}
-
-fs::path SettingsFile::makeTempDirectory(Path const& rootPath) {
-    for (int attempt = 1; attempt <= attempts; ++attempt) {
-        corebus::msg_svc::exchange::IDType const id;
-        Path tempDir = rootPath / Path(u"temp" + qf::i18n::to_ustring(id.toString()));
-        try {
-            fs::create_directories(tempDir);
-            if (fs::exists(tempDir)) return tempDir;
-        } catch (fs::FileExistsError const&) {
-            // Somebody else's folder: another name is tried.
-        } catch (fs::AccessDenied const& denied) {
-            if (!existsForSure(tempDir)) {
-                msg::throwMessage<msg::NoWritePermissionOnDirectory>(tempDir.str(),
-                                                                     denied.reason().c_str());
-            }
-        } catch (...) {
-            try {
-                fs::remove(tempDir);
-            } catch (fs::FsysExceptionBase const&) {
-                // The first failure is the one to tell.
-            }
-            throw;
-        }
-    }
-    msg::throwMessage<msg::CanNotCreateTempDirectory>(rootPath.str());
 }
 
 void SettingsFile::replaceRealFile(Path const& tmpPath, Path const& realPath,

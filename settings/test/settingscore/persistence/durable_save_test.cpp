@@ -26,8 +26,9 @@ struct Calls {
         if (file.compare(0, folder.size(), folder) != 0) return true;
         file.erase(0, folder.size() + 1);
         if (file.compare(0, 4, "temp") == 0) file.replace(0, file.find('/'), "TEMP");
-        seen.push_back(call + " " + (file.empty() ? "." : file));
-        if (seen.back() != failing) return true;
+        std::string const what = call + " " + (file.empty() ? "." : file);
+        if (call != "stat") seen.push_back(what);
+        if (what != failing) return true;
         errno = error;
         return false;
     }
@@ -41,7 +42,8 @@ struct Calls {
     std::string const folder;
     std::string const failing;
     int const error;
-    /// "CALL FILE", the file as seen from the folder, TEMP for the temporary folder.
+    /// "CALL FILE", the file as seen from the folder, TEMP for the temporary folder. What only
+    /// looks is not noted.
     std::vector<std::string> seen;
 };
 thread_local Calls* Calls::watcher = nullptr;
@@ -56,6 +58,7 @@ int watched(char const* name, File const& file, Given... given) {
 }  // namespace
 
 extern "C" {
+int stat(char const* path, struct stat* info) noexcept { return watched("stat", path, path, info); }
 int fsync(int descriptor) { return watched("fsync", descriptor, descriptor); }
 int chmod(char const* path, mode_t bits) noexcept { return watched("chmod", path, path, bits); }
 int mkdir(char const* path, mode_t bits) noexcept { return watched("mkdir", path, path, bits); }
@@ -206,6 +209,18 @@ TEST_F(DurableSave, WithoutItAnIncompleteFileReplacesTheOldOneAndAMissingFolderI
     EXPECT_EQ(readUserFile("plot"), whole);
     withLimit(RLIMIT_FSIZE, 100, [] { setWidth(7); });
     EXPECT_EQ(userFiles(), (Files{{"plot.settings", whole.substr(0, 100)}}));
+}
+
+TEST_F(DurableSave, NoFolderStaysThatWasMadeAndThenIsOutOfReach) {
+    setWidth(6);
+    Files const before = userFiles();
+    for (auto const& [error, width] : {std::pair(EACCES, 7), {EIO, 8}}) {
+        {
+            Calls const calls(userDir(), "stat TEMP", error);
+            EXPECT_ANY_THROW(setWidth(width));
+        }
+        EXPECT_EQ(userFiles(), before) << error;
+    }
 }
 
 TEST_F(DurableSave, KeepsThePermissionBitsAndTellsOfAFileThatIsNotWritable) {
