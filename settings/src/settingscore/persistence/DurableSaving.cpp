@@ -10,7 +10,6 @@
 #include <settingscore/persistence/UnreadFiles.hpp>
 #include <settingscore/persistence/writer/FileContent.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
-#include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -40,20 +39,13 @@ auto telling(Node const& node, fs::path const& file, Step const& step) {
 
 void writeWhole(SettingsLevel const* level, Node const& product, SaveSettingsFunctor const& functor,
                 fs::path const& temporary) {
-    // The temporary folder stands beside the file that is to be replaced.
-    fs::path const real =
-        temporary.parent_path().parent_path() /
-        fs::path(qf::i18n::to_ustring(product->nameWithLock() + detail::settingsExtension));
+    fs::path const real = SettingsFile::replacedBy(temporary);
     if (UnwritableContent const found = findUnwritable(functor, product, level->levelName())) {
         fail(found.node, real, EILSEQ, found.reason);
     }
     telling(product, real, [&] {
         fs::basic_ofstream stream(temporary);
-        // Before a byte of the content is in the file, so that nobody else can read it there.
-        if (stream && fs::exists(real)) {
-            unsigned const bits = fs::permissions(real);
-            if (bits != fs::permissions(temporary)) fs::set_permissions(temporary, bits);
-        }
+        if (stream) SettingsFile::keepPermissions(temporary);
         functor(product, stream, level->levelName());
         stream.sync_to_disk_on_close();
         stream.close();

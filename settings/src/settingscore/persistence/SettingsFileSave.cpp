@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <string_view>
 
 #include <boost/chrono/duration.hpp>
 #include <boost/thread/thread.hpp>
@@ -28,6 +29,7 @@ namespace msg = ZENBAR::settings::core;
 
 namespace {
 
+constexpr std::u16string_view temporaryExtension = u".tmp";
 constexpr int attempts = 1000;
 constexpr int attemptsBetweenSleeps = 333;
 
@@ -60,7 +62,7 @@ struct WorkFolder {
     WorkFolder(fs::path const& parent, ustring const& fileName)
         : path(parent /
                (u"temp" + qf::i18n::to_ustring(corebus::msg_svc::exchange::IDType().toString()))),
-          temporary(path / (fileName + u".tmp")),
+          temporary(path / (fileName + ustring(temporaryExtension))),
           previous(path / (fileName + u".previous")) {}
 
     void remove() const {
@@ -186,10 +188,30 @@ void SettingsFile::replaceRealFile(Path const& tmpPath, Path const& realPath,
     }
 }
 
+fs::path SettingsFile::replacedBy(Path const& temporary) {
+    ustring const name = temporary.filename().str();
+    if (temporary.extension() != temporaryExtension) return {};
+    // The temporary folder stands beside the file.
+    return temporary.parent_path().parent_path() /
+           Path(name.substr(0, name.size() - temporaryExtension.size()));
+}
+
+void SettingsFile::keepPermissions(Path const& temporary) {
+    Path const real = replacedBy(temporary);
+    if (real.empty() || !fs::exists(real)) return;
+    unsigned const bits = fs::permissions(real);
+    if (bits != fs::permissions(temporary)) fs::set_permissions(temporary, bits);
+}
+
 void SettingsFile::saveToFile(SettingsLevel const* level,
                               boost::shared_ptr<SettingsImpl const> const& obj,
                               SaveSettingsFunctor const& functor, Path const& path) {
     fs::basic_ofstream stream(path);
+    try {
+        keepPermissions(path);
+    } catch (fs::FsysExceptionBase const&) {
+        // The content counts for more.
+    }
     functor(obj, stream, level->levelName());
     stream.close();  // A failure stays in the stream's state, which nobody looks at.
 }

@@ -247,6 +247,16 @@ TEST_F(DurableSave, KeepsThePermissionBitsAndTellsOfAFileThatIsNotWritable) {
         EXPECT_EQ(userFiles(), before);
     };
     expectRefused(8, u"Permission denied");
+    // The other mode keeps them too, and says nothing where it cannot.
+    std::filesystem::permissions(file, std::filesystem::perms(0600));
+    filesByDefault(4);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
+    {
+        Calls const calls(userDir(), "chmod TEMP/plot.settings.tmp", EPERM);
+        filesByDefault(3);
+    }
+    resetInstances();
+    EXPECT_EQ(shownAt("plot.width", "user"), "3");
     // Neither mode waits for the other end of a pipe.
     std::filesystem::remove(file);
     ASSERT_EQ(::mkfifo(file.c_str(), 0666), 0);
