@@ -28,9 +28,11 @@ namespace settings::core {
 ///
 /// A file holds neither control characters but tab and line feed, nor U+FFFE, U+FFFF and lone
 /// surrogates, nor an array in a key that takes any type, nor values whose type or number is not
-/// their key's, nor names with `<`, `&`, `"`, a tab, a line end or the characters above, nor what
-/// the reader's bounds on nesting and length refuse. A product's name is one of a file. A carriage
-/// return is refused as well: it would come back as a line feed.
+/// their key's, nor an empty array unless the key takes arrays of any size (it would come back as
+/// no value), nor names with `<`, `&`, `"`, a tab, a line end or the characters above, nor what
+/// the reader's bounds on nesting and length refuse; those on length count the text as it is
+/// written. A product's name is one of a file. A carriage return is refused as well: it would come
+/// back as a line feed.
 ///
 /// The new file has the permission bits of the old one. A user file that could not be read wholly
 /// when its product was loaded is kept aside as NAME.settings.rejected before a save replaces it;

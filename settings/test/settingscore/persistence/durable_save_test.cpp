@@ -7,6 +7,7 @@
 #include <csignal>
 
 #include <settingscore/persistence/DurableSaving.hpp>
+#include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
 #include <support/ProductWorld.hpp>
 
 // The calls that bring bytes and names to the disk go through this file, so that they can be seen
@@ -275,6 +276,11 @@ TEST_F(DurableSave, ValuesThatWouldNotReadBackAreRefusedWithTheirKeysName) {
             keyXml("list", "int32", valueXml("1"), " minArraySize=\"0\" maxArraySize=\"5\""));
     auto const open = product("open");
     open->setAny("one", 2, "user");
+    // Fewer characters than a reader takes, and more bytes.
+    ustring text = u"]]>";
+    while (text.size() < SettingsSaxHandler::textLimit / 2)
+        text += text;
+    text.append(text, 0, text.size() / 8);
     Files const before = userFiles();
     for (auto const& [key, value, fault] : std::vector<std::tuple<std::string, any, std::string>>{
              {"text", ustring(1, u'\0'), "has a value that holds U+0000"},
@@ -282,7 +288,9 @@ TEST_F(DurableSave, ValuesThatWouldNotReadBackAreRefusedWithTheirKeysName) {
              {"text", ustring(u"ok\uFFFE"), "has a value that holds U+FFFE"},
              {"text", ustring(u"\xDE00\xD83D", 2), "has a value that holds U+DE00"},
              {"any", Ints{1, 2}, "takes values of any type, of which a file holds no arrays"},
-             {"list", Ints(), "has 0 values, which its definition excludes"},
+             {"text", text, "has a value that is too long a text"},
+             {"list", Ints(),
+              "has an empty array, of which only a key of any size has a form in files"},
          }) {
         auto const set = [&open, key = key, value = value] { open->setAny(key, value, "user"); };
         expectUnwritable(set, "open." + key + " " + fault);

@@ -22,7 +22,7 @@ public:
 
     XMLFilePos curPos() const override { return position_; }
     XMLSize_t readBytes(XMLByte* const to, XMLSize_t const size) override {
-        std::size_t const count = next(reinterpret_cast<char*>(to), size);
+        std::size_t const count = next(reinterpret_cast<char*>(to), std::min(size, mostAtOnce));
         position_ += count;
         bytesSinceTag_ += count;
         if (bytesSinceTag_ > SettingsInputSource::tagDistanceLimit) {
@@ -33,6 +33,9 @@ public:
     XMLCh const* getContentType() const override { return nullptr; }
 
 private:
+    /// Far less than the limit on written texts leaves for what is read ahead.
+    static constexpr XMLSize_t mostAtOnce = XMLSize_t(1) << 16;
+
     std::size_t next(char* to, std::size_t size) {
         if (taken_ < end_) {
             std::size_t const count = std::min(size, end_ - taken_);

@@ -15,6 +15,8 @@ class SettingsInputSource : public xercesc::InputSource {
 public:
     /// Most bytes of a file that may come without a tag among them.
     static constexpr std::uint64_t tagDistanceLimit = std::uint64_t(256) << 20;
+    /// So long a text, with its marks, can be read whatever the parser has read ahead behind it.
+    static constexpr std::uint64_t writtenTextLimit = tagDistanceLimit - (std::uint64_t(1) << 20);
 
     /// The counter gets the bytes read added, and is put back by whoever sees the tags.
     SettingsInputSource(qf::filesystem::path const& file, std::uint64_t& bytesSinceTag);
