@@ -2,6 +2,8 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <exception>
+#include <optional>
 
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/I18n.hpp>
@@ -35,11 +37,36 @@ auto telling(Node const& node, fs::path const& file, Step const& step) {
     }
 }
 
+// --- A file that the load could not read for a passing reason ---------------------------------
+
+/// What the tree lacks of the file would be lost by the save, and the file may be as good as ever:
+/// it is read once more, for its own sake.
+void refuseIfUnreadable(Node const& product, fs::path const& file) {
+    auto const root = product->getParentImpl();
+    auto const atLoad = UnreadFiles::unreadableFor(root, file);
+    // Without a file there is nothing to lose.
+    if (!atLoad || !telling(product, file, [&] { return fs::exists(file); })) return;
+    std::optional<UnreadFiles::Passing> now;
+    try {
+        SettingsFile::loadSettingsObject(file);
+    } catch (std::exception const& error) {
+        now = UnreadFiles::passing(error, file);
+        UnreadFiles::setUnread(root, file, now);
+        if (!now) return;
+    }
+    std::string const why = now ? "it cannot be read at this time, and is not replaced unread: "
+                                : "it can be read now, but its values are not in this tree, which "
+                                  "has to be loaded anew by a new root; at its load: ";
+    UnreadFiles::Passing const& reason = now ? *now : *atLoad;
+    fail(product, file, reason.errorNumber, why + qf::i18n::to_string(reason.reason));
+}
+
 // --- The temporary file -----------------------------------------------------------------------
 
 void writeWhole(SettingsLevel const* level, Node const& product, SaveSettingsFunctor const& functor,
                 fs::path const& temporary) {
     fs::path const real = SettingsFile::replacedBy(temporary);
+    refuseIfUnreadable(product, real);
     if (UnwritableContent const found = findUnwritable(functor, product, level->levelName())) {
         fail(found.node, real, EILSEQ, found.reason);
     }
@@ -93,7 +120,7 @@ void renameDurably(fs::path const& temporary, fs::path const& real) {
         bool const isNew = !fs::exists(real);
         fs::path aside;
         try {
-            if (!isNew && UnreadFiles::contains(real)) {
+            if (!isNew && UnreadFiles::isDefective(real)) {
                 aside = keepAside(real);
                 // On the disk before the content has lost its own name.
                 fs::sync_directory(folder);
@@ -107,7 +134,6 @@ void renameDurably(fs::path const& temporary, fs::path const& real) {
             }
             throw;
         }
-        UnreadFiles::forget(real);
         syncFolders(folder, isNew);
     });
 }

@@ -133,8 +133,6 @@ public:
 private:
     static Path userFile(ustring const& folder, std::string const& product);
     static bool isWritable(Path const& file);
-    static void replaceRealFile(Path const& tmpPath, Path const& realPath,
-                                Path const& previousPath);
 };
 
 }  // namespace settings::core

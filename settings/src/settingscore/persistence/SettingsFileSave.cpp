@@ -110,6 +110,29 @@ void inWorkFolder(fs::path const& parent, ustring const& fileName, Work const& w
     msg::throwMessage<msg::CanNotCreateTempDirectory>(parent.str());
 }
 
+/// False if the real file could not be replaced.
+bool replaceRealFile(WorkFolder const& folder, fs::path const& realPath) {
+    for (int attempt = 1;; ++attempt) {
+        try {
+            renameTempToRealFunc_.load()(folder.temporary, realPath);
+            return true;
+        } catch (fs::FsysExceptionBase const&) {
+            try {
+                renameRealToTempFunc_.load()(realPath, folder.previous);
+            } catch (fs::FsysExceptionBase const&) {
+                // Perhaps there was no real file: the next attempt will tell.
+            }
+        }
+        if (attempt % attemptsBetweenSleeps == 0) {
+            std::srand(static_cast<unsigned int>(std::time(nullptr)));
+            boost::this_thread::sleep_for(boost::chrono::seconds(1) +
+                                          boost::chrono::milliseconds(std::rand() % 1000 + 1));
+        } else if (attempt == attempts) {
+            return false;
+        }
+    }
+}
+
 }  // namespace
 
 void SettingsFile::setRenameTempToRealFunc(RenameFunc function) {
@@ -153,7 +176,7 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
         inWorkFolder(rootPath, fileName, [&](WorkFolder const& folder) {
             saveToFileFunc_.load()(level, top, functor, folder.temporary);
             if (isWritable(realPath)) {
-                replaceRealFile(folder.temporary, realPath, folder.previous);
+                if (replaceRealFile(folder, realPath)) UnreadFiles::replaced(root, realPath);
             } else {
                 givenUpFunc_.load()(GivenUp::noWritePermission, level, top, realPath);
             }
@@ -161,30 +184,6 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
     } catch (qf::except::Exception<msg::CanNotCreateTempDirectory, std::exception, void> const&) {
         // Without a temporary folder the save ends, the file unchanged.
         givenUpFunc_.load()(GivenUp::noTemporaryFolder, level, top, realPath);
-    }
-}
-
-void SettingsFile::replaceRealFile(Path const& tmpPath, Path const& realPath,
-                                   Path const& previousPath) {
-    for (int attempt = 1;; ++attempt) {
-        try {
-            renameTempToRealFunc_.load()(tmpPath, realPath);
-            UnreadFiles::forget(realPath);
-            return;
-        } catch (fs::FsysExceptionBase const&) {
-            try {
-                renameRealToTempFunc_.load()(realPath, previousPath);
-            } catch (fs::FsysExceptionBase const&) {
-                // Perhaps there was no real file: the next attempt will tell.
-            }
-        }
-        if (attempt % attemptsBetweenSleeps == 0) {
-            std::srand(static_cast<unsigned int>(std::time(nullptr)));
-            boost::this_thread::sleep_for(boost::chrono::seconds(1) +
-                                          boost::chrono::milliseconds(std::rand() % 1000 + 1));
-        } else if (attempt == attempts) {
-            return;
-        }
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <optional>
 
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/I18n.hpp>
@@ -107,6 +108,7 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
         for (qf::filesystem::path const& file :
              SettingsFile::getAllSettingsFileForProduct(name_, &*level, root)) {
             std::size_t const errorsBefore = errors.size();
+            std::optional<UnreadFiles::Passing> passing;
             // Whatever a file can do wrong costs the contribution of that file alone.
             try {
                 auto const object = SettingsFile::loadSettingsObject(file);
@@ -119,13 +121,18 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
                 }
             } catch (exception::ErrorReadingSettingsData const& e) {
                 appendLine(errors, file.str(), e.getDetailErrorMsg());
+                passing = UnreadFiles::passing(e, file);
             } catch (qf::except::IMsgIDException const& e) {
                 appendLine(errors, file.str(), e.GetUnicodeMessageTxt());
             } catch (std::exception const& e) {
                 appendLine(errors, file.str(), qf::i18n::to_ustring(e.what()));
+                passing = UnreadFiles::passing(e, file);
             }
-            if (level->canBeModified()) {
-                UnreadFiles::set(root, file, errors.size() != errorsBefore);
+            if (!level->canBeModified()) continue;
+            if (errors.size() == errorsBefore) {
+                UnreadFiles::setRead(root, file);
+            } else {
+                UnreadFiles::setUnread(root, file, passing);
             }
         }
     }

@@ -1,13 +1,17 @@
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
+#include <cstdio>
 
 #include <settingscore/persistence/DurableSaving.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
+#include <support/ParserMemory.hpp>
 #include <support/ProductWorld.hpp>
 
 // The calls that bring bytes and names to the disk go through this file, so that they can be seen
@@ -28,8 +32,10 @@ struct Calls {
         file.erase(0, folder.size() + 1);
         if (file.compare(0, 4, "temp") == 0) file.replace(0, file.find('/'), "TEMP");
         std::string const what = call + " " + (file.empty() ? "." : file);
-        if (call != "stat") seen.push_back(what);
+        if (call != "stat" && call != "open" && call != "read") seen.push_back(what);
         if (what != failing) return true;
+        // A signal interrupts once.
+        if (error == EINTR) failing.clear();
         errno = error;
         return false;
     }
@@ -41,7 +47,7 @@ struct Calls {
 
     static thread_local Calls* watcher;
     std::string const folder;
-    std::string const failing;
+    std::string failing;
     int const error;
     /// "CALL FILE", the file as seen from the folder, TEMP for the temporary folder. What only
     /// looks is not noted.
@@ -50,15 +56,32 @@ struct Calls {
 thread_local Calls* Calls::watcher = nullptr;
 
 /// Calls what the program would have called, if the watcher has no objection to it on `file`.
+template <class Result, class File, class... Given>
+Result watchedAs(char const* name, File const& file, Result failure, Given... given) {
+    auto* const call = reinterpret_cast<Result (*)(Given...)>(::dlsym(RTLD_NEXT, name));
+    return !Calls::watcher || Calls::watcher->passes(name, file) ? call(given...) : failure;
+}
 template <class File, class... Given>
-int watched(char const* name, File const& file, Given... given) {
-    auto* const call = reinterpret_cast<int (*)(Given...)>(::dlsym(RTLD_NEXT, name));
-    return !Calls::watcher || Calls::watcher->passes(name, file) ? call(given...) : -1;
+auto watched(char const* name, File const& file, Given... given) {
+    return watchedAs<int>(name, file, -1, given...);
 }
 
 }  // namespace
 
 extern "C" {
+int open(char const* path, int flags, ...) {
+    va_list rest;
+    va_start(rest, flags);
+    mode_t const bits = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    return watched("open", path, path, flags, bits);
+}
+ssize_t read(int descriptor, void* to, std::size_t size) {
+    return watchedAs<ssize_t>("read", descriptor, -1, descriptor, to, size);
+}
+FILE* fopen(char const* path, char const* mode) {
+    return watchedAs<FILE*>("fopen", path, nullptr, path, mode);
+}
 int stat(char const* path, struct stat* info) noexcept { return watched("stat", path, path, info); }
 int fsync(int descriptor) { return watched("fsync", descriptor, descriptor); }
 int chmod(char const* path, mode_t bits) noexcept { return watched("chmod", path, path, bits); }
@@ -161,8 +184,8 @@ TEST_F(DurableSave, WritesTheSameFilesAndBringsThemToTheDiskInOrder) {
         Calls const calls(userDir());
         setWidth(6);
         EXPECT_EQ(calls.seen, (Texts{"mkdir TEMP", "fsync TEMP/plot.settings.tmp",
-                                     "close TEMP/plot.settings.tmp", "rename plot.settings",
-                                     "fsync .", "close ."}));
+                                     "close TEMP/plot.settings.tmp", "fopen plot.settings",
+                                     "rename plot.settings", "fsync .", "close ."}));
     }
     EXPECT_EQ(userFiles(), expected);
 
@@ -380,6 +403,155 @@ TEST_F(DurableSave, AFileIsKeptAsideForAsLongAsItWasNotReplacedOrRead) {
     filesByDefault(6);
     setWidth(7);
     EXPECT_EQ(userFiles().size(), 3u);
+}
+
+// --- Files that could not be read for a while ---------------------------------------------------
+
+class DurableSaveOfAnUnreadFile : public DurableSave {
+protected:
+    ~DurableSaveOfAnUnreadFile() override { qbhost::setInstallPath({}); }
+    DurableSaveOfAnUnreadFile() {
+        setWidth(6);
+        good_ = userFiles();
+        resetInstances();
+    }
+    /// The first touch of the product reports the user's file with that at the end of the line.
+    void expectReported(std::string const& end) const {
+        auto const look = [&](exception::ErrorReadingSettingsData const& e) {
+            std::string const text = qf::i18n::to_string(e.getDetailErrorMsg());
+            std::size_t const line = text.find(userFilePath("plot").string() + "\t");
+            ASSERT_NE(line, std::string::npos) << text;
+            EXPECT_EQ(text.rfind(end, text.find('\n', line)) + end.size(), text.find('\n', line))
+                << text;
+        };
+        expectThrow<exception::ErrorReadingSettingsData>([] { product()->getChildren(); }, look);
+    }
+    /// The save that adding a group makes is refused with the error and a reason that has the parts
+    /// in it.
+    void expectRefused(int error, Texts const& parts) {
+        auto const look = [&](SaveError const& e) {
+            EXPECT_EQ(e.getErrorNum(), error);
+            EXPECT_EQ(e.getCausingFilePath(), toUString(userFilePath("plot")));
+            EXPECT_EQ(e.getCausingObject(), product());
+            std::string const text = qf::i18n::to_string(e.getReasonStr());
+            for (std::string const& part : parts)
+                EXPECT_NE(text.find(part), std::string::npos) << text << " lacks " << part;
+        };
+        NodePtr const group = makeGroup("g");
+        expectThrow<SaveError>([&] { group->setParent(productImpl()); }, look);
+        turnOffSettingsSaving();
+        productImpl()->removeNodeImpl(group);
+        turnOnSettingsSaving();
+        Calls* const calls = std::exchange(Calls::watcher, nullptr);
+        EXPECT_EQ(userFiles(), good_);
+        Calls::watcher = calls;
+    }
+    /// Saves until a new root are refused though the file can be read; the new root has its values.
+    void expectGoodInANewRoot(int error) {
+        expectRefused(error, {"can be read now", "new root"});
+        resetInstances();
+        EXPECT_EQ(shownAt("plot.width"), "6");
+        setWidth(7);
+        setWidth(6);
+        EXPECT_EQ(userFiles(), good_);
+    }
+    Files good_;
+};
+
+TEST_F(DurableSaveOfAnUnreadFile, IsRefusedUntilANewRootHasReadIt) {
+    std::string const unreadable = " (unreadable at this time)";
+    for (auto const& [call, error, reason] : std::vector<std::tuple<std::string, int, std::string>>{
+             {"open plot.settings", EMFILE, "Too many open files"},
+             {"open plot.settings", ENFILE, "Too many open files in system"},
+             {"read plot.settings", EIO, "Input/output error"},
+             {"read plot.settings", ENOMEM, "Cannot allocate memory"}}) {
+        SCOPED_TRACE(call + " " + reason);
+        resetInstances();
+        {
+            Calls const calls(userDir(), call, error);
+            expectReported("'" + userFilePath("plot").string() + "': " + reason + unreadable);
+            expectRefused(error, {"cannot be read at this time", reason});
+        }
+        {
+            Calls const calls(userDir(), call, EIO);
+            expectRefused(EIO, {"cannot be read at this time", "Input/output error"});
+        }
+        expectGoodInANewRoot(EIO);
+    }
+}
+
+TEST_F(DurableSaveOfAnUnreadFile, IsRefusedWhateverItWasThatTheReadLacked) {
+    // The schema.
+    qbhost::setInstallPath(toUString(folder() / "none"));
+    expectReported("No such file or directory");
+    expectRefused(ENOENT, {"cannot be read at this time", "settings.xsd"});
+    qbhost::setInstallPath({});
+    expectGoodInANewRoot(ENOENT);
+    // Memory of the parser.
+    resetInstances();
+    product();
+    ParserMemory::suffices(50, [&] { expectReported("std::bad_alloc"); });
+    expectGoodInANewRoot(ENOMEM);
+    // Another file that the file names.
+    userText("more", settingsXml("plot", intKey("more", "1")));
+    userText("plot.settings",
+             settingsXml("plot", "<additionalpath>more</additionalpath>" + intKey("width", "6")));
+    good_ = userFiles();
+    resetInstances();
+    {
+        Calls const calls(userDir(), "read more", EIO);
+        EXPECT_THROW(product()->getChildren(), exception::ErrorReadingSettingsData);
+        expectRefused(EIO, {"/more'"});
+    }
+    expectRefused(EIO, {"can be read now"});
+}
+
+TEST_F(DurableSaveOfAnUnreadFile, GoesOnWhereNothingCanBeLost) {
+    auto const failToLoad = [&] {
+        resetInstances();
+        Calls const calls(userDir(), "open plot.settings", EIO);
+        EXPECT_THROW(product()->getChildren(), exception::ErrorReadingSettingsData);
+    };
+    // It turns out to be defective.
+    failToLoad();
+    userText("plot.settings", "<settings");
+    setWidth(6);
+    Files expected = good_;
+    expected["plot.settings.rejected"] = "<settings";
+    EXPECT_EQ(userFiles(), expected);
+    // It is gone.
+    failToLoad();
+    std::filesystem::remove(userFilePath("plot"));
+    setWidth(6);
+    EXPECT_EQ(userFiles(), expected);
+    // It was replaced by this tree in the meantime, which the default does as ever.
+    failToLoad();
+    filesByDefault(5);
+    setWidth(6);
+    EXPECT_EQ(userFiles(), expected);
+    // Another tree has read it; that saves, and this one has its values no more than before.
+    failToLoad();
+    qbhost::startInstance(1);
+    Settings::getSettingsRoot(1)->getChild("plot")->setAny("width", 9, "user");
+    good_ = userFiles();
+    EXPECT_EQ(good_.size(), 2u);
+    expectRefused(EIO, {"can be read now"});
+    qbhost::endInstance(1);
+}
+
+TEST_F(DurableSaveOfAnUnreadFile, ASignalIsNoReason) {
+    for (std::string const call : {"open plot.settings", "read plot.settings"}) {
+        resetInstances();
+        Calls const calls(userDir(), call, EINTR);
+        EXPECT_EQ(shownAt("plot.width"), "6");
+    }
+    for (std::string const call : {"fopen plot.settings", "fsync TEMP/plot.settings.tmp"}) {
+        for (int const width : {7, 6}) {
+            Calls const calls(userDir(), call, EINTR);
+            setWidth(width);
+        }
+    }
+    EXPECT_EQ(userFiles(), good_);
 }
 
 }  // namespace

@@ -4,12 +4,11 @@
 #include <boost/numeric/conversion/converter_policies.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
 #include <support/CommaLocale.hpp>
-#include <xercesc/framework/MemoryManager.hpp>
 #include <xercesc/internal/VecAttributesImpl.hpp>
 #include <xercesc/sax/SAXException.hpp>
-#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
+#include <support/ParserMemory.hpp>
 #include <support/RoundTrip.hpp>
 
 namespace {
@@ -19,37 +18,6 @@ using namespace qbtest;
 std::string keyWith(std::string const& content) {
     return "<key name=\"k\">" + content + "</key>\n";
 }
-
-/// The parser's memory, which ends after a number of allocations. Never destroyed: blocks of the
-/// parser refer to it.
-class Memory : public xercesc::MemoryManager {
-public:
-    /// Does the work with that many allocations; true if they were enough.
-    static bool suffices(long allocations, std::function<void()> const& work) {
-        auto*& manager = xercesc::XMLPlatformUtils::fgMemoryManager;
-        static auto& memory = *new Memory(*manager);
-        memory.left_ = allocations;
-        manager = &memory;
-        work();
-        manager = &memory.real_;
-        return memory.left_ >= 0;
-    }
-    xercesc::MemoryManager* getExceptionMemoryManager() override { return &real_; }
-    void* allocate(XMLSize_t size) override {
-        if (left_ < 0 || --left_ < 0) throw xercesc::OutOfMemoryException();
-        return *blocks_.insert(real_.allocate(size)).first;
-    }
-    void deallocate(void* block) override {
-        blocks_.erase(block);
-        real_.deallocate(block);
-    }
-
-private:
-    explicit Memory(xercesc::MemoryManager& real) : real_(real) {}
-    xercesc::MemoryManager& real_;
-    std::set<void*> blocks_;  // The parser loses some when it ends like that.
-    long left_ = 0;
-};
 
 class Reader : public ::testing::Test {
 protected:
@@ -280,7 +248,7 @@ TEST_F(Reader, ParserWithoutMemoryFailsAsAnyOtherMemoryDoes) {
     auto const file = folder_.write("p.settings", fileText(intKey("k", "1")));
     ParseFolder::parseFile(file);  // What is made once is there.
     int failures = 0;
-    for (long count = 0; !Memory::suffices(count, [&] {
+    for (long count = 0; !ParserMemory::suffices(count, [&] {
              try {
                  ParseFolder::parseFile(file);
              } catch (std::bad_alloc const&) {

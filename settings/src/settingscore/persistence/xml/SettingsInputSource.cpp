@@ -15,8 +15,7 @@ namespace {
 class FileStream : public xercesc::BinInputStream {
 public:
     /// Reads the beginning at once: the parser's reader loses memory if its very first read throws.
-    FileStream(qf::filesystem::path const& file, std::uint64_t& bytesSinceTag)
-        : reader_(file), bytesSinceTag_(bytesSinceTag) {
+    FileStream(qf::filesystem::path const& file, ReadState& state) : reader_(file), state_(state) {
         end_ = reader_.read(beginning_.data(), beginning_.size());
     }
 
@@ -24,8 +23,8 @@ public:
     XMLSize_t readBytes(XMLByte* const to, XMLSize_t const size) override {
         std::size_t const count = next(reinterpret_cast<char*>(to), std::min(size, mostAtOnce));
         position_ += count;
-        bytesSinceTag_ += count;
-        if (bytesSinceTag_ > SettingsInputSource::tagDistanceLimit) {
+        state_.bytesSinceTag += count;
+        if (state_.bytesSinceTag > SettingsInputSource::tagDistanceLimit) {
             throw xercesc::SAXException(u"A piece of the settings file is too long");
         }
         return count;
@@ -46,6 +45,7 @@ private:
         try {
             return reader_.read(to, size);
         } catch (qf::filesystem::FsysExceptionBase const& error) {
+            state_.errorNumber = error.errorNumber();
             throw xercesc::SAXException(qf::i18n::to_ustring(error.what()).c_str());
         }
     }
@@ -55,20 +55,20 @@ private:
     std::size_t taken_ = 0;
     std::size_t end_ = 0;
     XMLFilePos position_ = 0;
-    std::uint64_t& bytesSinceTag_;
+    ReadState& state_;
 };
 
 }  // namespace
 
-SettingsInputSource::SettingsInputSource(qf::filesystem::path const& file,
-                                         std::uint64_t& bytesSinceTag)
-    : InputSource(file.str().c_str()), file_(file), bytesSinceTag_(bytesSinceTag) {}
+SettingsInputSource::SettingsInputSource(qf::filesystem::path const& file, ReadState& state)
+    : InputSource(file.str().c_str()), file_(file), state_(state) {}
 
 xercesc::BinInputStream* SettingsInputSource::makeStream() const {
-    bytesSinceTag_ = 0;
+    state_ = {};
     try {
-        return new FileStream(file_, bytesSinceTag_);
+        return new FileStream(file_, state_);
     } catch (qf::filesystem::FsysExceptionBase const& error) {
+        state_.errorNumber = error.errorNumber();
         throw xercesc::SAXParseException(qf::i18n::to_ustring(error.what()).c_str(), u"",
                                          getSystemId(), 0, 0);
     }

@@ -40,7 +40,7 @@ bool SettingsSaxHandler::popNextPaths(qf::filesystem::path& next) {
 
 void SettingsSaxHandler::tagSeen() {
     textLength_ = 0;
-    bytesSinceTag_ = 0;
+    readState_.bytesSinceTag = 0;
 }
 
 void SettingsSaxHandler::startElement(XMLCh const*, XMLCh const* localName, XMLCh const*,
