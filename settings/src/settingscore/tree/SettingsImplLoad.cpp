@@ -103,10 +103,12 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
     // contributed.
     auto merged = boost::make_shared<SettingsImpl>(name_, isLeaf_, boost::none, validator);
     bool firstMergeDone = false;
+    bool isAnyFileThere = false;
     auto const& levels = SettingsLevelManager::levels();
     for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
         for (qf::filesystem::path const& file :
              SettingsFile::getAllSettingsFileForProduct(name_, &*level, root)) {
+            isAnyFileThere = true;
             std::size_t const errorsBefore = errors.size();
             std::optional<UnreadFiles::Passing> passing;
             // Whatever a file can do wrong costs the contribution of that file alone.
@@ -137,7 +139,8 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
         }
     }
     if (!merged->visible_) {
-        if (visible_) return;  // Made in memory: there is nothing to load.
+        // Made in memory, there is nothing to load; or the lines say why nothing could be.
+        if (visible_ || isAnyFileThere) return;
         errors += u"There is no Settings files associated with this product node: " +
                   qf::i18n::to_ustring(name_) +
                   u". The Settings files may be deleted after ZENBAR started up. Please restart "
