@@ -21,6 +21,7 @@
 #include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -41,10 +42,11 @@ std::atomic<SettingsFile::SaveToFileFunc> saveToFileFunc_{&SettingsFile::saveToF
 std::atomic<SettingsFile::GivenUpFunc> givenUpFunc_{&SettingsFile::giveUpInSilence};
 
 void logSave(std::string const& product, std::string const& level) {
-    static auto const* const logger = new qf::log::basic_diagnostic_logger<char>("settings::core");
+    static auto const& logger =
+        detail::neverDestroyed<qf::log::basic_diagnostic_logger<char>>("settings::core");
     constexpr int severity = 1;
-    if (logger->is_enabled(severity)) {
-        logger->record(severity, "SaveObj : " + product + " Level : " + level);
+    if (logger.is_enabled(severity)) {
+        logger.record(severity, "SaveObj : " + product + " Level : " + level);
     }
 }
 

@@ -10,6 +10,7 @@
 #include <boost/weak_ptr.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/persistence/xml/UnreadableNow.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -24,8 +25,8 @@ struct Files {
     std::map<qf::filesystem::path, Marks> marks;
 
     static Files& instance() {
-        static auto* const files = new Files;
-        return *files;
+        static auto& files = detail::neverDestroyed<Files>();
+        return files;
     }
 
     /// Erases the marks of a file for which `isOver` is true, and those of trees that are gone.

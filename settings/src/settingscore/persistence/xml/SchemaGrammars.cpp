@@ -7,6 +7,7 @@
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/persistence/xml/SettingsSaxErrorHandler.hpp>
 #include <settingscore/tree/FileWords.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 #include <xercesc/framework/XMLGrammarPoolImpl.hpp>
 #include <xercesc/sax/SAXException.hpp>
 #include <xercesc/sax2/SAX2XMLReader.hpp>
@@ -55,7 +56,7 @@ SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const&
     static std::mutex mutex;
     // Never destroyed: the parser is never ended either, and parses may go on in static
     // destructors.
-    static Pools& pools = *new Pools;
+    static auto& pools = detail::neverDestroyed<Pools>();
 
     std::lock_guard<std::mutex> const lock(mutex);
     auto const found = pools.find(location);
