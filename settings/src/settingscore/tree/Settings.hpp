@@ -52,8 +52,8 @@ using BatchErrors = std::vector<std::pair<std::string, std::string>>;
 /// would wait for the very thread that it interrupted. The child of a `fork` has the locks as they
 /// were: if another thread was inside the library at that moment, some are held by nobody who could
 /// let go of them, and the child may call nothing that locks: let it go on to `exec`. If there was
-/// none, it may call everything. Its tree is a copy from then on: of the saves of both processes the
-/// last one wins.
+/// none, it may call everything. Its tree is a copy from then on: of the saves of both processes
+/// the last one wins.
 ///
 /// An operation that "loads" throws `exception::ErrorReadingSettingsData` (code 7) once, when it is
 /// the first to touch a product with faulty files; what could be read is there afterwards.
