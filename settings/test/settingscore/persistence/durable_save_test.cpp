@@ -5,55 +5,18 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 
-#include <settingscore/persistence/DurableSaving.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
-#include <support/ParserMemory.hpp>
-#include <support/ProductWorld.hpp>
+#include <support/DurableWorld.hpp>
 
 // The calls that bring bytes and names to the disk go through this file, so that they can be seen
-// and made to fail; where nobody watches they do what they always do.
+// and made to fail by whatever test; where nobody watches they do what they always do.
 
 namespace {
 
-/// Watches the calls of this thread on a folder until the end of the scope; one of them can fail.
-struct Calls {
-    explicit Calls(std::filesystem::path const& place, std::string call = {}, int number = 0)
-        : folder(place.string()), failing(std::move(call)), error(number) {
-        watcher = this;
-    }
-    ~Calls() { watcher = nullptr; }
-
-    bool passes(std::string const& call, std::string file) {
-        if (file.compare(0, folder.size(), folder) != 0) return true;
-        file.erase(0, folder.size() + 1);
-        if (file.compare(0, 4, "temp") == 0) file.replace(0, file.find('/'), "TEMP");
-        std::string const what = call + " " + (file.empty() ? "." : file);
-        if (call != "stat" && call != "open" && call != "read") seen.push_back(what);
-        if (what != failing) return true;
-        // A signal interrupts once.
-        if (error == EINTR) failing.clear();
-        errno = error;
-        return false;
-    }
-    bool passes(std::string const& call, int descriptor) {
-        std::error_code none;
-        auto const link = "/proc/self/fd/" + std::to_string(descriptor);
-        return passes(call, std::filesystem::read_symlink(link, none).string());
-    }
-
-    static thread_local Calls* watcher;
-    std::string const folder;
-    std::string failing;
-    int const error;
-    /// "CALL FILE", the file as seen from the folder, TEMP for the temporary folder. What only
-    /// looks is not noted.
-    std::vector<std::string> seen;
-};
-thread_local Calls* Calls::watcher = nullptr;
+using qbtest::Calls;
 
 /// Calls what the program would have called, if the watcher has no objection to it on `file`.
 template <class Result, class File, class... Given>
@@ -102,9 +65,7 @@ int close(int descriptor) {
 namespace {
 
 using namespace qbtest;
-using Files = std::map<std::string, std::string>;
-using SaveError = exception::ErrorWriteToTempSettingsFile;
-using Work = std::function<void()>;
+using DurableSave = DurableWorld;
 
 /// Does the work with a lower limit of the process.
 template <class Resource>
@@ -116,66 +77,6 @@ void withLimit(Resource resource, rlim_t limit, Work const& work) {
     work();
     ::setrlimit(resource, &before);
 }
-
-class DurableSave : public ProductWorld {
-protected:
-    DurableSave() {
-        installPlot();
-        // A file that grows beyond its limit is to be an error, not the end of the process.
-        std::signal(SIGXFSZ, SIG_IGN);
-        turnOnDurableSaving();
-    }
-    ~DurableSave() override { turnOffDurableSaving(); }
-
-    static void setWidth(int width) { product()->setAny("width", width, "user"); }
-    /// The files as they are when the width is saved without this mode.
-    Files filesByDefault(int width) {
-        turnOffDurableSaving();
-        setWidth(width);
-        turnOnDurableSaving();
-        return userFiles();
-    }
-    /// Loads the text as the user's file; what is no settings file is told.
-    void loadUserText(std::string const& text) {
-        userText("plot.settings", text);
-        resetInstances();
-        EXPECT_THROW(product()->getChildren(), exception::ErrorReadingSettingsData);
-    }
-    /// Sets the width from 6 to 7 where `failing` lets the save fail, and looks at what is left;
-    /// the memory, which keeps the value, is set back.
-    void expectFailure(int error, Files const& left, std::function<void(Work const&)> failing) {
-        auto const look = [&](SaveError const& e) {
-            EXPECT_EQ(e.getErrorNum(), error);
-            EXPECT_EQ(e.getCausingFilePath(), toUString(userFilePath("plot")));
-        };
-        failing([&] { expectThrow<SaveError>([] { setWidth(7); }, look); });
-        EXPECT_EQ(userFiles(), left);
-        EXPECT_EQ(shownAt("plot.width"), "7");
-        turnOffSettingsSaving();
-        setWidth(6);
-        turnOnSettingsSaving();
-    }
-    void expectFailureOf(std::string const& call, int error, Files const& left) {
-        SCOPED_TRACE(call);
-        expectFailure(error, left, [&](Work const& save) {
-            Calls const calls(userDir(), call, error);
-            save();
-        });
-    }
-    /// The save is refused with the sentence, which begins with the name of the node at fault.
-    void expectUnwritable(Work const& save, std::string const& sentence) {
-        Files const before = userFiles();
-        expectThrow<SaveError>(save, [&](SaveError const& e) {
-            std::string const text = qf::i18n::to_string(e.getReasonStr());
-            ustring const name = qf::i18n::to_ustring(e.getCausingObject()->getFullName());
-            EXPECT_EQ(e.getReasonStr().rfind(name + u" ", 0), 0u) << text;
-            EXPECT_NE(text.find(sentence + ", which would not read back"), std::string::npos)
-                << text.substr(0, 200) << " is not " << sentence;
-            EXPECT_EQ(e.getErrorNum(), EILSEQ);
-        });
-        EXPECT_EQ(userFiles(), before);
-    }
-};
 
 TEST_F(DurableSave, WritesTheSameFilesAndBringsThemToTheDiskInOrder) {
     Files const expected = filesByDefault(6);
@@ -403,155 +304,6 @@ TEST_F(DurableSave, AFileIsKeptAsideForAsLongAsItWasNotReplacedOrRead) {
     filesByDefault(6);
     setWidth(7);
     EXPECT_EQ(userFiles().size(), 3u);
-}
-
-// --- Files that could not be read for a while ---------------------------------------------------
-
-class DurableSaveOfAnUnreadFile : public DurableSave {
-protected:
-    ~DurableSaveOfAnUnreadFile() override { qbhost::setInstallPath({}); }
-    DurableSaveOfAnUnreadFile() {
-        setWidth(6);
-        good_ = userFiles();
-        resetInstances();
-    }
-    /// The first touch of the product reports the user's file with that at the end of the line.
-    void expectReported(std::string const& end) const {
-        auto const look = [&](exception::ErrorReadingSettingsData const& e) {
-            std::string const text = qf::i18n::to_string(e.getDetailErrorMsg());
-            std::size_t const line = text.find(userFilePath("plot").string() + "\t");
-            ASSERT_NE(line, std::string::npos) << text;
-            EXPECT_EQ(text.rfind(end, text.find('\n', line)) + end.size(), text.find('\n', line))
-                << text;
-        };
-        expectThrow<exception::ErrorReadingSettingsData>([] { product()->getChildren(); }, look);
-    }
-    /// The save that adding a group makes is refused with the error and a reason that has the parts
-    /// in it.
-    void expectRefused(int error, Texts const& parts) {
-        auto const look = [&](SaveError const& e) {
-            EXPECT_EQ(e.getErrorNum(), error);
-            EXPECT_EQ(e.getCausingFilePath(), toUString(userFilePath("plot")));
-            EXPECT_EQ(e.getCausingObject(), product());
-            std::string const text = qf::i18n::to_string(e.getReasonStr());
-            for (std::string const& part : parts)
-                EXPECT_NE(text.find(part), std::string::npos) << text << " lacks " << part;
-        };
-        NodePtr const group = makeGroup("g");
-        expectThrow<SaveError>([&] { group->setParent(productImpl()); }, look);
-        turnOffSettingsSaving();
-        productImpl()->removeNodeImpl(group);
-        turnOnSettingsSaving();
-        Calls* const calls = std::exchange(Calls::watcher, nullptr);
-        EXPECT_EQ(userFiles(), good_);
-        Calls::watcher = calls;
-    }
-    /// Saves until a new root are refused though the file can be read; the new root has its values.
-    void expectGoodInANewRoot(int error) {
-        expectRefused(error, {"can be read now", "new root"});
-        resetInstances();
-        EXPECT_EQ(shownAt("plot.width"), "6");
-        setWidth(7);
-        setWidth(6);
-        EXPECT_EQ(userFiles(), good_);
-    }
-    Files good_;
-};
-
-TEST_F(DurableSaveOfAnUnreadFile, IsRefusedUntilANewRootHasReadIt) {
-    std::string const unreadable = " (unreadable at this time)";
-    for (auto const& [call, error, reason] : std::vector<std::tuple<std::string, int, std::string>>{
-             {"open plot.settings", EMFILE, "Too many open files"},
-             {"open plot.settings", ENFILE, "Too many open files in system"},
-             {"read plot.settings", EIO, "Input/output error"},
-             {"read plot.settings", ENOMEM, "Cannot allocate memory"}}) {
-        SCOPED_TRACE(call + " " + reason);
-        resetInstances();
-        {
-            Calls const calls(userDir(), call, error);
-            expectReported("'" + userFilePath("plot").string() + "': " + reason + unreadable);
-            expectRefused(error, {"cannot be read at this time", reason});
-        }
-        {
-            Calls const calls(userDir(), call, EIO);
-            expectRefused(EIO, {"cannot be read at this time", "Input/output error"});
-        }
-        expectGoodInANewRoot(EIO);
-    }
-}
-
-TEST_F(DurableSaveOfAnUnreadFile, IsRefusedWhateverItWasThatTheReadLacked) {
-    // The schema.
-    qbhost::setInstallPath(toUString(folder() / "none"));
-    expectReported("No such file or directory");
-    expectRefused(ENOENT, {"cannot be read at this time", "settings.xsd"});
-    qbhost::setInstallPath({});
-    expectGoodInANewRoot(ENOENT);
-    // Memory of the parser.
-    resetInstances();
-    product();
-    ParserMemory::suffices(50, [&] { expectReported("std::bad_alloc"); });
-    expectGoodInANewRoot(ENOMEM);
-    // Another file that the file names.
-    userText("more", settingsXml("plot", intKey("more", "1")));
-    userText("plot.settings",
-             settingsXml("plot", "<additionalpath>more</additionalpath>" + intKey("width", "6")));
-    good_ = userFiles();
-    resetInstances();
-    {
-        Calls const calls(userDir(), "read more", EIO);
-        EXPECT_THROW(product()->getChildren(), exception::ErrorReadingSettingsData);
-        expectRefused(EIO, {"/more'"});
-    }
-    expectRefused(EIO, {"can be read now"});
-}
-
-TEST_F(DurableSaveOfAnUnreadFile, GoesOnWhereNothingCanBeLost) {
-    auto const failToLoad = [&] {
-        resetInstances();
-        Calls const calls(userDir(), "open plot.settings", EIO);
-        EXPECT_THROW(product()->getChildren(), exception::ErrorReadingSettingsData);
-    };
-    // It turns out to be defective.
-    failToLoad();
-    userText("plot.settings", "<settings");
-    setWidth(6);
-    Files expected = good_;
-    expected["plot.settings.rejected"] = "<settings";
-    EXPECT_EQ(userFiles(), expected);
-    // It is gone.
-    failToLoad();
-    std::filesystem::remove(userFilePath("plot"));
-    setWidth(6);
-    EXPECT_EQ(userFiles(), expected);
-    // It was replaced by this tree in the meantime, which the default does as ever.
-    failToLoad();
-    filesByDefault(5);
-    setWidth(6);
-    EXPECT_EQ(userFiles(), expected);
-    // Another tree has read it; that saves, and this one has its values no more than before.
-    failToLoad();
-    qbhost::startInstance(1);
-    Settings::getSettingsRoot(1)->getChild("plot")->setAny("width", 9, "user");
-    good_ = userFiles();
-    EXPECT_EQ(good_.size(), 2u);
-    expectRefused(EIO, {"can be read now"});
-    qbhost::endInstance(1);
-}
-
-TEST_F(DurableSaveOfAnUnreadFile, ASignalIsNoReason) {
-    for (std::string const call : {"open plot.settings", "read plot.settings"}) {
-        resetInstances();
-        Calls const calls(userDir(), call, EINTR);
-        EXPECT_EQ(shownAt("plot.width"), "6");
-    }
-    for (std::string const call : {"fopen plot.settings", "fsync TEMP/plot.settings.tmp"}) {
-        for (int const width : {7, 6}) {
-            Calls const calls(userDir(), call, EINTR);
-            setWidth(width);
-        }
-    }
-    EXPECT_EQ(userFiles(), good_);
 }
 
 }  // namespace
