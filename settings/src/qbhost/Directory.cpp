@@ -11,8 +11,11 @@ namespace qf::filesystem {
 
 basic_directory_iterator::basic_directory_iterator(path const& folder) {
     char const* const operation = "cannot read the folder";
-    std::unique_ptr<DIR, int (*)(DIR*)> const stream(
-        ::opendir(qbhost::detail::nativePath(operation, folder).c_str()), ::closedir);
+    std::string const bytes = qbhost::detail::nativePath(operation, folder);
+    std::unique_ptr<DIR, int (*)(DIR*)> stream(nullptr, ::closedir);
+    do {
+        stream.reset(::opendir(bytes.c_str()));
+    } while (!stream && errno == EINTR);
     if (!stream) qbhost::detail::failFsys(operation, folder, errno);
 
     std::vector<std::string> names;

@@ -37,7 +37,7 @@ public:
     bool close() {
         if (!isOpen()) return false;
         handOver();
-        if (sync_ && ::fsync(descriptor_) != 0) note(errno);
+        if (sync_) note(qbhost::detail::syncRetrying(descriptor_));
         if (::close(descriptor_) != 0 && errno != EINTR) note(errno);
         descriptor_ = -1;
         setp(nullptr, nullptr);

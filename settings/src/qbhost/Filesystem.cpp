@@ -148,7 +148,7 @@ void copyFile(path const& from, path const& to, copy_option option, bool syncToD
     if (error == 0 && ::fchmod(copy.get(), sourceInfo.st_mode & 0777) != 0 && errno != EPERM &&
         errno != ENOTSUP)
         error = errno;
-    if (error == 0 && syncToDisk && ::fsync(copy.get()) != 0) error = errno;
+    if (error == 0 && syncToDisk) error = qbhost::detail::syncRetrying(copy.get());
     if (::close(copy.release()) != 0 && error == 0 && errno != EINTR) error = errno;
     if (error != 0) {
         ::unlink(target.c_str());
@@ -191,7 +191,12 @@ std::FILE* fopen(path const& p, char const* mode) {
         errno = EINVAL;
         return nullptr;
     }
-    return std::fopen(bytes.c_str(), (std::string(mode) + "e").c_str());
+    std::string const closedOnExec = std::string(mode) + "e";
+    std::FILE* stream;
+    do {
+        stream = std::fopen(bytes.c_str(), closedOnExec.c_str());
+    } while (!stream && errno == EINTR);
+    return stream;
 }
 
 void sync_directory(path const& folder) {
@@ -199,8 +204,9 @@ void sync_directory(path const& folder) {
     Descriptor const descriptor(qbhost::detail::openRetrying(nativePath(operation, folder).c_str(),
                                                              O_RDONLY | O_DIRECTORY));
     if (!descriptor.isOpen()) failFsys(operation, folder, errno);
+    int const error = qbhost::detail::syncRetrying(descriptor.get());
     // File systems that need no such thing refuse it with EINVAL.
-    if (::fsync(descriptor.get()) != 0 && errno != EINVAL) failFsys(operation, folder, errno);
+    if (error != 0 && error != EINVAL) failFsys(operation, folder, error);
 }
 
 }  // namespace qf::filesystem

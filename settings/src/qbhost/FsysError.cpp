@@ -67,6 +67,14 @@ long readRetrying(int descriptor, char* to, std::size_t size) {
     return count;
 }
 
+int syncRetrying(int descriptor) {
+    int result;
+    do {
+        result = ::fsync(descriptor);
+    } while (result != 0 && errno == EINTR);
+    return result == 0 ? 0 : errno;
+}
+
 int writeAll(int descriptor, char const* from, std::size_t size) {
     while (size > 0) {
         long const count = ::write(descriptor, from, size);

@@ -40,6 +40,8 @@ int openRetrying(char const* path, int flags, unsigned mode = 0);
 int writeAll(int descriptor, char const* from, std::size_t size);
 /// As read(2), repeated when a signal interrupts it.
 long readRetrying(int descriptor, char* to, std::size_t size);
+/// As fsync(2), repeated when a signal interrupts it; 0 or the error number.
+int syncRetrying(int descriptor);
 /// Opens a regular file for reading. Never waits for the other end of a pipe.
 /// @throws qf::filesystem::FsysExceptionBase, also for whatever is no regular file.
 int openRegular(qf::filesystem::path const& path);

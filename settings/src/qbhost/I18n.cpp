@@ -1,5 +1,11 @@
 #include <cstdlib>
 #include <stdexcept>
+#include <string_view>
+#include <vector>
+
+#include <pwd.h>
+#include <sys/auxv.h>
+#include <unistd.h>
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <qbhost/Utf.hpp>
@@ -35,9 +41,24 @@ std::string codecvt_ustring_to_string(ustring const& text, char const* encoding)
     return to_string(text);
 }
 
+namespace {
+
+/// Without it the preference directory would be one that anybody can make.
+ustring ownHome() {
+    passwd entry{};
+    passwd* found = nullptr;
+    std::vector<char> buffer(std::size_t{1} << 14);
+    int const error = ::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found);
+    return error == 0 && found ? filesystem::from_native(entry.pw_dir).str() : ustring();
+}
+
+}  // namespace
+
 ustring getenv(char const* name) {
-    char const* const value = std::getenv(name);
-    return value ? filesystem::from_native(value).str() : ustring();
+    if (char const* const value = ::secure_getenv(name))
+        return filesystem::from_native(value).str();
+    bool const isRaised = ::getauxval(AT_SECURE) != 0;
+    return isRaised && name == std::string_view("HOME") ? ownHome() : ustring();
 }
 
 qbLocale const& qbLocale::global() {

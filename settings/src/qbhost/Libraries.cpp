@@ -18,10 +18,11 @@ std::string& lastError() {
     return text;
 }
 
-/// The folders of QBHOST_LIBRARY_PATH, then the folder "lib" of the host.
+/// The folders of QBHOST_LIBRARY_PATH, then the folder "lib" of the host. Whoever calls a program
+/// that has more rights than himself must not bring code into it.
 std::vector<std::string> libraryFolders() {
     std::vector<std::string> folders;
-    if (char const* const list = std::getenv("QBHOST_LIBRARY_PATH")) {
+    if (char const* const list = ::secure_getenv("QBHOST_LIBRARY_PATH")) {
         for (char const* from = list; *from != '\0';) {
             std::size_t const length = std::strcspn(from, ":");
             if (length > 0) folders.emplace_back(from, length);

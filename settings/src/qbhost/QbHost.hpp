@@ -13,7 +13,8 @@ namespace qbhost {
 /// environment variable QBHOST_ROOT, else the data folder that was installed with this library
 /// (PREFIX/share/qbsettings), else the source tree that it was built from.
 /// The host's folder "lib" holds libraries for callbacks; the folders listed in the environment
-/// variable QBHOST_LIBRARY_PATH, separated by ":", come before it.
+/// variable QBHOST_LIBRARY_PATH, separated by ":", come before it. Neither variable counts in a
+/// process that has more rights than its caller.
 QBHOST_API void setInstallPath(qf::ustring const& path);
 
 /// Puts a test in the place of "is the calling thread the one that runs the execution engine?".

@@ -161,7 +161,7 @@ SettingsPtr targetOf(Context& context, SettingsPtr const& source, std::string co
 class TemporaryFolder {
 public:
     TemporaryFolder() {
-        char const* const place = std::getenv("TMPDIR");
+        char const* const place = ::secure_getenv("TMPDIR");
         std::string name = std::string(place && *place ? place : "/tmp") + "/qbsettings-XXXXXX";
         if (!::mkdtemp(name.data())) {
             throw Failure(name + " cannot be made for the dry run: " + std::strerror(errno));

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include <sys/auxv.h>
+
 #include <qbhost/QbHost.hpp>
 #include <qbsettings/Failure.hpp>
 #include <qbsettings/Text.hpp>
@@ -37,6 +39,10 @@ std::vector<std::string> const& levelNames() {
 }
 
 Context::Context(Places const& places) {
+    bool const hasPlaces = places.hostRoot || places.factoryDirectory || places.userDirectory;
+    if (hasPlaces && ::getauxval(AT_SECURE) != 0) {
+        throw Failure("with more rights than its caller's, the program takes no folders from him");
+    }
     if (places.hostRoot) qbhost::setInstallPath(absolutePath(*places.hostRoot).str());
     setEnvironment("SETTINGS_FACTORYDIR", places.factoryDirectory);
     setEnvironment("SETTINGS_USERDIR", places.userDirectory);

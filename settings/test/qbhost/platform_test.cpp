@@ -1,9 +1,17 @@
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <qbhost/QbHost.hpp>
+#include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/host/Log.hpp>
 #include <settingscore/host/MsgID.hpp>
@@ -81,6 +89,49 @@ TEST(PlatformTest, ALibraryInTheHostsFolderThatFailsIsToldAndNoOtherTaken) {
     EXPECT_FALSE(quGetModule("libm.so.6", &status));
     EXPECT_NE(status, 0);
     EXPECT_NE(std::string(quLastLibraryError()).find(folder.path().string()), std::string::npos);
+}
+
+/// Run by the next test, in a process of its own.
+TEST(PlatformTest, DISABLED_TheCallersVariablesAreNotSeen) {
+    for (char const* name : {"SETTINGS_USERDIR", "ZENBAR_PREFDIR", "QBHOST_ROOT"})
+        EXPECT_EQ(qf::i18n::getenv(name), ustring()) << name;
+    EXPECT_NE(qf::i18n::getenv("HOME"), u"/callers");
+    EXPECT_NE(qf::i18n::getenv("HOME"), ustring());
+    EXPECT_NE(qf::filesystem::get_install_path(), u"/callers");
+    EXPECT_FALSE(quGetModule("libcallers.so", nullptr));
+    EXPECT_EQ(std::string(quLastLibraryError()).find("/callers"), std::string::npos);
+}
+
+TEST(PlatformTest, AProcessWithMoreRightsThanItsCallerTakesNoFoldersFromHim) {
+    qbtest::TempFolder folder;
+    auto const program = folder.path() / "program";
+    struct ::statvfs disk {};
+    ASSERT_EQ(::statvfs(folder.path().c_str(), &disk), 0);
+    if (::geteuid() != 0 || (disk.f_flag & ST_NOSUID) != 0) GTEST_SKIP() << "cannot raise rights";
+    qbtest::writeFile(folder.path() / "callers/libcallers.so", "no library");
+    std::filesystem::copy_file("/proc/self/exe", program);
+    std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
+    qbtest::ScopedEnvironment environment;
+    environment.set("QBHOST_LIBRARY_PATH", folder.path() / "callers");
+    for (char const* name : {"SETTINGS_USERDIR", "ZENBAR_PREFDIR", "QBHOST_ROOT", "HOME"})
+        environment.set(name, "/callers");
+    for (bool const isRaised : {true, false}) {
+        ASSERT_EQ(::chmod(program.c_str(), isRaised ? 04755 : 0755), 0);
+        pid_t const child = ::fork();
+        if (child == 0) {
+            bool const isNobody = ::setgid(65534) == 0 && ::setuid(65534) == 0;
+            std::freopen("/dev/null", "w", stdout);
+            if (isNobody) {
+                ::execl(program.c_str(), "program", "--gtest_also_run_disabled_tests",
+                        "--gtest_filter=*TheCallersVariablesAreNotSeen", nullptr);
+            }
+            std::_Exit(2);
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        // Without the rights the variables count.
+        EXPECT_EQ(status, isRaised ? 0 : W_EXITCODE(1, 0));
+    }
 }
 
 TEST(PlatformTest, AProgramMayPutItsOwnInPlace) {

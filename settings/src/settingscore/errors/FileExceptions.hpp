@@ -65,7 +65,8 @@ public:
     /// What kind of failure it was.
     ErrorCode getErrorCode() const { return code_; }
     /// The reason, for people. That of `ParseFailed` begins with the place, "LineNum=3  ColNum=10
-    /// "; that of `LazyLoadFailed` has a line for each fault, the file in front of a tab.
+    /// "; that of `LazyLoadFailed` has a line for each fault, the file in front of a tab. That a
+    /// product's files may have been deleted since the start stands there only if none was found.
     ustring const& getDetailErrorMsg() const { return detail_; }
 
 private:

@@ -25,7 +25,9 @@ QBHOST_API ustring to_ustring(std::string const& text);
 QBHOST_API std::string codecvt_ustring_to_string(ustring const& text, char const* encoding);
 
 /// Value of an environment variable, empty if it is unset. What variables name is mostly folders,
-/// so a byte that is not UTF-8 is carried as a path carries it.
+/// so a byte that is not UTF-8 is carried as a path carries it. A process that has more rights than
+/// its caller sees none of the caller's variables; HOME is there the home of the user whose rights
+/// it has.
 QBHOST_API ustring getenv(char const* name);
 
 /// Names the language of catalogue texts.

@@ -2,6 +2,8 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <exception>
+#include <optional>
 
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/I18n.hpp>
@@ -10,7 +12,6 @@
 #include <settingscore/persistence/UnreadFiles.hpp>
 #include <settingscore/persistence/writer/FileContent.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
-#include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -36,24 +37,42 @@ auto telling(Node const& node, fs::path const& file, Step const& step) {
     }
 }
 
+// --- A file that the load could not read for a passing reason ---------------------------------
+
+/// What the tree lacks of the file would be lost by the save, and the file may be as good as ever:
+/// it is read once more, for its own sake.
+void refuseIfUnreadable(Node const& product, fs::path const& file) {
+    auto const root = product->getParentImpl();
+    auto const atLoad = UnreadFiles::unreadableFor(root, file);
+    // Without a file there is nothing to lose.
+    if (!atLoad || !telling(product, file, [&] { return fs::exists(file); })) return;
+    std::optional<UnreadFiles::Passing> now;
+    try {
+        SettingsFile::loadSettingsObject(file);
+    } catch (std::exception const& error) {
+        now = UnreadFiles::passing(error, file);
+        UnreadFiles::setUnread(root, file, now);
+        if (!now) return;
+    }
+    std::string const why = now ? "it cannot be read at this time, and is not replaced unread: "
+                                : "it can be read now, but its values are not in this tree, which "
+                                  "has to be loaded anew by a new root; at its load: ";
+    UnreadFiles::Passing const& reason = now ? *now : *atLoad;
+    fail(product, file, reason.errorNumber, why + qf::i18n::to_string(reason.reason));
+}
+
 // --- The temporary file -----------------------------------------------------------------------
 
 void writeWhole(SettingsLevel const* level, Node const& product, SaveSettingsFunctor const& functor,
                 fs::path temporary) {
-    // The temporary folder stands beside the file that is to be replaced.
-    fs::path const real =
-        temporary.parent_path().parent_path() /
-        fs::path(qf::i18n::to_ustring(product->getName() + detail::settingsExtension));
+    fs::path const real = SettingsFile::replacedBy(temporary);
+    refuseIfUnreadable(product, real);
     if (UnwritableContent const found = findUnwritable(functor, product, level->levelName())) {
         fail(found.node, real, EILSEQ, found.reason);
     }
     telling(product, real, [&] {
         fs::basic_ofstream stream(temporary);
-        // Before a byte of the content is in the file, so that nobody else can read it there.
-        if (stream && fs::exists(real)) {
-            unsigned const bits = fs::permissions(real);
-            if (bits != fs::permissions(temporary)) fs::set_permissions(temporary, bits);
-        }
+        if (stream) SettingsFile::keepPermissions(temporary);
         functor(product, stream, level->levelName());
         stream.sync_to_disk_on_close();
         stream.close();
@@ -101,7 +120,7 @@ void renameDurably(fs::path temporary, fs::path real) {
         bool const isNew = !fs::exists(real);
         fs::path aside;
         try {
-            if (!isNew && UnreadFiles::contains(real)) {
+            if (!isNew && UnreadFiles::isDefective(real)) {
                 aside = keepAside(real);
                 // On the disk before the content has lost its own name.
                 fs::sync_directory(folder);
@@ -115,7 +134,6 @@ void renameDurably(fs::path temporary, fs::path real) {
             }
             throw;
         }
-        UnreadFiles::forget(real);
         syncFolders(folder, isNew);
     });
 }

@@ -13,7 +13,8 @@ namespace settings::core {
 /// - `ErrorWriteToTempSettingsFile` for a value or a name that no file can hold (with the key or
 ///   group, EILSEQ and a reason that has its name); for opening, writing, syncing and closing the
 ///   temporary file and for its permission bits; for a temporary folder that could not be made in
-///   1000 tries; for an old file that could not be kept aside; for the rename;
+///   1000 tries; for an old file that could not be kept aside, or not be read (see below); for the
+///   rename;
 /// - `NoFileWritePermission` for a file that is not writable;
 /// - `NoWritePermissionOnDirectory`, and errors of the file layer for other trouble with making the
 ///   temporary folder, as without this mode.
@@ -28,13 +29,25 @@ namespace settings::core {
 ///
 /// A file holds neither control characters but tab and line feed, nor U+FFFE, U+FFFF and lone
 /// surrogates, nor an array in a key that takes any type, nor values whose type or number is not
-/// their key's, nor names with `<`, `&`, `"`, a tab, a line end or the characters above, nor what
-/// the reader's bounds on nesting and length refuse. A product's name is one of a file. A carriage
-/// return is refused as well: it would come back as a line feed.
+/// their key's, nor an empty array unless the key takes arrays of any size (it would come back as
+/// no value), nor names with `<`, `&`, `"`, a tab, a line end or the characters above, nor what
+/// the reader's bounds on nesting and length refuse; those on length count the text as it is
+/// written. A product's name is one of a file. A carriage return is refused as well: it would come
+/// back as a line feed.
 ///
-/// The new file has the permission bits of the old one. A user file that could not be read wholly
+/// The new file has the permission bits of the old one. A user file that turned out to be defective
 /// when its product was loaded is kept aside as NAME.settings.rejected before a save replaces it;
 /// while that name is taken, as NAME.settings.rejected.2 and so on. It is never looked at again.
+///
+/// A user file that the load could not read for a reason that may pass (no descriptors, no memory,
+/// a disk or network that fails; for a file that it names as well) or for want of the schema may be
+/// as good as ever, and is not replaced. A save of that product by that tree reads the file once
+/// more, to learn what is the matter:
+/// - it fails again for such a reason: the save is refused with that reason;
+/// - it can be read: the save is refused all the same, as the tree has none of its values; a new
+///   root loads them;
+/// - it is defective: it is kept aside, and the save goes on; so it does if the file is gone.
+/// Such a factory file keeps no save from its work: none would replace it.
 ///
 /// The cost is a walk over the product and two waits for the disk a save (more for the first
 /// file of a folder and for a file that is kept aside). The mode belongs to the

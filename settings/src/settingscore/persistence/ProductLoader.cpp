@@ -1,5 +1,7 @@
 // The default loader: fills a product from its files of all levels.
 
+#include <optional>
+
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
@@ -32,10 +34,14 @@ public:
         for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
             for (qf::filesystem::path const& file :
                  SettingsFile::getAllSettingsFileForProduct(product, &*level, root_)) {
+                isAnyFileThere_ = true;
                 std::size_t const errorsBefore = errors_.size();
-                read(file, *level);
-                if (level->canBeModified()) {
-                    UnreadFiles::set(root_, file, errors_.size() != errorsBefore);
+                std::optional<UnreadFiles::Passing> const passing = read(file, *level);
+                if (!level->canBeModified()) continue;
+                if (errors_.size() == errorsBefore) {
+                    UnreadFiles::setRead(root_, file);
+                } else {
+                    UnreadFiles::setUnread(root_, file, passing);
                 }
             }
         }
@@ -44,20 +50,26 @@ public:
     boost::shared_ptr<SettingsImpl> result() const {
         return isFirstRead_ ? merged_ : boost::shared_ptr<SettingsImpl>();
     }
+    bool isAnyFileThere() const { return isAnyFileThere_; }
 
 private:
     /// Whatever a file can do wrong costs the contribution of that file alone.
-    void read(qf::filesystem::path const& file, SettingsLevel const& level) {
+    /// @return what kept the file from being read, if that may pass
+    std::optional<UnreadFiles::Passing> read(qf::filesystem::path const& file,
+                                             SettingsLevel const& level) {
         try {
             auto const object = SettingsFile::loadSettingsObject(file);
             if (object) fold(object, file, level);
         } catch (exception::ErrorReadingSettingsData const& e) {
             report(file, e.getDetailErrorMsg());
+            return UnreadFiles::passing(e, file);
         } catch (qf::except::IMsgIDException const& e) {
             report(file, e.GetUnicodeMessageTxt());
         } catch (std::exception const& e) {
             report(file, qf::i18n::to_ustring(e.what()));
+            return UnreadFiles::passing(e, file);
         }
+        return std::nullopt;
     }
 
     void fold(boost::shared_ptr<SettingsImpl> const& object, qf::filesystem::path const& file,
@@ -84,6 +96,7 @@ private:
     Validator validator_;
     ustring& errors_;
     bool isFirstRead_ = false;
+    bool isAnyFileThere_ = false;
 };
 
 }  // namespace
@@ -108,7 +121,8 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
         acceptChildren(*merged);
         return;
     }
-    if (content_.visible) return;  // Made in memory: there is nothing to load.
+    // Made in memory, there is nothing to load; or the lines say why nothing could be.
+    if (content_.visible || loader.isAnyFileThere()) return;
     errors += u"There is no Settings files associated with this product node: " +
               qf::i18n::to_ustring(name) +
               u". The Settings files may be deleted after ZENBAR started up. Please restart "

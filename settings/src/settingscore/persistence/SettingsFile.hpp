@@ -109,12 +109,20 @@ public:
     /// | existing file refuses rename | replaced by 2nd try | no                                |
     /// | rename fails 1000 times      | untouched, or gone  | no                                |
     ///
-    /// The file is gone if it could be moved out of the way and the next rename failed as well.
-    /// No temporary folder stays behind in any of these cases. Durable saves, which
-    /// `turnOnDurableSaving` turns on, tell all of them but the first and lose nothing.
+    /// The new file has the permission bits of the old one, if that is possible. The file is gone
+    /// if it could be moved out of the way and the next rename failed as well. No temporary folder
+    /// stays behind in any of these cases. Durable saves, which `turnOnDurableSaving` turns on,
+    /// tell all of them but the first and lose nothing.
     static void saveSettings(SettingsLevel const* level, boost::shared_ptr<SettingsImpl> const& obj,
                              SaveSettingsFunctor const& functor);
-    /// Writes the file; a failure to write reports nothing.
+    /// The file that a save is about to replace by this temporary one; empty for other paths.
+    static Path replacedBy(Path const& temporary);
+    /// Gives the temporary file the permission bits of the one that it replaces, if there is one.
+    /// To be called before it has any content, so that nobody reads there what the old file kept
+    /// from him. @throws FsysExceptionBase
+    static void keepPermissions(Path const& temporary);
+    /// Writes the file, with the permission bits of the one that it replaces if that is possible; a
+    /// failure reports nothing.
     static void saveToFile(SettingsLevel const* level,
                            boost::shared_ptr<SettingsImpl const> const& obj,
                            SaveSettingsFunctor const& functor, Path path);
@@ -132,9 +140,6 @@ public:
 private:
     static Path userFile(ustring const& folder, std::string const& product);
     static bool isWritable(Path const& file);
-    static Path makeTempDirectory(Path const& rootPath);
-    static void replaceRealFile(Path const& tmpPath, Path const& realPath,
-                                Path const& previousPath);
 };
 
 }  // namespace settings::core

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <string_view>
 
 #include <boost/chrono/duration.hpp>
 #include <boost/thread/thread.hpp>
@@ -20,6 +21,7 @@
 #include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/NodeView.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -28,6 +30,7 @@ namespace msg = ZENBAR::settings::core;
 
 namespace {
 
+constexpr std::u16string_view temporaryExtension = u".tmp";
 constexpr int attempts = 1000;
 constexpr int attemptsBetweenSleeps = 333;
 
@@ -39,10 +42,11 @@ std::atomic<SettingsFile::SaveToFileFunc> saveToFileFunc_{&SettingsFile::saveToF
 std::atomic<SettingsFile::GivenUpFunc> givenUpFunc_{&SettingsFile::giveUpInSilence};
 
 void logSave(std::string const& product, std::string const& level) {
-    static auto const* const logger = new qf::log::basic_diagnostic_logger<char>("settings::core");
+    static auto const& logger =
+        detail::neverDestroyed<qf::log::basic_diagnostic_logger<char>>("settings::core");
     constexpr int severity = 1;
-    if (logger->is_enabled(severity)) {
-        logger->record(severity, "SaveObj : " + product + " Level : " + level);
+    if (logger.is_enabled(severity)) {
+        logger.record(severity, "SaveObj : " + product + " Level : " + level);
     }
 }
 
@@ -51,6 +55,83 @@ bool existsForSure(fs::path const& path) {
         return fs::exists(path);
     } catch (fs::FsysExceptionBase const&) {
         return false;
+    }
+}
+
+/// The folder in which one save works, and the files in it. All that its removal needs is there
+/// before the folder is.
+struct WorkFolder {
+    WorkFolder(fs::path const& parent, ustring const& fileName)
+        : path(parent /
+               (u"temp" + qf::i18n::to_ustring(corebus::msg_svc::exchange::IDType().toString()))),
+          temporary(path / (fileName + ustring(temporaryExtension))),
+          previous(path / (fileName + u".previous")) {}
+
+    void remove() const {
+        // File by file first: that needs no descriptor, of which there may be none left.
+        for (fs::path const* const file : {&temporary, &previous, &path}) {
+            try {
+                fs::remove(*file);
+            } catch (fs::FsysExceptionBase const&) {
+                // The next attempt takes the folder as a whole.
+            }
+        }
+        if (fs::exists(path)) fs::remove_all(path);
+    }
+
+    fs::path const path;
+    /// The file that is written.
+    fs::path const temporary;
+    /// Where the real file can be moved out of the way.
+    fs::path const previous;
+};
+
+/// Does the work in a new folder, which is gone afterwards, whatever happens.
+/// @throws NoWritePermissionOnDirectory, CanNotCreateTempDirectory, errors of the file layer
+template <class Work>
+void inWorkFolder(fs::path const& parent, ustring const& fileName, Work const& work) {
+    for (int attempt = 1; attempt <= attempts; ++attempt) {
+        WorkFolder const folder(parent, fileName);
+        bool isMade = false;
+        qf::util::scope_guard const cleanUp([&] {
+            if (isMade) folder.remove();
+        });
+        try {
+            fs::create_directories(folder.path);
+            isMade = true;
+            if (!fs::exists(folder.path)) continue;
+        } catch (fs::FileExistsError const&) {
+            continue;  // Somebody else's folder: another name is tried.
+        } catch (fs::AccessDenied const& denied) {
+            if (existsForSure(folder.path)) continue;
+            msg::throwMessage<msg::NoWritePermissionOnDirectory>(folder.path.str(),
+                                                                 denied.reason().c_str());
+        }
+        return work(folder);
+    }
+    msg::throwMessage<msg::CanNotCreateTempDirectory>(parent.str());
+}
+
+/// False if the real file could not be replaced.
+bool replaceRealFile(WorkFolder const& folder, fs::path const& realPath) {
+    for (int attempt = 1;; ++attempt) {
+        try {
+            renameTempToRealFunc_.load()(folder.temporary, realPath);
+            return true;
+        } catch (fs::FsysExceptionBase const&) {
+            try {
+                renameRealToTempFunc_.load()(realPath, folder.previous);
+            } catch (fs::FsysExceptionBase const&) {
+                // Perhaps there was no real file: the next attempt will tell.
+            }
+        }
+        if (attempt % attemptsBetweenSleeps == 0) {
+            std::srand(static_cast<unsigned int>(std::time(nullptr)));
+            boost::this_thread::sleep_for(boost::chrono::seconds(1) +
+                                          boost::chrono::milliseconds(std::rand() % 1000 + 1));
+        } else if (attempt == attempts) {
+            return false;
+        }
     }
 }
 
@@ -93,87 +174,45 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
     if (rootPath.empty()) return;
     Path const realPath = userFile(rootPath.str(), name);
     try {
-        Path const tempDir = makeTempDirectory(rootPath);
         ustring const fileName = qf::i18n::to_ustring(name + detail::settingsExtension);
-        Path const tmpPath = tempDir / Path(fileName + u".tmp");
-        Path const previousPath = tempDir / Path(fileName + u".previous");
-        qf::util::scope_guard const cleanUp([&] {
-            // File by file first: that needs no descriptor, of which there may be none left.
-            for (Path const& file : {tmpPath, previousPath, tempDir}) {
-                try {
-                    fs::remove(file);
-                } catch (fs::FsysExceptionBase const&) {
-                    // The next attempt takes the folder as a whole.
-                }
+        inWorkFolder(rootPath, fileName, [&](WorkFolder const& folder) {
+            saveToFileFunc_.load()(level, top, functor, folder.temporary);
+            if (isWritable(realPath)) {
+                if (replaceRealFile(folder, realPath)) UnreadFiles::replaced(root, realPath);
+            } else {
+                givenUpFunc_.load()(GivenUp::noWritePermission, level, top, realPath);
             }
-            if (fs::exists(tempDir)) fs::remove_all(tempDir);
         });
-        saveToFileFunc_.load()(level, top, functor, tmpPath);
-        if (!isWritable(realPath)) {
-            givenUpFunc_.load()(GivenUp::noWritePermission, level, top, realPath);
-            return;
-        }
-        replaceRealFile(tmpPath, realPath, previousPath);
     } catch (qf::except::Exception<msg::CanNotCreateTempDirectory, std::exception, void> const&) {
         // Without a temporary folder the save ends, the file unchanged.
         givenUpFunc_.load()(GivenUp::noTemporaryFolder, level, top, realPath);
     }
 }
 
-fs::path SettingsFile::makeTempDirectory(Path const& rootPath) {
-    for (int attempt = 1; attempt <= attempts; ++attempt) {
-        corebus::msg_svc::exchange::IDType const id;
-        Path tempDir = rootPath / Path(u"temp" + qf::i18n::to_ustring(id.toString()));
-        try {
-            fs::create_directories(tempDir);
-            if (fs::exists(tempDir)) return tempDir;
-        } catch (fs::FileExistsError const&) {
-            // Somebody else's folder: another name is tried.
-        } catch (fs::AccessDenied const& denied) {
-            if (!existsForSure(tempDir)) {
-                msg::throwMessage<msg::NoWritePermissionOnDirectory>(tempDir.str(),
-                                                                     denied.reason().c_str());
-            }
-        } catch (...) {
-            try {
-                fs::remove(tempDir);
-            } catch (fs::FsysExceptionBase const&) {
-                // The first failure is the one to tell.
-            }
-            throw;
-        }
-    }
-    msg::throwMessage<msg::CanNotCreateTempDirectory>(rootPath.str());
+fs::path SettingsFile::replacedBy(Path const& temporary) {
+    ustring const name = temporary.filename().str();
+    if (temporary.extension() != temporaryExtension) return {};
+    // The temporary folder stands beside the file.
+    return temporary.parent_path().parent_path() /
+           Path(name.substr(0, name.size() - temporaryExtension.size()));
 }
 
-void SettingsFile::replaceRealFile(Path const& tmpPath, Path const& realPath,
-                                   Path const& previousPath) {
-    for (int attempt = 1;; ++attempt) {
-        try {
-            renameTempToRealFunc_.load()(tmpPath, realPath);
-            UnreadFiles::forget(realPath);
-            return;
-        } catch (fs::FsysExceptionBase const&) {
-            try {
-                renameRealToTempFunc_.load()(realPath, previousPath);
-            } catch (fs::FsysExceptionBase const&) {
-                // Perhaps there was no real file: the next attempt will tell.
-            }
-        }
-        if (attempt % attemptsBetweenSleeps == 0) {
-            std::srand(static_cast<unsigned int>(std::time(nullptr)));
-            boost::this_thread::sleep_for(boost::chrono::seconds(1) +
-                                          boost::chrono::milliseconds(std::rand() % 1000 + 1));
-        } else if (attempt == attempts) {
-            return;
-        }
-    }
+void SettingsFile::keepPermissions(Path const& temporary) {
+    Path const real = replacedBy(temporary);
+    if (real.empty() || !fs::exists(real)) return;
+    unsigned const bits = fs::permissions(real);
+    if (bits != fs::permissions(temporary)) fs::set_permissions(temporary, bits);
 }
 
 void SettingsFile::saveToFile(SettingsLevel const* level,
                               boost::shared_ptr<SettingsImpl const> const& obj,
                               SaveSettingsFunctor const& functor, Path path) {
     fs::basic_ofstream stream(path);
+    try {
+        keepPermissions(path);
+    } catch (fs::FsysExceptionBase const&) {
+        // The content counts for more.
+    }
     functor(obj, stream, level->levelName());
     stream.close();  // A failure stays in the stream's state, which nobody looks at.
 }

@@ -1,59 +1,99 @@
 #include <settingscore/persistence/UnreadFiles.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 #include <map>
 #include <mutex>
-#include <set>
+#include <new>
 
 #include <boost/weak_ptr.hpp>
+#include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/xml/UnreadableNow.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
 namespace {
 
+using Passing = UnreadFiles::Passing;
+/// A mark without a passing reason tells of a defective file.
+using Marks = std::map<boost::weak_ptr<void const>, std::optional<Passing>>;
+
 struct Files {
     std::mutex mutex;
-    std::map<qf::filesystem::path, std::set<boost::weak_ptr<void const>>> roots;
+    std::map<qf::filesystem::path, Marks> marks;
 
     static Files& instance() {
-        static auto* const files = new Files;
-        return *files;
+        static auto& files = detail::neverDestroyed<Files>();
+        return files;
+    }
+
+    /// Erases the marks of a file for which `isOver` is true, and those of trees that are gone.
+    template <class IsOver>
+    void erase(qf::filesystem::path const& file, IsOver const& isOver) {
+        auto const found = marks.find(file);
+        if (found == marks.end()) return;
+        Marks& ofFile = found->second;
+        for (auto mark = ofFile.begin(); mark != ofFile.end();) {
+            bool const goes = mark->first.expired() || isOver(*mark);
+            mark = goes ? ofFile.erase(mark) : std::next(mark);
+        }
+        if (ofFile.empty()) marks.erase(found);
     }
 };
 
+bool isOf(Marks::value_type const& mark, UnreadFiles::Root const& root) {
+    return !mark.first.owner_before(root) && !root.owner_before(mark.first);
+}
+
 }  // namespace
 
-void UnreadFiles::set(boost::shared_ptr<void const> const& root, qf::filesystem::path const& file,
-                      bool unread) {
-    Files& files = Files::instance();
-    std::lock_guard<std::mutex> const lock(files.mutex);
-    if (unread) {
-        auto& roots = files.roots[file];
-        for (auto other = roots.begin(); other != roots.end();)
-            other = other->expired() ? roots.erase(other) : std::next(other);
-        roots.insert(root);
-        return;
+std::optional<Passing> UnreadFiles::passing(std::exception const& failure, Path const& file) {
+    if (auto const* const unreadable = dynamic_cast<UnreadableNow const*>(&failure)) {
+        return Passing{unreadable->errorNumber(), unreadable->getDetailErrorMsg()};
     }
-    auto const found = files.roots.find(file);
-    if (found == files.roots.end()) return;
-    found->second.erase(root);
-    if (found->second.empty()) files.roots.erase(found);
+    if (!dynamic_cast<std::bad_alloc const*>(&failure)) return std::nullopt;
+    qf::filesystem::FsysExceptionBase const noMemory("cannot read", file.str(), ENOMEM);
+    return Passing{ENOMEM, qf::i18n::to_ustring(noMemory.what())};
 }
 
-bool UnreadFiles::contains(qf::filesystem::path const& file) {
+void UnreadFiles::setRead(Root const& root, Path const& file) {
     Files& files = Files::instance();
     std::lock_guard<std::mutex> const lock(files.mutex);
-    auto const found = files.roots.find(file);
-    if (found == files.roots.end()) return false;
-    return std::any_of(found->second.begin(), found->second.end(),
-                       [](auto const& root) { return !root.expired(); });
+    files.erase(file, [&](auto const& mark) { return isOf(mark, root); });
 }
 
-void UnreadFiles::forget(qf::filesystem::path const& file) {
+void UnreadFiles::setUnread(Root const& root, Path const& file,
+                            std::optional<Passing> const& reason) {
     Files& files = Files::instance();
     std::lock_guard<std::mutex> const lock(files.mutex);
-    files.roots.erase(file);
+    files.erase(file, [](auto const&) { return false; });
+    files.marks[file][root] = reason;
+}
+
+std::optional<Passing> UnreadFiles::unreadableFor(Root const& root, Path const& file) {
+    Files& files = Files::instance();
+    std::lock_guard<std::mutex> const lock(files.mutex);
+    auto const found = files.marks.find(file);
+    if (found == files.marks.end()) return std::nullopt;
+    auto const mark = found->second.find(root);
+    return mark == found->second.end() ? std::nullopt : mark->second;
+}
+
+bool UnreadFiles::isDefective(Path const& file) {
+    Files& files = Files::instance();
+    std::lock_guard<std::mutex> const lock(files.mutex);
+    auto const found = files.marks.find(file);
+    return found != files.marks.end() &&
+           std::any_of(found->second.begin(), found->second.end(),
+                       [](auto const& mark) { return !mark.second && !mark.first.expired(); });
+}
+
+void UnreadFiles::replaced(Root const& root, Path const& file) {
+    Files& files = Files::instance();
+    std::lock_guard<std::mutex> const lock(files.mutex);
+    files.erase(file, [&](auto const& mark) { return !mark.second || isOf(mark, root); });
 }
 
 }  // namespace settings::core

@@ -3,14 +3,9 @@
 #include <memory>
 #include <mutex>
 
-namespace settings::core::detail {
+#include <settingscore/value/NeverDestroyed.hpp>
 
-/// A value that lives to the very end of the process: functions that the host installs may be asked
-/// for by static objects of any library, before and after this one's own come and go.
-template <class T>
-T& neverDestroyed() {
-    return *new T();
-}
+namespace settings::core::detail {
 
 /// A function of the host's that can be replaced at any time, also by itself while it runs: whoever
 /// holds it keeps it. All calls are of the one function that was installed, with its state.

@@ -5,17 +5,14 @@
 
 #include <settingscore/errors/MergeExceptions.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
-#include <settingscore/rules/ValueType.hpp>
 #include <settingscore/tree/FailureOf.hpp>
 #include <settingscore/tree/KeyChecks.hpp>
 #include <settingscore/tree/MergeEngine.hpp>
 #include <settingscore/tree/NodeEvents.hpp>
 #include <settingscore/tree/NodeWalk.hpp>
-#include <settingscore/value/AnyBridge.hpp>
 
 namespace settings::core {
 
-namespace boostany = settingscore::boostany;
 using detail::ExclusiveTreeLock;
 using detail::GatheredEvents;
 using detail::HeldLock;
@@ -35,30 +32,6 @@ void checkTrees(SettingsImpl const& target, HeldLock const& lock,
     if (NodeView(*src, lock).isConnected()) {
         throw exception::CanOnlyMergeTreeNodeWithStandaloneNode(src, target.shared_from_this());
     }
-}
-
-/// Gives the value the shape that the key wants (one element to an array and back), if it fits.
-void takeShape(detail::SettledRules const& rules, boost::any& value) {
-    // Asked beforehand, as the checker's refusal asks the host for its text, which may read the
-    // tree.
-    auto const elementType = [](unsigned long index) {
-        return index > boostany::elementTypeCount ? index - boostany::elementTypeCount : index;
-    };
-    TypeIndexSetter index;
-    ArraySizeGetter size;
-    unsigned long const own = boostany::applyVisitor(index, value, true);
-    unsigned long const wanted = *rules.typeIndex;
-    bool const isArray = wanted > boostany::elementTypeCount;
-    if (wanted == boostany::anyTypeIndex || elementType(own) != elementType(wanted)) return;
-    if (!isArray && boostany::applyVisitor(size, value, true) != 1) return;
-    auto const* const bits = boost::any_cast<std::vector<bool>>(&value);
-    if (bits && *rules.typeChecker == &validateValueType<bool>) {
-        // The one pair that the checker does not convert.
-        bool const bit = bits->front();
-        value = bit;
-        return;
-    }
-    (*rules.typeChecker)(value);
 }
 
 /// The adoption itself, under exclusive access.
@@ -102,7 +75,7 @@ private:
             if (value.empty() || own.values.hasValue(level_.position())) return;
             // A key without rules takes them from the value: without a writer it would not be
             // saved.
-            takeShape(own.rules.settle(value, key), value);
+            detail::takeShape(own.rules.settle(value, key), value);
             own.values.put(level_.position(), value);
         } else {
             own.runTimeDefault.edit() = source.runTimeDefault();

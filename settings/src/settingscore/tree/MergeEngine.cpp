@@ -7,10 +7,14 @@
 #include <settingscore/errors/MergeExceptions.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
+#include <settingscore/rules/ValueType.hpp>
 #include <settingscore/tree/KeyChecks.hpp>
 #include <settingscore/tree/NodeView.hpp>
+#include <settingscore/value/AnyBridge.hpp>
 
 namespace settings::core {
+
+namespace boostany = settingscore::boostany;
 
 namespace detail {
 
@@ -119,6 +123,7 @@ void MergeEngine::mergeIntoLeafNode(SettingsImpl& target, SettingsImpl const& so
     if (value.empty()) return;
     // Of a definition and a value that come together the value is the definition's own affair.
     bool const hasRules = purpose_ == Purpose::trial && !isNew && own.rules.typeIndex();
+    if (hasRules) takeShape(own.rules.settle(value, target), value);
     if (own.values.holdsAnyValue() || hasRules) {
         checkValue(target, lock_, value);
     } else {
@@ -126,6 +131,29 @@ void MergeEngine::mergeIntoLeafNode(SettingsImpl& target, SettingsImpl const& so
     }
     std::size_t const position = level_.position();
     if (!own.values.hasValue(position)) own.values.put(position, value);
+}
+
+void takeShape(SettledRules const& rules, boost::any& value) {
+    // Asked beforehand, as the checker's refusal asks the host for its text, which may read the
+    // tree.
+    auto const elementType = [](unsigned long index) {
+        return index > boostany::elementTypeCount ? index - boostany::elementTypeCount : index;
+    };
+    TypeIndexSetter index;
+    ArraySizeGetter size;
+    unsigned long const own = boostany::applyVisitor(index, value, true);
+    unsigned long const wanted = *rules.typeIndex;
+    bool const isArray = wanted > boostany::elementTypeCount;
+    if (wanted == boostany::anyTypeIndex || elementType(own) != elementType(wanted)) return;
+    if (!isArray && boostany::applyVisitor(size, value, true) != 1) return;
+    auto const* const bits = boost::any_cast<std::vector<bool>>(&value);
+    if (bits && *rules.typeChecker == &validateValueType<bool>) {
+        // The one pair that the checker does not convert.
+        bool const bit = bits->front();
+        value = bit;
+        return;
+    }
+    (*rules.typeChecker)(value);
 }
 
 // --- The first file of a product ----------------------------------------------------------------

@@ -54,4 +54,8 @@ private:
     bool isLastLevel_;
 };
 
+/// Gives a value the shape that a key wants (one element to an array and back), if it fits; beyond
+/// what a set converts, also a single bit to a bool.
+void takeShape(SettledRules const& rules, boost::any& value);
+
 }  // namespace settings::core::detail

@@ -48,6 +48,13 @@ using BatchErrors = std::vector<std::pair<std::string, std::string>>;
 /// not set, validate, attach, remove, merge, nor make a factory file; that would wait for the very
 /// call they serve.
 ///
+/// A signal handler must call nothing of the library: whatever it calls may lock or allocate, and
+/// would wait for the very thread that it interrupted. The child of a `fork` has the locks as they
+/// were: if another thread was inside the library at that moment, some are held by nobody who could
+/// let go of them, and the child may call nothing that locks: let it go on to `exec`. If there was
+/// none, it may call everything. Its tree is a copy from then on: of the saves of both processes
+/// the last one wins.
+///
 /// An operation that "loads" throws `exception::ErrorReadingSettingsData` (code 7) once, when it is
 /// the first to touch a product with faulty files; what could be read is there afterwards.
 class SETTINGSCORE_API Settings : private boost::noncopyable {
@@ -117,7 +124,10 @@ public:
     /// is stored and the call returns normally; read the value back where that matters.
     ///
     /// A key without definition takes its type and size from the first value that is checked, even
-    /// if that value is refused afterwards.
+    /// if that value is refused afterwards. An array of n elements makes it a key of up to n, an
+    /// empty array one of any number. A file does not tell an array of up to one element from a
+    /// single value: a key whose first value was an array of one has the bare element after a
+    /// restart. `validateAny` with an empty array, called before, makes it one of arrays for good.
     ///
     /// @throws exception::NoSuchKey, exception::UnSupportedLevel,
     ///         exception::CantModifyValuesOnReadOnlyLevel, exception::NotAKeyName,

@@ -37,7 +37,9 @@ public:
     static void validateSettingOrGroupName(std::string const& name);
     /// @{
     /// A standalone node, to be attached with `setParent`. Does not look at the name:
-    /// `validateSettingOrGroupName` does.
+    /// `validateSettingOrGroupName` does. A key has no type yet and takes that of its first value;
+    /// for a key of arrays see `setAny`, since an array of one element alone does not make one that
+    /// outlives a restart.
     static boost::shared_ptr<Settings> createSettingsNode(std::string const& name, bool isLeaf,
                                                           bool visible, Validator const& validator,
                                                           bool readOnly);

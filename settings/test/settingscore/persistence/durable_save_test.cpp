@@ -1,62 +1,52 @@
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
+#include <cstdarg>
+#include <cstdio>
 
-#include <settingscore/persistence/DurableSaving.hpp>
+#include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
 #include <settingscore/tree/NodeBuilder.hpp>
-#include <support/ProductWorld.hpp>
+#include <support/DurableWorld.hpp>
 
 // The calls that bring bytes and names to the disk go through this file, so that they can be seen
-// and made to fail; where nobody watches they do what they always do.
+// and made to fail by whatever test; where nobody watches they do what they always do.
 
 namespace {
 
-/// Watches the calls of this thread on a folder until the end of the scope; one of them can fail.
-struct Calls {
-    explicit Calls(std::filesystem::path const& place, std::string call = {}, int number = 0)
-        : folder(place.string()), failing(std::move(call)), error(number) {
-        watcher = this;
-    }
-    ~Calls() { watcher = nullptr; }
-
-    bool passes(std::string const& call, std::string file) {
-        if (file.compare(0, folder.size(), folder) != 0) return true;
-        file.erase(0, folder.size() + 1);
-        if (file.compare(0, 4, "temp") == 0) file.replace(0, file.find('/'), "TEMP");
-        seen.push_back(call + " " + (file.empty() ? "." : file));
-        if (seen.back() != failing) return true;
-        errno = error;
-        return false;
-    }
-    bool passes(std::string const& call, int descriptor) {
-        std::error_code none;
-        auto const link = "/proc/self/fd/" + std::to_string(descriptor);
-        return passes(call, std::filesystem::read_symlink(link, none).string());
-    }
-
-    static thread_local Calls* watcher;
-    std::string const folder;
-    std::string const failing;
-    int const error;
-    /// "CALL FILE", the file as seen from the folder, TEMP for the temporary folder.
-    std::vector<std::string> seen;
-};
-thread_local Calls* Calls::watcher = nullptr;
+using qbtest::Calls;
 
 /// Calls what the program would have called, if the watcher has no objection to it on `file`.
+template <class Result, class File, class... Given>
+Result watchedAs(char const* name, File const& file, Result failure, Given... given) {
+    auto* const call = reinterpret_cast<Result (*)(Given...)>(::dlsym(RTLD_NEXT, name));
+    return !Calls::watcher || Calls::watcher->passes(name, file) ? call(given...) : failure;
+}
 template <class File, class... Given>
-int watched(char const* name, File const& file, Given... given) {
-    auto* const call = reinterpret_cast<int (*)(Given...)>(::dlsym(RTLD_NEXT, name));
-    return !Calls::watcher || Calls::watcher->passes(name, file) ? call(given...) : -1;
+auto watched(char const* name, File const& file, Given... given) {
+    return watchedAs<int>(name, file, -1, given...);
 }
 
 }  // namespace
 
 extern "C" {
+int open(char const* path, int flags, ...) {
+    va_list rest;
+    va_start(rest, flags);
+    mode_t const bits = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    return watched("open", path, path, flags, bits);
+}
+ssize_t read(int descriptor, void* to, std::size_t size) {
+    return watchedAs<ssize_t>("read", descriptor, -1, descriptor, to, size);
+}
+FILE* fopen(char const* path, char const* mode) {
+    return watchedAs<FILE*>("fopen", path, nullptr, path, mode);
+}
+int stat(char const* path, struct stat* info) noexcept { return watched("stat", path, path, info); }
 int fsync(int descriptor) { return watched("fsync", descriptor, descriptor); }
 int chmod(char const* path, mode_t bits) noexcept { return watched("chmod", path, path, bits); }
 int mkdir(char const* path, mode_t bits) noexcept { return watched("mkdir", path, path, bits); }
@@ -76,9 +66,7 @@ int close(int descriptor) {
 namespace {
 
 using namespace qbtest;
-using Files = std::map<std::string, std::string>;
-using SaveError = exception::ErrorWriteToTempSettingsFile;
-using Work = std::function<void()>;
+using DurableSave = DurableWorld;
 
 /// Does the work with a lower limit of the process.
 template <class Resource>
@@ -91,66 +79,6 @@ void withLimit(Resource resource, rlim_t limit, Work const& work) {
     ::setrlimit(resource, &before);
 }
 
-class DurableSave : public ProductWorld {
-protected:
-    DurableSave() {
-        installPlot();
-        // A file that grows beyond its limit is to be an error, not the end of the process.
-        std::signal(SIGXFSZ, SIG_IGN);
-        turnOnDurableSaving();
-    }
-    ~DurableSave() override { turnOffDurableSaving(); }
-
-    static void setWidth(int width) { product()->setAny("width", width, "user"); }
-    /// The files as they are when the width is saved without this mode.
-    Files filesByDefault(int width) {
-        turnOffDurableSaving();
-        setWidth(width);
-        turnOnDurableSaving();
-        return userFiles();
-    }
-    /// Loads the text as the user's file; what is no settings file is told.
-    void loadUserText(std::string const& text) {
-        userText("plot.settings", text);
-        resetInstances();
-        EXPECT_THROW(product()->getChildren(), exception::ErrorReadingSettingsData);
-    }
-    /// Sets the width from 6 to 7 where `failing` lets the save fail, and looks at what is left;
-    /// the memory, which keeps the value, is set back.
-    void expectFailure(int error, Files const& left, std::function<void(Work const&)> failing) {
-        auto const look = [&](SaveError const& e) {
-            EXPECT_EQ(e.getErrorNum(), error);
-            EXPECT_EQ(e.getCausingFilePath(), toUString(userFilePath("plot")));
-        };
-        failing([&] { expectThrow<SaveError>([] { setWidth(7); }, look); });
-        EXPECT_EQ(userFiles(), left);
-        EXPECT_EQ(shownAt("plot.width"), "7");
-        turnOffSettingsSaving();
-        setWidth(6);
-        turnOnSettingsSaving();
-    }
-    void expectFailureOf(std::string const& call, int error, Files const& left) {
-        SCOPED_TRACE(call);
-        expectFailure(error, left, [&](Work const& save) {
-            Calls const calls(userDir(), call, error);
-            save();
-        });
-    }
-    /// The save is refused with the sentence, which begins with the name of the node at fault.
-    void expectUnwritable(Work const& save, std::string const& sentence) {
-        Files const before = userFiles();
-        expectThrow<SaveError>(save, [&](SaveError const& e) {
-            std::string const text = qf::i18n::to_string(e.getReasonStr());
-            ustring const name = qf::i18n::to_ustring(e.getCausingObject()->getFullName());
-            EXPECT_EQ(e.getReasonStr().rfind(name + u" ", 0), 0u) << text;
-            EXPECT_NE(text.find(sentence + ", which would not read back"), std::string::npos)
-                << text.substr(0, 200) << " is not " << sentence;
-            EXPECT_EQ(e.getErrorNum(), EILSEQ);
-        });
-        EXPECT_EQ(userFiles(), before);
-    }
-};
-
 TEST_F(DurableSave, WritesTheSameFilesAndBringsThemToTheDiskInOrder) {
     Files const expected = filesByDefault(6);
     setWidth(5);
@@ -158,8 +86,8 @@ TEST_F(DurableSave, WritesTheSameFilesAndBringsThemToTheDiskInOrder) {
         Calls const calls(userDir());
         setWidth(6);
         EXPECT_EQ(calls.seen, (Texts{"mkdir TEMP", "fsync TEMP/plot.settings.tmp",
-                                     "close TEMP/plot.settings.tmp", "rename plot.settings",
-                                     "fsync .", "close ."}));
+                                     "close TEMP/plot.settings.tmp", "fopen plot.settings",
+                                     "rename plot.settings", "fsync .", "close ."}));
     }
     EXPECT_EQ(userFiles(), expected);
 
@@ -209,6 +137,18 @@ TEST_F(DurableSave, WithoutItAnIncompleteFileReplacesTheOldOneAndAMissingFolderI
     EXPECT_EQ(userFiles(), (Files{{"plot.settings", whole.substr(0, 100)}}));
 }
 
+TEST_F(DurableSave, NoFolderStaysThatWasMadeAndThenIsOutOfReach) {
+    setWidth(6);
+    Files const before = userFiles();
+    for (auto const& [error, width] : {std::pair(EACCES, 7), {EIO, 8}}) {
+        {
+            Calls const calls(userDir(), "stat TEMP", error);
+            EXPECT_ANY_THROW(setWidth(width));
+        }
+        EXPECT_EQ(userFiles(), before) << error;
+    }
+}
+
 TEST_F(DurableSave, KeepsThePermissionBitsAndTellsOfAFileThatIsNotWritable) {
     auto const file = userFilePath("plot");
     setWidth(6);
@@ -233,6 +173,16 @@ TEST_F(DurableSave, KeepsThePermissionBitsAndTellsOfAFileThatIsNotWritable) {
         EXPECT_EQ(userFiles(), before);
     };
     expectRefused(8, u"Permission denied");
+    // The other mode keeps them too, and says nothing where it cannot.
+    std::filesystem::permissions(file, std::filesystem::perms(0600));
+    filesByDefault(4);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
+    {
+        Calls const calls(userDir(), "chmod TEMP/plot.settings.tmp", EPERM);
+        filesByDefault(3);
+    }
+    resetInstances();
+    EXPECT_EQ(shownAt("plot.width", "user"), "3");
     // Neither mode waits for the other end of a pipe.
     std::filesystem::remove(file);
     ASSERT_EQ(::mkfifo(file.c_str(), 0666), 0);
@@ -250,6 +200,11 @@ TEST_F(DurableSave, ValuesThatWouldNotReadBackAreRefusedWithTheirKeysName) {
             keyXml("list", "int32", valueXml("1"), " minArraySize=\"0\" maxArraySize=\"5\""));
     auto const open = product("open");
     open->setAny("one", 2, "user");
+    // Fewer characters than a reader takes, and more bytes.
+    ustring text = u"]]>";
+    while (text.size() < SettingsSaxHandler::textLimit / 2)
+        text += text;
+    text.append(text, 0, text.size() / 8);
     Files const before = userFiles();
     for (auto const& [key, value, fault] : std::vector<std::tuple<std::string, any, std::string>>{
              {"text", ustring(1, u'\0'), "has a value that holds U+0000"},
@@ -257,7 +212,9 @@ TEST_F(DurableSave, ValuesThatWouldNotReadBackAreRefusedWithTheirKeysName) {
              {"text", ustring(u"ok\uFFFE"), "has a value that holds U+FFFE"},
              {"text", ustring(u"\xDE00\xD83D", 2), "has a value that holds U+DE00"},
              {"any", Ints{1, 2}, "takes values of any type, of which a file holds no arrays"},
-             {"list", Ints(), "has 0 values, which its definition excludes"},
+             {"text", text, "has a value that is too long a text"},
+             {"list", Ints(),
+              "has an empty array, of which only a key of any size has a form in files"},
          }) {
         auto const set = [&open, key = key, value = value] { open->setAny(key, value, "user"); };
         expectUnwritable(set, "open." + key + " " + fault);

@@ -8,6 +8,7 @@
 #include <xercesc/sax/SAXException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
+#include <support/ParserMemory.hpp>
 #include <support/RoundTrip.hpp>
 
 namespace {
@@ -241,6 +242,21 @@ TEST_F(Reader, findsItsSchemaBelowAHostRootWithBlanks) {
     std::filesystem::remove(root / place);
     EXPECT_EQ(refusal(fileText("")), "accepted");
     qbhost::setInstallPath({});
+}
+
+TEST_F(Reader, ParserWithoutMemoryFailsAsAnyOtherMemoryDoes) {
+    auto const file = folder_.write("p.settings", fileText(intKey("k", "1")));
+    ParseFolder::parseFile(file);  // What is made once is there.
+    int failures = 0;
+    for (long count = 0; !ParserMemory::suffices(count, [&] {
+             try {
+                 ParseFolder::parseFile(file);
+             } catch (std::bad_alloc const&) {
+                 ++failures;
+             }
+         });)
+        ++count;
+    EXPECT_GT(failures, 100);
 }
 
 TEST_F(Reader, parsesOnManyThreadsAtOnce) {

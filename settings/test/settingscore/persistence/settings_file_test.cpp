@@ -173,6 +173,19 @@ TEST_F(File, ARenameThatIsRefusedIsTriedAgainWithTheOldFileOutOfTheWayAThousandT
     }
 }
 
+TEST_F(File, AKeyMadeInCodeIsOneOfArraysAfterARestartIfItWasOneOfAnyLength) {
+    for (bool const isSettled : {false, true}) {
+        auto const plot = freshRoot()->getChild("plot");
+        makeKey("list")->setParent(plot);
+        if (isSettled) plot->validateAny("list", Ints());
+        plot->setAny("list", Ints{7}, "user");
+        EXPECT_EQ(valueOf<Ints>(plot, "list"), Ints{7});
+        any const value = freshRoot()->getChild("plot")->getAny("list", "user");
+        EXPECT_EQ(shown(value), shown(isSettled ? any(Ints{7}) : any(7)));
+        std::filesystem::remove(userFilePath("plot"));
+    }
+}
+
 TEST_F(File, SavesOfManyThreadsLeaveTheLastStateAndNoFolder) {
     auto const plot = product();
     concurrently(4, [&](int thread) {

@@ -85,6 +85,15 @@ TEST_F(Load, FilesThatCannotBeListedAreTriedAgainAndVanishedOnesAreToldOnce) {
                     "Settings files may be deleted after ZENBAR started up. Please restart ZENBAR "
                     "to fully solve this issue."});
     EXPECT_TRUE(second->getChildren().empty());
+
+    // Files that are there and cannot be read have their lines, and nothing more.
+    std::string const factory = factoryText("plot", "f.settings", "<settings").string();
+    std::string const user = userText("plot.settings", "").string();
+    resetInstances();
+    Texts const lines = errorsOfFirstTouch();
+    ASSERT_EQ(lines.size(), 2u) << lines.back();
+    EXPECT_EQ(lines[0].rfind(factory + "\t", 0), 0u) << lines[0];
+    EXPECT_EQ(lines[1].rfind(user + "\t", 0), 0u) << lines[1];
 }
 
 TEST_F(Load, OnlyWhatNeedsTheContentLoads) {

@@ -8,6 +8,7 @@
 #include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 #include <settingscore/persistence/writer/ValueWriter.hpp>
+#include <settingscore/persistence/xml/SettingsInputSource.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
 #include <settingscore/rules/ValueType.hpp>
 #include <settingscore/tree/NodeWalk.hpp>
@@ -59,6 +60,18 @@ std::string unwritableInAttribute(std::string const& text, char const* marks) {
     return blank == ustring::npos ? unwritableCharacter(wide) : nameOfUnit(wide[blank]);
 }
 
+/// The reader bounds the text that comes out of a file and the bytes that go into it, of which a
+/// text can take several a character.
+bool isTooLong(ustring const& text) {
+    constexpr std::size_t mostBytesOfOne = 5;  // "]]>" is written as 15.
+    constexpr std::size_t marks = 12;
+    if (text.size() > SettingsSaxHandler::textLimit) return true;
+    if (text.size() * mostBytesOfOne + marks <= SettingsInputSource::writtenTextLimit) return false;
+    std::string written;
+    ValueWriter(written).output(text);
+    return written.size() > SettingsInputSource::writtenTextLimit;
+}
+
 /// Why a value can't be written, as the end of a sentence; empty if it can.
 class ValueFault {
 public:
@@ -68,7 +81,7 @@ public:
     template <class T>
     std::string operator()(T const& value) const {
         if constexpr (std::is_same_v<T, ustring>) {
-            if (value.size() > SettingsSaxHandler::textLimit) return "is too long a text";
+            if (isTooLong(value)) return "is too long a text";
             std::string const character = unwritableCharacter(value);
             if (!character.empty()) return "holds " + character;
         }
@@ -194,8 +207,10 @@ private:
         unsigned long const most = sizes->maxArrSize();
         if (isAnyTyped) {
             if (most != 1) found(key, "has one value where its definition has an array");
-        } else if (count == 0 ? least != 0 || most != 0
-                              : count < least || (most != 0 && count > most)) {
+        } else if (count == 0 && least == 0 && most != 0) {
+            // Read back, it is a key without a value.
+            found(key, "has an empty array, of which only a key of any size has a form in files");
+        } else if (count < least || (most != 0 && count > most)) {
             found(key, "has " + std::to_string(count) + " values, which its definition excludes");
         }
     }

@@ -5,9 +5,9 @@
 #include <mutex>
 
 #include <settingscore/host/I18n.hpp>
-#include <settingscore/persistence/xml/SettingsInputSource.hpp>
 #include <settingscore/persistence/xml/SettingsSaxErrorHandler.hpp>
 #include <settingscore/tree/FileWords.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 #include <xercesc/framework/XMLGrammarPoolImpl.hpp>
 #include <xercesc/sax/SAXException.hpp>
 #include <xercesc/sax2/SAX2XMLReader.hpp>
@@ -50,12 +50,13 @@ void completeGrammar(xercesc::SchemaGrammar& grammar) {
 
 }  // namespace
 
-SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const& location) {
+SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const& location,
+                              ReadState& state) {
     using Pools = std::map<ustring, SchemaGrammars>;
     static std::mutex mutex;
     // Never destroyed: the parser is never ended either, and parses may go on in static
     // destructors.
-    static Pools& pools = *new Pools;
+    static auto& pools = detail::neverDestroyed<Pools>();
 
     std::lock_guard<std::mutex> const lock(mutex);
     auto const found = pools.find(location);
@@ -71,9 +72,8 @@ SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const&
         reader->setFeature(xercesc::XMLUni::fgXercesSchemaFullChecking, true);
         reader->setErrorHandler(&errorHandler);
         reader->setEntityResolver(&resolver);
-        std::uint64_t bytes = 0;
         auto* const grammar = dynamic_cast<xercesc::SchemaGrammar*>(reader->loadGrammar(
-            SettingsInputSource(schema, bytes), xercesc::Grammar::SchemaGrammarType, true));
+            SettingsInputSource(schema, state), xercesc::Grammar::SchemaGrammarType, true));
         // Without it every good file would be refused, for as long as the process lives.
         if (!grammar || qf::i18n::to_string(ustring(grammar->getTargetNamespace())) !=
                             detail::settingsXMLNameSpace) {

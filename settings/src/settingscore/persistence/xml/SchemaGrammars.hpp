@@ -2,7 +2,7 @@
 
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/UString.hpp>
-
+#include <settingscore/persistence/xml/SettingsInputSource.hpp>
 #include <xercesc/framework/XMLGrammarPool.hpp>
 #include <xercesc/util/SynchronizedStringPool.hpp>
 
@@ -16,8 +16,10 @@ struct SchemaGrammars {
 
 /// The parsed schema of a location. It is parsed once, locked, and then shared by the parsers of
 /// all threads for the rest of the process; a failed attempt is repeated by the next caller.
+/// `state` tells how the reading went.
 /// @throws xercesc::SAXException, xercesc::XMLException if the schema can't be read
-SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const& location);
+SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const& location,
+                              ReadState& state);
 
 /// One parse's view of shared, locked grammars. A locked pool keeps the name of every namespace
 /// that any file ever told; here they go with the parse.

@@ -15,17 +15,16 @@ namespace {
 class FileStream : public xercesc::BinInputStream {
 public:
     /// Reads the beginning at once: the parser's reader loses memory if its very first read throws.
-    FileStream(qf::filesystem::path const& file, std::uint64_t& bytesSinceTag)
-        : reader_(file), bytesSinceTag_(bytesSinceTag) {
+    FileStream(qf::filesystem::path const& file, ReadState& state) : reader_(file), state_(state) {
         end_ = reader_.read(beginning_.data(), beginning_.size());
     }
 
     XMLFilePos curPos() const override { return position_; }
     XMLSize_t readBytes(XMLByte* const to, XMLSize_t const size) override {
-        std::size_t const count = next(reinterpret_cast<char*>(to), size);
+        std::size_t const count = next(reinterpret_cast<char*>(to), std::min(size, mostAtOnce));
         position_ += count;
-        bytesSinceTag_ += count;
-        if (bytesSinceTag_ > SettingsInputSource::tagDistanceLimit) {
+        state_.bytesSinceTag += count;
+        if (state_.bytesSinceTag > SettingsInputSource::tagDistanceLimit) {
             throw xercesc::SAXException(u"A piece of the settings file is too long");
         }
         return count;
@@ -33,6 +32,9 @@ public:
     XMLCh const* getContentType() const override { return nullptr; }
 
 private:
+    /// Far less than the limit on written texts leaves for what is read ahead.
+    static constexpr XMLSize_t mostAtOnce = XMLSize_t(1) << 16;
+
     std::size_t next(char* to, std::size_t size) {
         if (taken_ < end_) {
             std::size_t const count = std::min(size, end_ - taken_);
@@ -43,6 +45,7 @@ private:
         try {
             return reader_.read(to, size);
         } catch (qf::filesystem::FsysExceptionBase const& error) {
+            state_.errorNumber = error.errorNumber();
             throw xercesc::SAXException(qf::i18n::to_ustring(error.what()).c_str());
         }
     }
@@ -52,20 +55,20 @@ private:
     std::size_t taken_ = 0;
     std::size_t end_ = 0;
     XMLFilePos position_ = 0;
-    std::uint64_t& bytesSinceTag_;
+    ReadState& state_;
 };
 
 }  // namespace
 
-SettingsInputSource::SettingsInputSource(qf::filesystem::path const& file,
-                                         std::uint64_t& bytesSinceTag)
-    : InputSource(file.str().c_str()), file_(file), bytesSinceTag_(bytesSinceTag) {}
+SettingsInputSource::SettingsInputSource(qf::filesystem::path const& file, ReadState& state)
+    : InputSource(file.str().c_str()), file_(file), state_(state) {}
 
 xercesc::BinInputStream* SettingsInputSource::makeStream() const {
-    bytesSinceTag_ = 0;
+    state_ = {};
     try {
-        return new FileStream(file_, bytesSinceTag_);
+        return new FileStream(file_, state_);
     } catch (qf::filesystem::FsysExceptionBase const& error) {
+        state_.errorNumber = error.errorNumber();
         throw xercesc::SAXParseException(qf::i18n::to_ustring(error.what()).c_str(), u"",
                                          getSystemId(), 0, 0);
     }

@@ -9,15 +9,25 @@
 
 namespace settings::core {
 
+/// What the stream of a file tells those who parse it.
+struct ReadState {
+    /// Counts the file's bytes since the last tag; put back by whoever sees the tags.
+    std::uint64_t bytesSinceTag = 0;
+    /// That of the opening or read that failed; 0 if none did.
+    int errorNumber = 0;
+};
+
 /// A file for the parser. It is opened and read through the host's file layer: the parser's own
 /// way would take the path through the locale's character set, and would wait at a pipe.
 class SettingsInputSource : public xercesc::InputSource {
 public:
     /// Most bytes of a file that may come without a tag among them.
     static constexpr std::uint64_t tagDistanceLimit = std::uint64_t(256) << 20;
+    /// So long a text, with its marks, can be read whatever the parser has read ahead behind it.
+    static constexpr std::uint64_t writtenTextLimit = tagDistanceLimit - (std::uint64_t(1) << 20);
 
-    /// The counter gets the bytes read added, and is put back by whoever sees the tags.
-    SettingsInputSource(qf::filesystem::path const& file, std::uint64_t& bytesSinceTag);
+    /// The stream keeps the state up to date.
+    SettingsInputSource(qf::filesystem::path const& file, ReadState& state);
 
     /// @throws xercesc::SAXParseException if the file can't be opened and its beginning read; the
     ///         stream throws xercesc::SAXException if it can't be read further
@@ -25,7 +35,7 @@ public:
 
 private:
     qf::filesystem::path file_;
-    std::uint64_t& bytesSinceTag_;
+    ReadState& state_;
 };
 
 /// Keeps the parser from opening anything but the file that it was given: whatever else is asked

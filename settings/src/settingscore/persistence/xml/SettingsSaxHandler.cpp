@@ -5,6 +5,7 @@
 #include <settingscore/host/Except.hpp>
 #include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
 #include <settingscore/persistence/xml/XMLTopSettingsNode.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax/SAXException.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
@@ -26,8 +27,8 @@ void translated(Work const& work) {
 }  // namespace
 
 SettingsSaxHandler::TopNodesHandlerMap const& SettingsSaxHandler::topNodesHandlerMap() {
-    static auto const& topNodesHandlerMap_ =
-        *new TopNodesHandlerMap{{"settings", &XMLTopSettingsNode::createTop}};
+    static auto const& topNodesHandlerMap_ = detail::neverDestroyed<TopNodesHandlerMap>(
+        TopNodesHandlerMap{{"settings", &XMLTopSettingsNode::createTop}});
     return topNodesHandlerMap_;
 }
 
@@ -40,7 +41,7 @@ bool SettingsSaxHandler::popNextPaths(qf::filesystem::path& next) {
 
 void SettingsSaxHandler::tagSeen() {
     textLength_ = 0;
-    bytesSinceTag_ = 0;
+    readState_.bytesSinceTag = 0;
 }
 
 void SettingsSaxHandler::startElement(XMLCh const*, XMLCh const* localName, XMLCh const*,

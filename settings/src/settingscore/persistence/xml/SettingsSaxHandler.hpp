@@ -7,6 +7,7 @@
 
 #include <boost/shared_ptr.hpp>
 #include <settingscore/host/Filesystem.hpp>
+#include <settingscore/persistence/xml/SettingsInputSource.hpp>
 #include <settingscore/persistence/xml/XMLNode.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
 
@@ -29,8 +30,8 @@ public:
     boost::shared_ptr<SettingsImpl> getSettings() const { return parsedSettings_; }
     /// Takes the last of the additional paths that are still to be read; false if there is none.
     bool popNextPaths(qf::filesystem::path& next);
-    /// Counts the file's bytes since the last tag; the file's stream adds to it.
-    std::uint64_t& bytesSinceTag() { return bytesSinceTag_; }
+    /// That of the file which is parsed; for its stream.
+    ReadState& readState() { return readState_; }
 
     void startElement(XMLCh const* uri, XMLCh const* localName, XMLCh const* qName,
                       xercesc::Attributes const& attributes) override;
@@ -52,7 +53,7 @@ private:
     std::vector<qf::filesystem::path> nextPaths_;
     xercesc::Locator const* locator_ = nullptr;
     std::uint64_t textLength_ = 0;
-    std::uint64_t bytesSinceTag_ = 0;
+    ReadState readState_;
 };
 
 }  // namespace settings::core

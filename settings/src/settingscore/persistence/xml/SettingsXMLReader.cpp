@@ -1,5 +1,6 @@
 #include <settingscore/persistence/xml/SettingsXMLReader.hpp>
 
+#include <cerrno>
 #include <memory>
 #include <new>
 #include <set>
@@ -13,6 +14,7 @@
 #include <settingscore/persistence/xml/SettingsInputSource.hpp>
 #include <settingscore/persistence/xml/SettingsSaxErrorHandler.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
+#include <settingscore/persistence/xml/UnreadableNow.hpp>
 #include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/MergeEngine.hpp>
 #include <xercesc/framework/XMLGrammarPool.hpp>
@@ -47,8 +49,6 @@ void parsing(Work const& work) {
         throw ErrorReadingSettingsData(exception::ContentRefused, textOf(error.getMessage()));
     } catch (xercesc::XMLException const& error) {
         throw ErrorReadingSettingsData(exception::ContentRefused, textOf(error.getMessage()));
-    } catch (xercesc::OutOfMemoryException const&) {
-        throw std::bad_alloc();
     }
 }
 
@@ -106,12 +106,12 @@ private:
     SettingsSaxHandler& handler_;
 };
 
-std::unique_ptr<FileParser> createReader(SettingsSaxHandler& handler) {
+std::unique_ptr<FileParser> createReader(SettingsSaxHandler& handler, ReadState& schemaState) {
     path const schema = schemaFile();
     ustring location = schemaLocation(schema);
     std::unique_ptr<FileParser> reader;
     parsing([&] {
-        auto const grammars = schemaGrammars(schema, location);
+        auto const grammars = schemaGrammars(schema, location, schemaState);
         try {
             reader = std::make_unique<FileParser>(grammars, handler);
         } catch (xercesc::XMLException const&) {
@@ -139,12 +139,33 @@ std::unique_ptr<FileParser> createReader(SettingsSaxHandler& handler) {
     return reader;
 }
 
-}  // namespace
+/// What keeps the parser from its work is no fault of the file that it was wanted for.
+std::unique_ptr<FileParser> readyReader(SettingsSaxHandler& handler) {
+    ReadState schemaState;
+    try {
+        startParserOnce();
+        return createReader(handler, schemaState);
+    } catch (ErrorReadingSettingsData const& error) {
+        throw UnreadableNow(error.getErrorCode(), error.getDetailErrorMsg(),
+                            schemaState.errorNumber);
+    }
+}
 
-boost::shared_ptr<SettingsImpl> SettingsXMLReader::getParsedSettings(ustring const& startingFile) {
-    startParserOnce();
+void parse(FileParser& reader, SettingsSaxHandler& handler, path const& file) {
+    ReadState& state = handler.readState();
+    try {
+        parsing([&] { reader.parse(SettingsInputSource(file, state)); });
+    } catch (ErrorReadingSettingsData const& error) {
+        if (!UnreadableNow::mayPass(state.errorNumber)) throw;
+        throw UnreadableNow(error.getErrorCode(),
+                            error.getDetailErrorMsg() + u" (unreadable at this time)",
+                            state.errorNumber);
+    }
+}
+
+boost::shared_ptr<SettingsImpl> readChain(ustring const& startingFile) {
     SettingsSaxHandler handler;
-    std::unique_ptr<FileParser> const reader = createReader(handler);
+    std::unique_ptr<FileParser> const reader = readyReader(handler);
     SettingsSaxErrorHandler errorHandler;
     ClosedEntityResolver resolver;
     reader->setContentHandler(&handler);
@@ -164,7 +185,7 @@ boost::shared_ptr<SettingsImpl> SettingsXMLReader::getParsedSettings(ustring con
         current = qf::filesystem::absolute(current, baseDir);
         // A chain of files that comes round to itself ends without an error.
         if (!visited.insert(current).second) continue;
-        parsing([&] { reader->parse(SettingsInputSource(current, handler.bytesSinceTag())); });
+        parse(*reader, handler, current);
         if (result) {
             result = detail::MergeEngine::foldFile(result, handler.getSettings(),
                                                    SettingsLevelManager::userLevel(), false,
@@ -183,6 +204,36 @@ boost::shared_ptr<SettingsImpl> SettingsXMLReader::getParsedSettings(ustring con
     }
     if (result) topValidator.swap(result->contentInternal().validator);
     return result;
+}
+
+}  // namespace
+
+bool UnreadableNow::mayPass(int errorNumber) {
+    switch (errorNumber) {
+        case EAGAIN:
+        case EHOSTDOWN:
+        case EINTR:
+        case EIO:
+        case EMFILE:
+        case ENFILE:
+        case ENOBUFS:
+        case ENOMEM:
+        case ENOTCONN:
+        case ESTALE:
+        case ETIMEDOUT:
+            return true;
+        default:
+            return false;
+    }
+}
+
+boost::shared_ptr<SettingsImpl> SettingsXMLReader::getParsedSettings(ustring const& startingFile) {
+    try {
+        return readChain(startingFile);
+    } catch (xercesc::OutOfMemoryException const&) {
+        // The parser's own, which is no std::exception.
+        throw std::bad_alloc();
+    }
 }
 
 }  // namespace settings::core

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qbtest {
+
+/// Watches the calls of this thread on a folder until the end of the scope; one of them can fail.
+struct Calls {
+    explicit Calls(std::filesystem::path const& place, std::string call = {}, int number = 0)
+        : folder(place.string()), failing(std::move(call)), error(number) {
+        watcher = this;
+    }
+    ~Calls() { watcher = nullptr; }
+
+    bool passes(std::string const& call, std::string file) {
+        if (file.compare(0, folder.size(), folder) != 0) return true;
+        file.erase(0, folder.size() + 1);
+        if (file.compare(0, 4, "temp") == 0) file.replace(0, file.find('/'), "TEMP");
+        std::string const what = call + " " + (file.empty() ? "." : file);
+        if (call != "stat" && call != "open" && call != "read") seen.push_back(what);
+        if (what != failing) return true;
+        // A signal interrupts once.
+        if (error == EINTR) failing.clear();
+        errno = error;
+        return false;
+    }
+    bool passes(std::string const& call, int descriptor) {
+        std::error_code none;
+        auto const link = "/proc/self/fd/" + std::to_string(descriptor);
+        return passes(call, std::filesystem::read_symlink(link, none).string());
+    }
+
+    inline static thread_local Calls* watcher = nullptr;
+    std::string const folder;
+    std::string failing;
+    int const error;
+    /// "CALL FILE", the file as seen from the folder, TEMP for the temporary folder. What only
+    /// looks is not noted.
+    std::vector<std::string> seen;
+};
+
+}  // namespace qbtest
