@@ -10,9 +10,9 @@
 #include <settingscore/persistence/SettingsLevelManager.hpp>
 #include <settingscore/persistence/xml/SettingsXMLReader.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
-#include <settingscore/tree/AsciiCase.hpp>
 #include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 
 namespace settings::core {
 

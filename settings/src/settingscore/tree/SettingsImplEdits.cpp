@@ -7,8 +7,8 @@
 #include <settingscore/persistence/SettingsLevel.hpp>
 #include <settingscore/roots/SettingsEvent.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
-#include <settingscore/tree/AsciiCase.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 
 namespace settings::core {
 

@@ -5,10 +5,16 @@
 
 namespace settings::core::detail {
 
-/// Comparison of product names without regard to the case of ASCII letters, whatever the process's
-/// locale takes for letters.
+/// The case of ASCII letters, whatever the process's locale takes for letters.
 inline unsigned char foldedAscii(char c) {
     return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+}
+
+/// The text with small letters.
+inline std::string foldedAscii(std::string text) {
+    for (char& c : text)
+        c = static_cast<char>(foldedAscii(c));
+    return text;
 }
 
 inline bool equalWithoutCase(std::string const& a, std::string const& b) {
