@@ -1,0 +1,167 @@
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+#include <qbsettings/commandline/Command.hpp>
+#include <qbsettings/commandline/Options.hpp>
+#include <qbsettings/output/Complaints.hpp>
+#include <qbsettings/store/Context.hpp>
+#include <qbsettings/store/Names.hpp>
+#include <qbsettings/store/NewValue.hpp>
+#include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/Lines.hpp>
+#include <qbsettings/text/Text.hpp>
+#include <qbsettings/text/Values.hpp>
+#include <settingscore/tree/KeyDescription.hpp>
+#include <settingscore/tree/Settings.hpp>
+
+namespace qbsettings {
+
+namespace {
+
+using settings::core::Settings;
+
+/// A line that sets a key.
+struct Entry {
+    std::size_t line;
+    SettingsPtr key;
+    boost::any value;
+};
+
+std::string readAll(std::istream& stream, std::string const& name) {
+    std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    if (!stream || stream.bad()) throw Failure(name + " cannot be read");
+    return text;
+}
+
+std::string readInput(std::string const& file) {
+    if (file == "-") return readAll(std::cin, "standard input");
+    std::ifstream stream(file, std::ios::binary);
+    return readAll(stream, asLine(file));
+}
+
+/// `set-many`: many keys set as one action.
+class SetManyCommand : public Command {
+public:
+    void declare(Options& options) override {
+        options.file(file_, Options::Is::optional,
+                     "File with the lines; standard input if absent or '-'");
+        options.level(level_, "Level to write: user (default) or session");
+        options.json();
+    }
+
+    int run(Context& context) override {
+        std::string const text = readInput(file_);
+        std::string const level = levelForWriting(context.writing, level_);
+        if (level == "factory") throw Failure("the level 'factory' cannot be changed");
+        context.output.beginRecord();
+        context.output.list("set");
+        context.output.list("refused");
+        bool good = readLines(context, text);
+        if (!good) {
+            complain("nothing was set");
+        } else {
+            good = setAll(context, level);
+        }
+        if (!good) return refused;
+        confirmAll(level);
+        for (Entry const& entry : entries_) {
+            KeyType const type = typeOf(settings::core::describeKey(entry.key));
+            context.output.note("set", {{"line", lineCell(entry.line)},
+                                        {"name", entry.key->getFullName()},
+                                        {"value", Cell::value(entry.value, type)}});
+        }
+        return done;
+    }
+
+private:
+    static Cell lineCell(std::size_t line) {
+        return {std::string(), line == 0 ? Json() : Json(line)};
+    }
+
+    static void refuse(Context& context, std::size_t line, std::string const& message) {
+        context.output.note("refused", {{"line", lineCell(line)}, {"message", message}});
+    }
+
+    /// Reads one line and checks it against the key's rules. @throws Failure
+    static Entry readLine(Context& context, InputLine const& line) {
+        Assignment const assignment = parseAssignment(line.text);
+        SettingsPtr const key = findKey(context.tree, assignment.name);
+        context.writing.warnOfUnreadable(productOf(key));
+        KeyType const type = typeOf(settings::core::describeKey(key));
+        std::vector<std::string> texts;
+        try {
+            texts = elementsAsWritten(assignment.value, type);
+        } catch (Failure const& failure) {
+            throw Failure(key->getFullName() + ": " + failure.what());
+        }
+        bool const isEmptyArray = texts.empty() && !type.array;
+        boost::any const value = isEmptyArray
+                                     ? boost::any(std::vector<qf::ustring>())
+                                     : valueForKey(context.directories, key, texts, std::string());
+        try {
+            key->getParent()->validateAny(key->getName(), value);
+        } catch (std::exception const& error) {
+            throw refusal(context.directories, key, error, texts);
+        }
+        return {line.number, key, value};
+    }
+
+    /// Reads all lines; reports every refusal. False if there was one.
+    bool readLines(Context& context, std::string const& text) {
+        bool good = true;
+        for (InputLine const& line : linesOf(text)) {
+            try {
+                entries_.push_back(readLine(context, line));
+            } catch (Failure const& failure) {
+                complain("line " + std::to_string(line.number) + ": " + failure.what());
+                refuse(context, line.number, failure.what());
+                good = false;
+            }
+        }
+        return good;
+    }
+
+    /// Sets the keys, all or none. False if one was refused.
+    bool setAll(Context& context, std::string const& level) {
+        std::vector<Settings::NodeValue> batch;
+        for (Entry const& entry : entries_)
+            batch.emplace_back(entry.key, entry.value);
+        // A key that was named twice, or one whose rules the first line fixed, can still be
+        // refused.
+        auto const errors = context.tree.root()->setMultiple(batch, level);
+        for (auto const& [name, message] : errors) {
+            complain(name + ": " + message);
+            std::size_t line = 0;
+            for (Entry const& entry : entries_) {
+                if (entry.key->getFullName() == name) line = entry.line;
+            }
+            refuse(context, line, name + ": " + message);
+        }
+        return errors.empty();
+    }
+
+    /// What holds after the last line that names a key.
+    void confirmAll(std::string const& level) const {
+        std::set<SettingsPtr> seen;
+        for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
+            if (seen.insert(entry->key).second) confirmStored(entry->key, entry->value, level);
+        }
+    }
+
+    std::string file_ = "-";
+    std::string level_;
+    std::vector<Entry> entries_;
+};
+
+Registration<SetManyCommand> const setManyRegistration(
+    {22, "set-many", "Set the keys of a list, all or none: lines 'name = value', arrays as [1, 2]",
+     "set-many changes.txt"});
+
+}  // namespace
+
+}  // namespace qbsettings

@@ -1,0 +1,30 @@
+#include <qbsettings/store/NewNode.hpp>
+
+#include <qbsettings/errors/Errors.hpp>
+#include <qbsettings/store/Context.hpp>
+#include <qbsettings/store/Names.hpp>
+#include <qbsettings/text/Failure.hpp>
+#include <settingscore/tree/ZSettings.hpp>
+
+namespace qbsettings {
+
+using settings::core::ZSettings;
+
+std::pair<SettingsPtr, std::string> placeFor(Context& context, std::string const& name) {
+    auto const [parentName, ownName] = splitLast(name);
+    SettingsPtr const parent =
+        parentName.empty() ? context.tree.root() : findGroup(context.tree, parentName);
+    if (!parent->isRoot()) context.writing.warnOfUnreadable(productOf(parent));
+    ZSettings::validateSettingOrGroupName(ownName);
+    return {parent, ownName};
+}
+
+void attach(SettingsPtr const& node, SettingsPtr const& parent, std::string const& name) {
+    try {
+        boost::dynamic_pointer_cast<ZSettings>(node)->setParent(parent);
+    } catch (std::exception const& error) {
+        throw Failure(name + ": " + reasonOf(error));
+    }
+}
+
+}  // namespace qbsettings

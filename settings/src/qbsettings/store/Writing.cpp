@@ -1,0 +1,30 @@
+#include <qbsettings/store/Writing.hpp>
+
+#include <qbsettings/output/Complaints.hpp>
+#include <qbsettings/store/Directories.hpp>
+#include <qbsettings/store/Tree.hpp>
+#include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/Text.hpp>
+
+namespace qbsettings {
+
+void Writing::lock() {
+    if (!lock_) lock_ = std::make_unique<WriteLock>(directories_.user());
+}
+
+void Writing::warnOfUnreadable(std::string const& product) {
+    qf::ustring const file = directories_.userFile(product);
+    if (!tree_.isFaulty(file) || !warnedOf_.insert(product).second) return;
+    complain(pathText(file) +
+             " could not be read; a save keeps it aside, with .rejected behind its name, and what "
+             "it held is no longer in force");
+}
+
+void Writing::refuseToRemoveUnreadable(std::string const& product) const {
+    qf::ustring const file = directories_.userFile(product);
+    if (!tree_.isFaulty(file)) return;
+    throw Failure(product + " was not removed, since that would delete " + pathText(file) +
+                  ", which could not be read; mend or move that file");
+}
+
+}  // namespace qbsettings
