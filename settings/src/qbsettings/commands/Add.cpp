@@ -62,7 +62,7 @@ public:
             throw Failure(name_ + ": " +
                           (dynamic_cast<Failure const*>(&error) ? error.what() : reasonOf(error)));
         }
-        attach(key, parent, name_);
+        attach(context, key, parent, name_);
         return done;
     }
 

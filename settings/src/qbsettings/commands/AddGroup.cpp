@@ -20,7 +20,8 @@ public:
         using settings::core::ZSettings;
         context.writing.lock();
         auto const [parent, name] = placeFor(context, name_);
-        attach(ZSettings::createSettingsNode(name, false, true, settings::core::Validator(), false),
+        attach(context,
+               ZSettings::createSettingsNode(name, false, true, settings::core::Validator(), false),
                parent, name_);
         return done;
     }

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include <qbsettings/commandline/Command.hpp>
 #include <qbsettings/commandline/Options.hpp>
@@ -12,6 +13,7 @@
 #include <qbsettings/store/ImportPlan.hpp>
 #include <qbsettings/store/Names.hpp>
 #include <qbsettings/store/NewValue.hpp>
+#include <qbsettings/store/SavedFile.hpp>
 #include <qbsettings/store/SettingsFiles.hpp>
 #include <qbsettings/store/TemporaryFolder.hpp>
 #include <qbsettings/text/Failure.hpp>
@@ -53,6 +55,7 @@ public:
         level_ = levelForWriting(context.writing, level_);
         source_ = readSettingsFile(file_);
         findTarget(context);
+        if (!target_) context.writing.begin(product());
         plan_ = planImport(context.directories, source_, target_, level_, replace_);
         Output& output = context.output;
         output.beginRecord();
@@ -66,11 +69,7 @@ public:
             complain("nothing was imported");
             return refused;
         }
-        if (dryRun_) {
-            rehearse(context);
-        } else {
-            carryOut(context);
-        }
+        dryRun_ ? rehearse(context) : import(context);
         for (ImportPlan::Change const& change : plan_.changes) {
             output.row("changes", {{"change", change.change},
                                    {"name", change.name},
@@ -89,7 +88,7 @@ private:
             if (target_) context.tree.childrenOf(target_);
         }
         if (target_) {
-            context.writing.warnOfUnreadable(productOf(target_));
+            context.writing.begin(productOf(target_));
         } else if (level_ != "user") {
             throw Failure(nothingThere, "there is no product " + inQuotes(source_->getName()) +
                                             " that could take the values; one is made on the level "
@@ -97,32 +96,59 @@ private:
         }
     }
 
+    std::string product() const { return target_ ? productOf(target_) : source_->getName(); }
+
+    /// In memory, and in the folder where the user's files are saved.
     void carryOut(Context& context) const {
         for (SettingsPtr const& key : plan_.dropped) {
             boost::dynamic_pointer_cast<ZSettings>(key->getParent())->removeKey(key->getName());
         }
-        try {
-            if (target_) {
-                target_->mergeDescendants(source_, level_);
-            } else {
-                ZSettings::validateSettingOrGroupName(source_->getName());
-                boost::dynamic_pointer_cast<ZSettings>(source_)->setParent(context.tree.root());
-            }
-        } catch (std::exception const& error) {
-            throw Failure("nothing was imported: " + messageOf(error));
+        if (target_) {
+            target_->mergeDescendants(source_, level_);
+        } else {
+            ZSettings::validateSettingOrGroupName(source_->getName());
+            boost::dynamic_pointer_cast<ZSettings>(source_)->setParent(context.tree.root());
         }
         if (plan_.replaced.empty()) return;
-        auto const errors = context.tree.root()->setMultiple(plan_.replaced, level_);
-        for (auto const& error : errors)
-            complain(error.first + ": " + error.second);
-        if (!errors.empty()) throw Failure("no value that was there already was replaced");
+        std::vector<std::string> texts;
+        for (auto const& [name, message] :
+             context.tree.root()->setMultiple(plan_.replaced, level_)) {
+            texts.push_back(name + ": " + message);
+        }
+        if (!texts.empty()) throw Failure(join(texts, "; "));
+    }
+
+    void import(Context& context) const {
+        try {
+            carryOut(context);
+        } catch (std::exception const& error) {
+            std::string const reason = messageOf(error);
+            if (level_ != "user" || !context.writing.hasChanged(product())) {
+                throw Failure("nothing was imported: " + reason);
+            }
+            reportSaved(context, reason);
+        }
+    }
+
+    /// Tells what is in the file after a failure in the midst: what is new comes with one save, and
+    /// each value that is replaced with one of its own. @throws Failure always
+    [[noreturn]] void reportSaved(Context& context, std::string const& reason) const {
+        SavedFile const file(context.directories.userFile(product()));
+        std::vector<std::string> saved;
+        std::vector<std::string> missing;
+        for (ImportPlan::Change const& change : plan_.changes) {
+            if (change.change == "kept" || change.change == "same") continue;
+            (file.holds(change.name, change.value) ? saved : missing).push_back(change.name);
+        }
+        if (missing.empty()) throw Failure(reason + context.writing.afterword(product()));
+        complain(reason);
+        throw Failure(savedText("imported", saved, missing));
     }
 
     /// Carries it out in memory and in a folder that goes with it, so that all is refused that the
     /// import itself would refuse, and nothing is changed.
     void rehearse(Context& context) const {
-        std::string const product = target_ ? productOf(target_) : source_->getName();
-        qf::ustring const file = context.directories.userFile(product);
+        qf::ustring const file = context.directories.userFile(product());
         std::string const reason = level_ == "user" ? whyUnwritable(file) : "";
         if (!reason.empty()) {
             throw Failure("nothing was imported: " + pathText(file) +
@@ -139,7 +165,7 @@ private:
             std::string const place = pathText(folder.path());
             std::size_t const at = message.find(place);
             if (at != std::string::npos) message.replace(at, place.size(), realPlace);
-            throw Failure(message);
+            throw Failure("nothing was imported: " + message);
         }
     }
 

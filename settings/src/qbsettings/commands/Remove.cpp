@@ -23,11 +23,9 @@ public:
         std::string const name = node->getFullName();
         auto const parent =
             boost::dynamic_pointer_cast<settings::core::ZSettings>(node->getParent());
-        if (parent->isRoot()) {
-            context.writing.refuseToRemoveUnreadable(name);
-        } else {
-            context.writing.warnOfUnreadable(productOf(node));
-        }
+        std::string const product = productOf(node);
+        if (parent->isRoot()) context.writing.refuseToRemoveUnreadable(product);
+        context.writing.begin(product);
         try {
             if (node->isLeafNode()) {
                 parent->removeKey(node->getName());
@@ -35,7 +33,7 @@ public:
                 context.tree.loading([&] { parent->removeNode(node->getName()); });
             }
         } catch (std::exception const& error) {
-            throw Failure(name + ": " + reasonOf(error));
+            throw Failure(name + ": " + reasonOf(error) + context.writing.afterword(product));
         }
         return done;
     }

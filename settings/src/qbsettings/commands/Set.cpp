@@ -28,12 +28,14 @@ public:
     int run(Context& context) override {
         std::string const level = levelForWriting(context.writing, level_);
         SettingsPtr const key = findKey(context.tree, name_);
-        if (level == "user") context.writing.warnOfUnreadable(productOf(key));
+        std::string const product = productOf(key);
+        if (level == "user") context.writing.begin(product);
         boost::any const value = valueForKey(context.directories, key, values_, type_);
         try {
             key->getParent()->setAny(key->getName(), value, level);
         } catch (std::exception const& error) {
-            throw refusal(context.directories, key, error, values_);
+            throw Failure(refusal(context.directories, key, error, values_).what() +
+                          context.writing.afterword(product));
         }
         confirmStored(key, value, level);
         return done;

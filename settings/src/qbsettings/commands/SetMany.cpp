@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -8,10 +10,12 @@
 #include <nlohmann/json.hpp>
 #include <qbsettings/commandline/Command.hpp>
 #include <qbsettings/commandline/Options.hpp>
+#include <qbsettings/errors/Errors.hpp>
 #include <qbsettings/output/Complaints.hpp>
 #include <qbsettings/store/Context.hpp>
 #include <qbsettings/store/Names.hpp>
 #include <qbsettings/store/NewValue.hpp>
+#include <qbsettings/store/SavedFile.hpp>
 #include <qbsettings/text/Failure.hpp>
 #include <qbsettings/text/Lines.hpp>
 #include <qbsettings/text/Text.hpp>
@@ -65,10 +69,14 @@ public:
         if (!good) {
             complain("nothing was set");
         } else {
-            good = setAll(context, level);
+            try {
+                good = setAll(context, level);
+            } catch (std::exception const& error) {
+                complain(messageOf(error));
+                reportSaved(context, level);
+            }
         }
         if (!good) return refused;
-        confirmAll(level);
         for (Entry const& entry : entries_) {
             KeyType const type = typeOf(settings::core::describeKey(entry.key));
             context.output.note("set", {{"line", lineCell(entry.line)},
@@ -91,7 +99,7 @@ private:
     static Entry readLine(Context& context, InputLine const& line) {
         Assignment const assignment = parseAssignment(line.text);
         SettingsPtr const key = findKey(context.tree, assignment.name);
-        context.writing.warnOfUnreadable(productOf(key));
+        context.writing.begin(productOf(key));
         KeyType const type = typeOf(settings::core::describeKey(key));
         std::vector<std::string> texts;
         try {
@@ -142,15 +150,63 @@ private:
             }
             refuse(context, line, name + ": " + message);
         }
+        if (errors.empty()) confirmAll(level);
         return errors.empty();
     }
 
-    /// What holds after the last line that names a key.
-    void confirmAll(std::string const& level) const {
+    /// Tells what is in the files after a failure in the midst: each key is a save of its own.
+    /// @throws Failure always
+    [[noreturn]] void reportSaved(Context& context, std::string const& level) const {
+        struct Product {
+            std::vector<std::string> saved;
+            std::vector<std::string> missing;
+        };
+        std::map<std::string, Product> products;
+        std::map<std::string, SavedFile> files;
+        bool changed = false;
+        for (Entry const* entry : lastEntries()) {
+            std::string const product = productOf(entry->key);
+            if (level == "user" && !files.count(product)) {
+                files.emplace(product, SavedFile(context.directories.userFile(product)));
+                changed = changed || context.writing.hasChanged(product);
+            }
+            std::string const name = entry->key->getFullName();
+            bool const isSaved =
+                files.count(product) && files.at(product).holds(name, entry->value);
+            (isSaved ? products[product].saved : products[product].missing).push_back(name);
+        }
+        if (!changed) throw Failure("nothing was set");
+        // A product that is whole in one of the lists stands there by its name.
+        std::vector<std::string> saved;
+        std::vector<std::string> missing;
+        for (auto const& [name, product] : products) {
+            bool const isMixed = !product.saved.empty() && !product.missing.empty();
+            for (auto const& [from, to] :
+                 {std::pair(&product.saved, &saved), std::pair(&product.missing, &missing)}) {
+                if (isMixed) {
+                    to->insert(to->end(), from->begin(), from->end());
+                } else if (!from->empty()) {
+                    to->push_back(name);
+                }
+            }
+        }
+        throw Failure(savedText("saved", saved, missing));
+    }
+
+    /// The last line that names a key holds.
+    std::vector<Entry const*> lastEntries() const {
+        std::vector<Entry const*> last;
         std::set<SettingsPtr> seen;
         for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
-            if (seen.insert(entry->key).second) confirmStored(entry->key, entry->value, level);
+            if (seen.insert(entry->key).second) last.push_back(&*entry);
         }
+        std::reverse(last.begin(), last.end());
+        return last;
+    }
+
+    void confirmAll(std::string const& level) const {
+        for (Entry const* entry : lastEntries())
+            confirmStored(entry->key, entry->value, level);
     }
 
     std::string file_ = "-";

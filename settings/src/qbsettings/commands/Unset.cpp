@@ -25,13 +25,15 @@ public:
     int run(Context& context) override {
         std::string const level = levelForWriting(context.writing, level_);
         SettingsPtr const key = findKey(context.tree, name_);
-        if (level == "user") context.writing.warnOfUnreadable(productOf(key));
+        std::string const product = productOf(key);
+        if (level == "user") context.writing.begin(product);
         try {
             key->getParent()->unset(key->getName(), level);
         } catch (settings::core::exception::ValueNotDefinedForGivenLevel const& error) {
             throw Failure(nothingThere, key->getFullName() + ": " + reasonOf(error));
         } catch (std::exception const& error) {
-            throw Failure(key->getFullName() + ": " + reasonOf(error));
+            throw Failure(key->getFullName() + ": " + reasonOf(error) +
+                          context.writing.afterword(product));
         }
         return done;
     }

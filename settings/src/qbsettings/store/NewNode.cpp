@@ -14,16 +14,19 @@ std::pair<SettingsPtr, std::string> placeFor(Context& context, std::string const
     auto const [parentName, ownName] = splitLast(name);
     SettingsPtr const parent =
         parentName.empty() ? context.tree.root() : findGroup(context.tree, parentName);
-    if (!parent->isRoot()) context.writing.warnOfUnreadable(productOf(parent));
+    if (!parent->isRoot()) context.writing.begin(productOf(parent));
     ZSettings::validateSettingOrGroupName(ownName);
+    if (parent->isRoot()) context.writing.begin(ownName);
     return {parent, ownName};
 }
 
-void attach(SettingsPtr const& node, SettingsPtr const& parent, std::string const& name) {
+void attach(Context& context, SettingsPtr const& node, SettingsPtr const& parent,
+            std::string const& name) {
+    std::string const product = parent->isRoot() ? node->getName() : productOf(parent);
     try {
         boost::dynamic_pointer_cast<ZSettings>(node)->setParent(parent);
     } catch (std::exception const& error) {
-        throw Failure(name + ": " + reasonOf(error));
+        throw Failure(name + ": " + reasonOf(error) + context.writing.afterword(product));
     }
 }
 

@@ -10,11 +10,13 @@ namespace qbsettings {
 
 struct Context;
 
-/// The group that a new node of that full name goes into, and the node's own name.
+/// The group that a new node of that full name goes into, and the node's own name; begins to write
+/// the product.
 /// @throws Failure, and the library's exception for a name that is not legal
 std::pair<SettingsPtr, std::string> placeFor(Context& context, std::string const& name);
 
 /// Attaches a node, which saves it. @throws Failure that names the node
-void attach(SettingsPtr const& node, SettingsPtr const& parent, std::string const& name);
+void attach(Context& context, SettingsPtr const& node, SettingsPtr const& parent,
+            std::string const& name);
 
 }  // namespace qbsettings

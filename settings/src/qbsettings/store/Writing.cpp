@@ -2,6 +2,7 @@
 
 #include <qbsettings/output/Complaints.hpp>
 #include <qbsettings/store/Directories.hpp>
+#include <qbsettings/store/SavedFile.hpp>
 #include <qbsettings/store/Tree.hpp>
 #include <qbsettings/text/Failure.hpp>
 #include <qbsettings/text/Text.hpp>
@@ -12,12 +13,22 @@ void Writing::lock() {
     if (!lock_) lock_ = std::make_unique<WriteLock>(directories_.user());
 }
 
-void Writing::warnOfUnreadable(std::string const& product) {
+void Writing::begin(std::string const& product) {
     qf::ustring const file = directories_.userFile(product);
-    if (!tree_.isFaulty(file) || !warnedOf_.insert(product).second) return;
+    if (!before_.emplace(product, bytesOf(file)).second || !tree_.isFaulty(file)) return;
     complain(pathText(file) +
              " could not be read; a save keeps it aside, with .rejected behind its name, and what "
              "it held is no longer in force");
+}
+
+bool Writing::hasChanged(std::string const& product) const {
+    auto const before = before_.find(product);
+    return before != before_.end() && before->second != bytesOf(directories_.userFile(product));
+}
+
+std::string Writing::afterword(std::string const& product) const {
+    if (!hasChanged(product)) return {};
+    return "; the file holds the change all the same, but a power failure can still undo it";
 }
 
 void Writing::refuseToRemoveUnreadable(std::string const& product) const {

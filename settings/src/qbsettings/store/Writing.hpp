@@ -1,7 +1,7 @@
 #pragma once
 
+#include <map>
 #include <memory>
-#include <set>
 #include <string>
 
 #include <qbsettings/store/WriteLock.hpp>
@@ -21,9 +21,17 @@ public:
     /// asked for, so that what is written was read under the lock.
     void lock();
 
-    /// Reports, once a product, that its user file could not be read: a save keeps it aside and
-    /// replaces it by what was understood of it.
-    void warnOfUnreadable(std::string const& product);
+    /// To be called before a change of a product's user file. Notes what that holds; reports, once
+    /// a product, that it could not be read: a save keeps it aside and replaces it by what was
+    /// understood of it.
+    void begin(std::string const& product);
+    /// True if the user file is another than it was at `begin`. It is the old or the new one,
+    /// whole.
+    bool hasChanged(std::string const& product) const;
+    /// What goes behind the reason why a change of the product failed: a save can fail when its
+    /// file is in place already. Empty if the file is as it was.
+    std::string afterword(std::string const& product) const;
+
     /// @throws Failure if the product's user file could not be read: it would be lost with the
     /// product
     void refuseToRemoveUnreadable(std::string const& product) const;
@@ -32,7 +40,7 @@ private:
     Directories const& directories_;
     Tree const& tree_;
     std::unique_ptr<WriteLock> lock_;
-    std::set<std::string> warnedOf_;
+    std::map<std::string, std::string> before_;  ///< The bytes of user files, by product.
 };
 
 }  // namespace qbsettings
