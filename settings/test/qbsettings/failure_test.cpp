@@ -78,4 +78,35 @@ qbsettings: imported: p.n, p.z; not imported: p.t
 )~");
 }
 
+/// The bound on the wait is short here; on a terminal it is said after a second who is waited for.
+TEST_F(FailureTest, ALockThatIsNotHadEndsTheCommandAndALinkIsNotFollowed) {
+    expectSession(
+        R"~($ flock -F user/.qbsettings.lock sh -c 'touch held && exec sleep 60' &
+> until [[ -e held ]]; do sleep 0.01; done
+> unnamed() { tr -d '\r' | sed "s/process $!/P/;s/another process/P/"; }
+> QBSETTINGS_LOCK_WAIT=0 qbsettings set p.n 3 2>&1 | unnamed
+> qbsettings get p.n
+> script -qec 'QBSETTINGS_LOCK_WAIT=2 qbsettings set p.n 3' /dev/null | unnamed
+> kill $! && wait $! || qbsettings set p.n 4 && qbsettings get p.n
+qbsettings: P holds @/user/.qbsettings.lock, and did not release it within 0 s; nothing was changed
+1
+qbsettings: waiting for P, which holds @/user/.qbsettings.lock
+qbsettings: P holds @/user/.qbsettings.lock, and did not release it within 2 s; nothing was changed
+4
+)~");
+    expectSession(R"($ rm user/.qbsettings.lock && ln -s ../made user/.qbsettings.lock
+$ qbsettings set p.n 3
+! the lock file @/user/.qbsettings.lock is no regular file; nothing was changed
+[1]
+$ rm user/.qbsettings.lock && mkfifo user/.qbsettings.lock && timeout 20 qbsettings set p.n 3
+! the lock file @/user/.qbsettings.lock is no regular file; nothing was changed
+[1]
+$ rm user/.qbsettings.lock && QBSETTINGS_LOCK_WAIT=long qbsettings set p.n 3
+! QBSETTINGS_LOCK_WAIT takes a number of seconds, not 'long'
+[2]
+$ ls -A . user | grep -E 'made|lock'
+[1]
+)");
+}
+
 }  // namespace

@@ -70,8 +70,8 @@ unset p.flag => 3 p.flag: it has no value on the level 'user'
 }
 
 TEST_F(KeysTest, ProgramsThatWriteAtOnceLoseNothing) {
-    expectSession(R"($ qbsettings add-group busy
-$ for i in {10..21}
+    expectSession(R"($ qbsettings add-group busy && export QBSETTINGS_LOCK_WAIT=100
+> for i in {10..21}
 > do qbsettings add busy.k$i --type int32 $i &
 > done
 > wait

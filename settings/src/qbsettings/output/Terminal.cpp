@@ -30,6 +30,8 @@ bool isOutputPiped() {
 
 bool isOutputTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
 
+bool isErrorTerminal() { return ::isatty(STDERR_FILENO) == 1; }
+
 bool wantsColours() {
     char const* const noColour = std::getenv("NO_COLOR");
     return takesControls() && !(noColour && *noColour);
@@ -45,8 +47,7 @@ bool eraseProgress() {
 Progress::Progress(std::string what, std::size_t steps)
     : what_(std::move(what)),
       steps_(steps),
-      active_(steps > manySteps && ::isatty(STDERR_FILENO) == 1 && takesControls() &&
-              !isOutputPiped()) {}
+      active_(steps > manySteps && isErrorTerminal() && takesControls() && !isOutputPiped()) {}
 
 void Progress::step() {
     ++step_;

@@ -8,6 +8,8 @@ namespace qbsettings {
 
 /// True if standard output is a terminal.
 bool isOutputTerminal();
+/// The same of standard error.
+bool isErrorTerminal();
 
 /// False if the environment forbids colours: NO_COLOR, or TERM that is "dumb" or unset.
 bool wantsColours();

@@ -10,7 +10,10 @@ namespace qbsettings {
 /// missing and stays; it ends with the process at the latest.
 class WriteLock {
 public:
-    /// Waits for the others. @throws Failure
+    /// Waits for the others, for the seconds of the environment variable QBSETTINGS_LOCK_WAIT, else
+    /// for 10; where a person looks on, it says after one second for whom. Follows no link and opens
+    /// nothing but a regular file.
+    /// @throws Failure, nothing changed
     explicit WriteLock(qf::ustring const& userDirectory);
     ~WriteLock();
     WriteLock(WriteLock const&) = delete;
