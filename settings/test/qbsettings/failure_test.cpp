@@ -109,4 +109,35 @@ $ ls -A . user | grep -E 'made|lock'
 )");
 }
 
+TEST_F(FailureTest, WhatCannotBeListedIsNotTakenForEmpty) {
+    if (!run("plain true").empty()) GTEST_SKIP() << "root cannot be bound by permissions here";
+    expectSession(R"($ mkdir lines && qbsettings set-many lines
+! lines cannot be read: Is a directory
+[1]
+$ qbsettings set-many - <lines
+! standard input cannot be read: Is a directory
+[1]
+$ chmod 000 factory/p && plain qbsettings list
+q.n→int32→factory→1
+q.t→string→factory→x
+! @/factory/p: cannot be listed: Permission denied
+[1]
+$ plain qbsettings get p.n
+! @/factory/p: cannot be listed: Permission denied
+! there may be a setting 'p.n' in a folder that cannot be listed
+[1]
+$ chmod 000 factory && plain qbsettings check
+@/factory: cannot be listed: Permission denied
+[1]
+$ plain qbsettings list
+! @/factory: cannot be listed: Permission denied
+[1]
+$ chmod 700 factory factory/p && (ulimit -n 4 && qbsettings set p.n 3)
+! @/factory: cannot be listed: Too many open files
+! there may be a setting 'p.n' in a folder that cannot be listed
+[1]
+$ ls user
+)");
+}
+
 }  // namespace

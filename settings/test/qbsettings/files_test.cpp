@@ -128,6 +128,33 @@ $ qbsettings check user/w.settings --json | grep -oE '"(kind|line|code)":[^,}]*'
 )~");
 }
 
+TEST_F(FilesTest, WhatIsNeverReadIsFound) {
+    settingsFile("factory/twice/twice.settings",
+                 R"(<additionalpath>../shared-parts/twice.settings</additionalpath>
+<key name="k"><int8><value>1</value></int8><string><value>a</value></string></key>
+)");
+    settingsFile("factory/shared-parts/twice.settings", "");
+    settingsFile("factory/shared-parts/unused.settings", "");
+    settingsFile("factory/stray.settings", "");
+    settingsFile("factory/p/big.SETTINGS", "");
+    for (char const* const file : {"factory/Q/Q.settings", "factory/q/q.settings"})
+        settingsFile(file, "");
+    settingsFile("user/p.Settings", "");
+    settingsFile("user/TWICE.settings", "");
+    expectSession(R"~($ qbsettings check
+@/factory/twice/twice.settings:4:21: warning: 'k' has more than one type element, of which the last counts; remove this one
+@/user/TWICE.settings: warning: is never read, since there is a product whose name differs in case alone
+@/user/p.Settings: warning: is never read, since the extension of settings files is '.settings', in lower case
+@/factory/stray.settings: warning: is never read, since the files of a product lie in a folder of its name
+@/factory/p/big.SETTINGS: warning: is never read, since the extension of settings files is '.settings', in lower case
+@/factory/q/q.settings: warning: is never read, since 'q' is not read as a product, and no file names it in 'additionalpath'
+@/factory/shared-parts/unused.settings: warning: is never read, since 'shared-parts' is not read as a product, and no file names it in 'additionalpath'
+$ qbsettings check --json | grep -oE '"code":[^,}]*' | sort | uniq -c | sed 's/^ *//'
+6 "code":"never-read"
+1 "code":"repeated-type"
+)~");
+}
+
 TEST_F(FilesTest, AUserFileIsNeverLostToASaveThatFailsOrToOneThatCouldNotReadIt) {
     expectSession(R"($ printf '<settings name="p">the work' | tee work >user/p.settings
 $ qbsettings remove p

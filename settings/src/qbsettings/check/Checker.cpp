@@ -19,29 +19,16 @@ using settings::core::Settings;
 
 namespace {
 
-/// A folder that cannot be listed counts as empty in a load. False if it is there and cannot be.
-bool checkFolder(qf::ustring const& folder, Findings& findings) {
-    try {
-        if (!folder.empty() && fs::exists(folder))
-            fs::basic_directory_iterator const entries(folder);
-        return true;
-    } catch (fs::FsysExceptionBase const& error) {
-        findings.add(Fault{folder, error.reason()});
-        return false;
-    }
-}
-
 /// Finds the user files that saves kept aside.
 void findKeptAside(qf::ustring const& folder, Findings& findings) {
     static qf::ustring const mark = u".settings.rejected";
-    if (!fs::exists(folder)) return;
-    for (auto const& entry : fs::basic_directory_iterator(folder)) {
-        qf::ustring const name = entry.filename();
+    for (fs::path const file : Directories::filesIn(folder)) {
+        qf::ustring const name = file.filename().str();
         std::size_t const at = name.rfind(mark);
         if (at == qf::ustring::npos || at == 0) continue;
         if (name.find_first_not_of(u".0123456789", at + mark.size()) != qf::ustring::npos) continue;
         findings.add(
-            Warning{{entry.full_pathname().str(),
+            Warning{{file.str(),
                      "kept aside, since it could not be read when its product was saved; mend it "
                      "and put it in the place of " +
                          pathText(name.substr(0, at)) + ".settings, or delete it"},
@@ -52,16 +39,19 @@ void findKeptAside(qf::ustring const& folder, Findings& findings) {
 }  // namespace
 
 void Checker::checkAll() {
-    SettingsPtr const root = context_.tree.root();
-    checkFolder(context_.directories.factory(), findings_);
-    qf::ustring const userDirectory = context_.directories.user();
-    if (checkFolder(userDirectory, findings_)) findKeptAside(userDirectory, findings_);
-    auto const products = root->getChildren();
+    auto const products = context_.tree.products();
+    for (Fault const& fault : context_.tree.faults())
+        findings_.add(fault);
+    findKeptAside(context_.directories.user(), findings_);
     Progress progress("checking product", products.size());
     for (SettingsPtr const& product : products) {
         progress.step();
         checkProduct(product);
     }
+    std::set<std::string> names;
+    for (SettingsPtr const& product : products)
+        names.insert(product->getName());
+    neverRead_.report(context_.directories, names, findings_);
 }
 
 void Checker::checkNamed(qf::ustring const& file) {
@@ -115,9 +105,11 @@ void Checker::checkUserFile(SettingsPtr const& product,
 /// Reads one file by itself; empty if it has faults, which are added unless its load added them.
 SettingsPtr Checker::checkFile(qf::ustring const& file, bool ofUser) {
     SettingsPtr content;
+    neverRead_.addRead(file);
     try {
         content = Settings::importAsStandaloneObject(file);
     } catch (std::exception const& error) {
+        if (!ofUser) neverRead_.addFaulty();
         if (!context_.tree.isFaulty(file)) findings_.add(faultOfImport(file, error));
         return {};
     }
@@ -132,6 +124,7 @@ void Checker::checkMarkup(qf::ustring const& first, bool ofUser) {
     for (std::size_t i = 0; i < files.size(); ++i) {
         qf::ustring const file = files[i];
         if (!reviewed_.insert(file).second) continue;
+        neverRead_.addRead(file);
         addAll(file, [&] {
             Markup const top = readMarkup(file);
             for (Markup const& child : top.children) {

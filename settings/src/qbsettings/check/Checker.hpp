@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include <qbsettings/check/NeverRead.hpp>
 #include <qbsettings/store/Tree.hpp>
 #include <settingscore/host/UString.hpp>
 
@@ -33,6 +34,7 @@ private:
     Context& context_;
     Findings& findings_;
     std::set<qf::ustring> reviewed_;
+    NeverRead neverRead_;
 };
 
 }  // namespace qbsettings

@@ -95,6 +95,7 @@ private:
         std::string const& tag = element.tag;
         for (auto const& attribute : element.attributes)
             reviewAttribute(element, attribute);
+        if (tag == "key") reviewTypes(element);
         if (tag == "validationfunc" || tag == "runtimedefault") {
             reviewFunction(element);
         } else if (tag == "metadata" && ofUser_) {
@@ -111,6 +112,22 @@ private:
         }
         for (Markup const& child : element.children)
             review(child, element, type);
+    }
+
+    /// Of several type elements of a key, the last counts. (Of several validators as well, but a
+    /// save writes that of a group once for each child.)
+    void reviewTypes(Markup const& key) {
+        Markup const* last = nullptr;
+        for (Markup const& child : key.children) {
+            if (child.tag == "validationfunc" || child.tag == "key") continue;
+            if (last) {
+                add(*last, "repeated-type",
+                    inQuotes(key.attribute("name")) +
+                        " has more than one type element, of which the last counts; remove this "
+                        "one");
+            }
+            last = &child;
+        }
     }
 
     void reviewAttribute(Markup const& element,

@@ -34,7 +34,7 @@ private:
     // All are false if something could not be read.
 
     static bool listProducts(Context& context) {
-        auto const products = context.tree.root()->getChildren();
+        auto const products = context.tree.products();
         Progress progress("reading product", products.size());
         bool good = true;
         for (SettingsPtr const& product : products) {

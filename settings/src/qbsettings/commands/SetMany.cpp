@@ -1,8 +1,9 @@
 #include <algorithm>
-#include <fstream>
-#include <iostream>
-#include <iterator>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -36,16 +37,25 @@ struct Entry {
     boost::any value;
 };
 
-std::string readAll(std::istream& stream, std::string const& name) {
-    std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    if (!stream || stream.bad()) throw Failure(name + " cannot be read");
-    return text;
-}
+struct Closing {
+    void operator()(std::FILE* file) const {
+        if (file != stdin) std::fclose(file);
+    }
+};
 
-std::string readInput(std::string const& file) {
-    if (file == "-") return readAll(std::cin, "standard input");
-    std::ifstream stream(file, std::ios::binary);
-    return readAll(stream, asLine(file));
+std::string readInput(std::string const& name) {
+    bool const isInput = name == "-";
+    std::unique_ptr<std::FILE, Closing> const file(isInput ? stdin
+                                                           : std::fopen(name.c_str(), "re"));
+    std::string text;
+    if (file) {
+        std::string piece(std::size_t{1} << 16, '\0');
+        while (std::size_t const count = std::fread(piece.data(), 1, piece.size(), file.get()))
+            text.append(piece, 0, count);
+        if (std::ferror(file.get()) == 0) return text;
+    }
+    throw Failure((isInput ? "standard input" : asLine(name)) +
+                  " cannot be read: " + std::strerror(errno));
 }
 
 /// `set-many`: many keys set as one action.

@@ -29,6 +29,25 @@ void setEnvironment(char const* name, std::optional<std::string> const& director
     if (directory) ::setenv(name, absolutePath(*directory).native().c_str(), 1);
 }
 
+constexpr char16_t const* extension = u".settings";
+
+// The job pool is defined in a folder of another name.
+constexpr char const* poolProduct = "gridpool";
+constexpr char const* poolFolder = "farmjobs";
+
+/// Paths of the entries of that kind; none of a folder that cannot be listed.
+std::vector<qf::ustring> entriesOf(qf::ustring const& folder, fs::file_status kind) {
+    std::vector<qf::ustring> paths;
+    try {
+        for (auto const& entry : fs::basic_directory_iterator(folder)) {
+            if ((entry.status() & fs::file_type_mask) == kind)
+                paths.push_back(entry.full_pathname().str());
+        }
+    } catch (fs::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
+    }
+    return paths;
+}
+
 }  // namespace
 
 Directories::Directories(DirectoryOptions const& options) {
@@ -81,21 +100,30 @@ void Directories::saveIn(qf::ustring const& directory) {
     saves_ = directory;
 }
 
+qf::ustring Directories::factoryFolder(std::string const& product) const {
+    std::string const folder = product == poolProduct ? poolFolder : product;
+    return (fs::path(factory()) / qf::i18n::to_ustring(folder)).str();
+}
+
+std::vector<qf::ustring> Directories::factoryFolders() const {
+    return entriesOf(factory(), fs::directory_file);
+}
+
+std::string Directories::productOfFactoryFolder(qf::ustring const& folder) {
+    std::string const name = pathText(fs::path(folder).filename().str());
+    return name == poolFolder ? poolProduct : name;
+}
+
 std::vector<qf::ustring> Directories::factoryFiles(std::string const& product) const {
-    std::vector<qf::ustring> files;
-    // The job pool is defined in a folder of another name.
-    std::string const folder = product == "gridpool" ? "farmjobs" : product;
-    try {
-        for (auto const& entry :
-             fs::basic_directory_iterator(fs::path(factory()) / qf::i18n::to_ustring(folder))) {
-            if (entry.full_pathname().extension() != u".settings") continue;
-            if ((entry.status() & fs::file_type_mask) != fs::regular_file) continue;
-            files.push_back(entry.full_pathname().str());
-        }
-    } catch (fs::FsysExceptionBase const&) {
-        // A product of the user alone has no folder.
-    }
+    std::vector<qf::ustring> files = filesIn(factoryFolder(product));
+    files.erase(std::remove_if(files.begin(), files.end(),
+                               [](fs::path const& file) { return file.extension() != extension; }),
+                files.end());
     return files;
+}
+
+std::vector<qf::ustring> Directories::filesIn(qf::ustring const& folder) {
+    return entriesOf(folder, fs::regular_file);
 }
 
 std::string Directories::definedIn(std::string const& product) const {

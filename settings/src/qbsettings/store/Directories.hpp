@@ -33,10 +33,19 @@ public:
     /// From now on the user's files are saved in this directory.
     void saveIn(qf::ustring const& directory);
 
+    /// The folder of the files that define a product.
+    qf::ustring factoryFolder(std::string const& product) const;
+    /// All folders in the factory directory, whether or not they are one of a product.
+    std::vector<qf::ustring> factoryFolders() const;
+    /// The product whose files would be in the folder.
+    static std::string productOfFactoryFolder(qf::ustring const& folder);
     /// The files that define a product, in the order in which they are read.
     std::vector<qf::ustring> factoryFiles(std::string const& product) const;
     /// Where a product is defined, for messages: its one factory file, or their folder.
     std::string definedIn(std::string const& product) const;
+
+    /// The regular files of any folder; none if it cannot be listed.
+    static std::vector<qf::ustring> filesIn(qf::ustring const& folder);
 
 private:
     qf::ustring saves_;  ///< Empty: the user directory.

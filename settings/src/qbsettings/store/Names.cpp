@@ -104,7 +104,12 @@ SettingsPtr findNode(Tree& tree, std::string const& name) {
     if (parts.empty()) throw Failure(nothingThere, "the name is empty");
     SettingsPtr node = tree.loading([&] { return root->getSettingsByPathVec(parts); });
     if (!node) node = findDotted(tree, root, name);
+    bool const isListed = tree.canListFactory(parts.front());
     if (node) return node;
+    if (!isListed || !tree.canListUser()) {
+        throw Failure("there may be a setting " + inQuotes(name) +
+                      " in a folder that cannot be listed");
+    }
     // The search for another name can touch products that nobody asked about.
     tree.keepQuiet();
     std::string message = "there is no setting " + inQuotes(name);

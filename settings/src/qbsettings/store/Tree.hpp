@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <string>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
@@ -24,6 +26,15 @@ public:
 
     /// @throws Failure if there is no user directory
     SettingsPtr root();
+    /// All products, after a look at the folders that can hold one: what the library cannot list
+    /// counts as empty there.
+    std::vector<SettingsPtr> products();
+    /// @{
+    /// Looks at the factory folders that can hold the product, or at the user directory. False if
+    /// one cannot be listed.
+    bool canListFactory(std::string const& product);
+    bool canListUser();
+    /// @}
 
     /// Runs `access`, which may be the first to touch a product; the faults of its files are
     /// reported and kept, and the access is made again, to what could be read.
@@ -47,11 +58,14 @@ public:
     bool isFaulty(qf::ustring const& file) const;
 
 private:
+    void keep(Fault const& fault);
     void keepFaults(settings::core::exception::ErrorReadingSettingsData const& error);
+    bool lookAt(qf::ustring const& folder);
 
     Directories const& directories_;
     SettingsPtr root_;
     std::vector<Fault> faults_;
+    std::map<qf::ustring, bool> listable_;
     bool quiet_ = false;
 };
 

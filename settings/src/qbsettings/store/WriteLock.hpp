@@ -11,8 +11,8 @@ namespace qbsettings {
 class WriteLock {
 public:
     /// Waits for the others, for the seconds of the environment variable QBSETTINGS_LOCK_WAIT, else
-    /// for 10; where a person looks on, it says after one second for whom. Follows no link and opens
-    /// nothing but a regular file.
+    /// for 10; where a person looks on, it says after one second for whom. Follows no link and
+    /// opens nothing but a regular file.
     /// @throws Failure, nothing changed
     explicit WriteLock(qf::ustring const& userDirectory);
     ~WriteLock();
