@@ -38,12 +38,12 @@ int runToTheEnd(std::vector<std::string> const& words) {
         complain(messageOf(error));
     } catch (...) {
         // A function of a plug-in can throw anything.
-        complain("something failed that cannot be told");
+        complain("an unknown error occurred");
     }
     finishComplaints();
     std::cout.flush();
     if (!std::cout) {
-        complain("standard output cannot be written to");
+        complain("cannot write to standard output");
         return refused;
     }
     return status;

@@ -1,4 +1,4 @@
-// Commands that fail in the midst: what they leave in the files is what they say.
+// Commands that fail midway: what they leave in the files is what they say.
 
 #include <support/ProgramWorld.hpp>
 
@@ -25,8 +25,8 @@ TEST_F(FailureTest, AChangeThatMayNotOutliveAPowerFailureIsSaidToBeThere) {
 <key name="z"><int32><value>7</value></int32></key>
 )");
     std::string const message =
-        "@/user/p.settings cannot be written: Permission denied; the file holds the change all the "
-        "same, but a power failure can still undo it\n[1]\n";
+        "@/user/p.settings cannot be written: Permission denied; the file holds the change "
+        "anyway, but a power failure can still undo it\n[1]\n";
     std::string const list =
         "$ chmod 700 user && qbsettings list p | cut -f 1,3,4 | paste -sd ';' && chmod 300 user\n";
     expectSession("$ chmod 300 user && plain qbsettings set p.n 3\n! p.n: " + message + list +
@@ -46,7 +46,7 @@ TEST_F(FailureTest, AChangeThatMayNotOutliveAPowerFailureIsSaidToBeThere) {
                   "$ chmod 700 user && ls user\nnew.settings\np.settings\n");
 }
 
-TEST_F(FailureTest, WhatStoppedInTheMidstIsToldByName) {
+TEST_F(FailureTest, WhatStoppedMidwayIsReportedByName) {
     settingsFile("in/p.settings", "<key name=\"n\"><int32><value>77</value></int32></key>\n" +
                                       ("<key name=\"t\"><string><value>" + longText()) +
                                       "</value></string></key>\n<key name=\"z\"><int8/></key>\n");
@@ -78,7 +78,7 @@ qbsettings: imported: p.n, p.z; not imported: p.t
 )~");
 }
 
-/// The bound on the wait is short here; on a terminal it is said after a second who is waited for.
+/// The bound on the wait is short here; on a terminal it says after a second who is waited for.
 TEST_F(FailureTest, ALockThatIsNotHadEndsTheCommandAndALinkIsNotFollowed) {
     expectSession(
         R"~($ flock -F user/.qbsettings.lock sh -c 'touch held && exec sleep 60' &
@@ -96,10 +96,10 @@ qbsettings: P holds @/user/.qbsettings.lock, and did not release it within 2 s; 
 )~");
     expectSession(R"($ rm user/.qbsettings.lock && ln -s ../made user/.qbsettings.lock
 $ qbsettings set p.n 3
-! the lock file @/user/.qbsettings.lock is no regular file; nothing was changed
+! the lock file @/user/.qbsettings.lock is not a regular file; nothing was changed
 [1]
 $ rm user/.qbsettings.lock && mkfifo user/.qbsettings.lock && timeout 20 qbsettings set p.n 3
-! the lock file @/user/.qbsettings.lock is no regular file; nothing was changed
+! the lock file @/user/.qbsettings.lock is not a regular file; nothing was changed
 [1]
 $ rm user/.qbsettings.lock && QBSETTINGS_LOCK_WAIT=long qbsettings set p.n 3
 ! QBSETTINGS_LOCK_WAIT takes a number of seconds, not 'long'

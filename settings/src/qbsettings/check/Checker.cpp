@@ -19,7 +19,7 @@ using settings::core::Settings;
 
 namespace {
 
-/// Finds the user files that saves kept aside.
+/// Finds the user files that saves set aside.
 void findKeptAside(qf::ustring const& folder, Findings& findings) {
     static qf::ustring const mark = u".settings.rejected";
     for (fs::path const file : Directories::filesIn(folder)) {
@@ -29,8 +29,8 @@ void findKeptAside(qf::ustring const& folder, Findings& findings) {
         if (name.find_first_not_of(u".0123456789", at + mark.size()) != qf::ustring::npos) continue;
         findings.add(
             Warning{{file.str(),
-                     "kept aside, since it could not be read when its product was saved; mend it "
-                     "and put it in the place of " +
+                     "set aside because it could not be read when its product was saved; repair "
+                     "it and put it in place of " +
                          pathText(name.substr(0, at)) + ".settings, or delete it"},
                     "kept-aside"});
     }

@@ -8,7 +8,7 @@
 
 namespace qbsettings {
 
-/// An element of a settings file as it is written. What the library makes of a file tells neither
+/// An element of a settings file as it is written. What the library makes of a file shows neither
 /// the words that it could not use nor where anything stands.
 struct Markup {
     std::string tag;

@@ -40,10 +40,10 @@ Misreading misreadFloat(std::string const& text, std::string const& type) {
     if (read == 0) return {};
     auto const number = static_cast<Number>(read);
     std::string const value = elementTexts(boost::any(number)).front();
-    if (!trimmed(end, blanks).empty()) return {value, "nothing may stand behind the number"};
+    if (!trimmed(end, blanks).empty()) return {value, "nothing may follow the number"};
     bool const saysInfinity = foldedAscii(text).find("inf") != std::string::npos;
     if ((std::isinf(number) && !saysInfinity) || number == 0)
-        return {value, "no " + type + " is that number"};
+        return {value, "a " + type + " cannot hold that number"};
     return {};
 }
 
@@ -69,12 +69,12 @@ public:
     std::vector<Warning> run(Markup const& top) {
         if (!meansFalse(top.attribute("readonly"))) {
             add(top, "product-rule",
-                "'readonly' on the product's own element has no effect; give it to the groups and "
+                "'readonly' on the product's own element has no effect; put it on the groups and "
                 "keys inside");
         }
         if (Markup const* const function = top.find("validationfunc")) {
             add(*function, "product-rule",
-                "'validationfunc' of the product's own element has no effect; give it to the "
+                "'validationfunc' of the product's own element has no effect; put it on the "
                 "groups and keys inside");
         }
         for (auto const& attribute : top.attributes) {
@@ -142,7 +142,7 @@ private:
         std::string const word = element.attribute("type");
         if (word == "C" || word == "ZENBAR" || word == "JAVA") return;
         add(element, "function-type",
-            "'" + element.tag + "' does nothing, since its type is " +
+            "'" + element.tag + "' has no effect, because its type is " +
                 (word.empty() ? "missing" : "\"" + word + "\"") +
                 "; the types are \"C\", \"ZENBAR\" and \"JAVA\"");
     }
@@ -151,9 +151,9 @@ private:
         bool const addsUp = type == "string" && element.tag == "value";
         if (!addsUp && element.lastPiece != element.text) {
             add(element, "cut-text",
-                "of " + inQuotes(element.text) + " only " + inQuotes(element.lastPiece) +
-                    " counts, which stands behind the last entity or comment; write it as one "
-                    "CDATA section");
+                "only " + inQuotes(element.lastPiece) + " of " + inQuotes(element.text) +
+                    " counts, the part after the last entity or comment; write it as one CDATA "
+                    "section");
             return;
         }
         Misreading const misreading = misread(element.text, type);

@@ -17,7 +17,7 @@ namespace {
 
 constexpr char const* extension = ".settings";
 constexpr char const* wrongCase =
-    "is never read, since the extension of settings files is '.settings', in lower case";
+    "is never read, because the extension of settings files is '.settings', in lower case";
 
 std::string extensionOf(fs::path const& file) { return qf::i18n::to_string(file.extension()); }
 
@@ -49,14 +49,14 @@ void NeverRead::report(Directories const& directories, std::set<std::string> con
             add(findings, file.str(), wrongCase);
         } else if (products.count(name.substr(0, name.rfind('.'))) == 0) {
             add(findings, file.str(),
-                "is never read, since there is a product whose name differs in case alone");
+                "is never read, because there is a product whose name differs only in case");
         }
     }
     if (!isComplete_) return;
     for (qf::ustring const& file : Directories::filesIn(directories.factory())) {
         if (!isSettingsFile(file) || isRead(file)) continue;
         add(findings, file,
-            "is never read, since the files of a product lie in a folder of its name");
+            "is never read, because the files of a product lie in a folder of its name");
     }
     for (qf::ustring const& folder : directories.factoryFolders()) {
         std::string const product = Directories::productOfFactoryFolder(folder);
@@ -64,7 +64,7 @@ void NeverRead::report(Directories const& directories, std::set<std::string> con
             if (!isSettingsFile(file) || isRead(file)) continue;
             if (products.count(product) == 0) {
                 add(findings, file,
-                    "is never read, since " + inQuotes(product) +
+                    "is never read, because " + inQuotes(product) +
                         " is not read as a product, and no file names it in 'additionalpath'");
             } else if (extensionOf(file) != extension) {
                 add(findings, file, wrongCase);

@@ -55,11 +55,10 @@ private:
         } catch (std::exception const& error) {
             std::string const message =
                 refusal(directories_, target, error, elementTexts(value)).what() +
-                std::string(file_.isLeftOut
-                                ? "; this file is left out as a whole: change or remove "
-                                  "the value here"
-                                : "; the value here is in force all the same: change "
-                                  "or remove it");
+                std::string(file_.isLeftOut ? "; the whole file is ignored: change or remove "
+                                              "the value here"
+                                            : "; the value here is in force anyway: change "
+                                              "or remove it");
             Markup const& place = firstValue(element);
             warnings_.push_back({{file_.path, message, place.line, place.column}, "refused-value"});
         }

@@ -19,7 +19,7 @@ namespace {
 
 struct Reader {
     CLI::App app{
-        "Reads and changes settings: one typed tree of products, groups and keys, with\n"
+        "Read and change settings: one typed tree of products, groups and keys, with\n"
         "values on the levels session, user and factory.",
         "qbsettings"};
     using Candidate = std::pair<std::unique_ptr<Command>, std::unique_ptr<Options>>;
@@ -42,7 +42,7 @@ struct Reader {
         app.set_version_flag("--version", std::string("qbsettings ") + libqbsettingscore_version);
         app.footer(
             "Exit status: 0 done, 1 refused or failed, 2 wrong usage, 3 no value or no such "
-            "name.\nExample: qbsettings list plotter\n'qbsettings COMMAND --help' tells "
+            "name.\nExample: qbsettings list plotter\nSee 'qbsettings COMMAND --help' for "
             "more about a command.");
         for (CommandInfo const& info : commands())
             add(info);
@@ -100,10 +100,10 @@ struct Reader {
             if (!word.empty() && word.front() == '-') {
                 bool const takesValues = sub.get_option_no_throw("VALUE") != nullptr;
                 return "there is no option " + inQuotes(word) +
-                       (takesValues ? ", and a value that begins with '-' goes behind '--'" : "");
+                       (takesValues ? ", and a value that begins with '-' goes after '--'" : "");
             }
             if (&sub == &app) return "there is no command " + inQuotes(word);
-            return inQuotes(word) + " is one word too many";
+            return inQuotes(word) + " is one argument too many";
         }
         if (&sub == &app && error.get_name() == "RequiredError") return "a command is missing";
         return withoutMarks(error.what());

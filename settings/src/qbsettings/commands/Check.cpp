@@ -38,7 +38,8 @@ private:
 
 Registration<CheckCommand> const checkRegistration(
     {4, "check",
-     "Tell every fault of the settings files with file, line and column, and what they say in vain",
+     "Report every fault of the settings files with file, line and column, and warn of what has no "
+     "effect",
      "check plotter.settings"});
 
 }  // namespace

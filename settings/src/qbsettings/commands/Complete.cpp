@@ -19,7 +19,7 @@ public:
     void declare(Options& options) override { options.nameBegin(begin_, "Beginning of a name"); }
 
     int run(Context& context) override {
-        // A shell asks in the midst of a line: what is wrong is reported by the command that is
+        // A shell asks in the middle of a line: what is wrong is reported by the command that is
         // typed there.
         context.tree.keepQuiet();
         auto const drop = [](std::string const&) {};

@@ -127,7 +127,7 @@ private:
 };
 
 Registration<DescribeCommand> const describeRegistration(
-    {3, "describe", "Tell the rules of a key and its values on every level, or what a group holds",
+    {3, "describe", "Show the rules of a key and its values on every level, or what a group holds",
      "describe plotter.pen.width"});
 
 }  // namespace

@@ -29,7 +29,7 @@ public:
     }
 };
 
-Registration<DirsCommand> const dirsRegistration({5, "dirs", "Print the directories in force",
+Registration<DirsCommand> const dirsRegistration({5, "dirs", "Print the directories in use",
                                                   "dirs"});
 
 }  // namespace

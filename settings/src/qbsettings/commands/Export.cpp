@@ -23,7 +23,7 @@ public:
     void declare(Options& options) override {
         options.names(names_, "What to write");
         options.target(to_, force_);
-        options.level(level_, "Values of this level; those in force if absent");
+        options.level(level_, "Values of this level; the values in force if absent");
     }
 
     int run(Context& context) override {
@@ -34,7 +34,8 @@ public:
         OutputFile file(to_, force_);
         context.tree.loading([&] { Settings::exportSettings(nodes, file.path(), level_); });
         if (!context.tree.faults().empty()) {
-            throw Failure("nothing was exported, since the settings could not be read whole");
+            throw Failure(
+                "nothing was exported, because the settings could not be read completely");
         }
         commitReadable(file);
         return done;

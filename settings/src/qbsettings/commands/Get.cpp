@@ -18,7 +18,7 @@ class GetCommand : public Command {
 public:
     void declare(Options& options) override {
         options.name(name_, "Key");
-        options.level(level_, "Look at this level alone: session, user or factory");
+        options.level(level_, "Only this level: session, user or factory");
         options.json();
     }
 
@@ -42,7 +42,7 @@ private:
     std::string level_;
 };
 
-Registration<GetCommand> const getRegistration({2, "get", "Print a value, one element a line",
+Registration<GetCommand> const getRegistration({2, "get", "Print a value, one element per line",
                                                 "get plotter.pen.width"});
 
 }  // namespace

@@ -44,10 +44,10 @@ public:
     void declare(Options& options) override {
         options.file(file_, Options::Is::required, "Settings file");
         options.text("--into", into_, Options::Is::optional, "NAME",
-                     "Group that takes the content; the product of the file's name if absent");
+                     "Group to import into; the product that the file names if absent");
         options.level(level_, "Level to write: user (default) or session");
-        options.flag("--dry-run", dryRun_, "Tell what would come, change nothing");
-        options.flag("--replace", replace_, "Set the values that are there already as well");
+        options.flag("--dry-run", dryRun_, "Show what would change, and change nothing");
+        options.flag("--replace", replace_, "Replace values that are already set");
         options.json();
     }
 
@@ -130,7 +130,7 @@ private:
         }
     }
 
-    /// Tells what is in the file after a failure in the midst: what is new comes with one save, and
+    /// Says what is in the file after a failure midway: what is new comes with one save, and
     /// each value that is replaced with one of its own. @throws Failure always
     [[noreturn]] void reportSaved(Context& context, std::string const& reason) const {
         SavedFile const file(context.directories.userFile(product()));
@@ -180,7 +180,7 @@ private:
 };
 
 Registration<ImportCommand> const importRegistration(
-    {41, "import", "Take what a file has and the tree lacks into the tree",
+    {41, "import", "Import what a file has and the tree does not have",
      "import pen.settings --dry-run"});
 
 }  // namespace

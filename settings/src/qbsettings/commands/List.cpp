@@ -67,7 +67,7 @@ private:
 };
 
 Registration<ListCommand> const listRegistration({1, "list",
-                                                  "Show every key below a name, one line each",
+                                                  "List the keys below a name, one per line",
                                                   "list plotter.pen"});
 
 }  // namespace

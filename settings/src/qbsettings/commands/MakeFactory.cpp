@@ -40,7 +40,7 @@ private:
 };
 
 Registration<MakeFactoryCommand> const makeFactoryRegistration(
-    {42, "make-factory", "Make a factory file of a settings file",
+    {42, "make-factory", "Make a factory file from a settings file",
      "make-factory mine.settings --to plotter.settings --version 2"});
 
 }  // namespace

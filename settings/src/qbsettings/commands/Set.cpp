@@ -49,9 +49,9 @@ private:
 };
 
 Registration<SetCommand> const setRegistration(
-    {20, "set", "Give a key a value; several make an array",
+    {20, "set", "Set a key; several values make an array",
      "set plotter.pen.width 0.5\n"
-     "A value that begins with '-' and is no number goes behind '--'."});
+     "Put '--' before a value that begins with '-' and is not a number."});
 
 }  // namespace
 

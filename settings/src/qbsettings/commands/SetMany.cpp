@@ -164,7 +164,7 @@ private:
         return errors.empty();
     }
 
-    /// Tells what is in the files after a failure in the midst: each key is a save of its own.
+    /// Says what is in the files after a failure midway: each key is a save of its own.
     /// @throws Failure always
     [[noreturn]] void reportSaved(Context& context, std::string const& level) const {
         struct Product {
@@ -225,7 +225,7 @@ private:
 };
 
 Registration<SetManyCommand> const setManyRegistration(
-    {22, "set-many", "Set the keys of a list, all or none: lines 'name = value', arrays as [1, 2]",
+    {22, "set-many", "Set many keys, all or none, from lines 'name = value' with arrays as [1, 2]",
      "set-many changes.txt"});
 
 }  // namespace

@@ -44,11 +44,11 @@ void tellFiles(Teller& teller) {
         })
         .when<ErrorMigratePrefsBetweenReleases>([](auto const& e) {
             return "the preferences of release " + e.getPrevFullRelTag() +
-                   " could not be taken over by " + e.getCurrFullRelTag();
+                   " could not be migrated to release " + e.getCurrFullRelTag();
         })
         .when<ErrorMigrateSettingsBetweenReleases>([](auto const& e) {
             return "the settings of release " + to_string(e.getSrcRelease()) +
-                   " could not be taken over by " + to_string(e.getDestRelease());
+                   " could not be migrated to release " + to_string(e.getDestRelease());
         });
 }
 

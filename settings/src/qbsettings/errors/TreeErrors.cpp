@@ -41,28 +41,27 @@ void tellNames(Teller& teller) {
             [](auto const& e) { return "there is no key " + inQuotes(e.getInvalidName()); })
         .when<InvalidSettingOrGroupName>([](auto const& e) {
             return inQuotes(e.getInputNodeName()) +
-                   " is no legal name: a letter, then letters, digits and '_', at most 63, and no "
-                   "word of the host's language";
+                   " is not a legal name: a letter, then letters, digits and '_', at most 63, and "
+                   "not a reserved word of the host's language";
         })
         .when<ErrorAddingTopLevelNode>([](auto const& e) {
-            return "there is a product " + inQuotes(e.getExistingProductName()) +
-                   " already, and names of products may not differ in case alone";
+            return "there is already a product " + inQuotes(e.getExistingProductName()) +
+                   ", and product names may not differ only in case";
         })
         .when<ProductNodeAlreadyExisted>([](auto const& e) {
-            return "there is a product " + inQuotes(e.getExistingName()) + " already";
+            return "there is already a product " + inQuotes(e.getExistingName());
         })
         .when<ErrorAddingChildNodeOrKey>([](auto const& e) {
-            return theNode(e.getObjectInvovled()) + " has a " +
-                   inQuotes(e.getExistingNodeKeyName()) + " already";
+            return theNode(e.getObjectInvovled()) + " already has a " +
+                   inQuotes(e.getExistingNodeKeyName());
         })
         .when<SameNameChildAlreadyExisted>([](auto const& e) {
-            return theNode(e.getObjectInvovled()) + " has a " + inQuotes(e.getInputName()) +
-                   " already";
+            return theNode(e.getObjectInvovled()) + " already has a " + inQuotes(e.getInputName());
         })
         .when<CanNotAddKeyToRootException>(
-            [](auto const&) { return "a key stands in a product; name it as PRODUCT.KEY"; })
+            [](auto const&) { return "a key belongs to a product; name it PRODUCT.KEY"; })
         .when<CannotAddKeyToRoot>(
-            [](auto const&) { return "a key stands in a product; name it as PRODUCT.KEY"; });
+            [](auto const&) { return "a key belongs to a product; name it PRODUCT.KEY"; });
 }
 
 void tellLevels(Teller& teller) {
@@ -80,7 +79,7 @@ void tellLevels(Teller& teller) {
         })
         .when<CannotAddRemoveNodeUnderReadOnlyParent>([](auto const& e) {
             return "the group " + inQuotes(nameOf(e.getParentObject())) +
-                   " is read-only: what it holds cannot be added to, removed or unset";
+                   " is read-only: nothing in it can be added, removed or unset";
         })
         .when<NoFileWritePermissionOnMultipleLevels>([](auto const& e) {
             return "it has values on the levels " + e.getLevelNeedToBeUpdated() +
@@ -90,25 +89,28 @@ void tellLevels(Teller& teller) {
 
 void tellMerges(Teller& teller) {
     teller
-        .when<CannotMergeWithSettingsRoot>(
-            [](auto const&) { return "settings are imported into a product or a group of one"; })
+        .when<CannotMergeWithSettingsRoot>([](auto const&) {
+            return "settings can only be imported into a product or a group in one";
+        })
         .when<ErrorMergingWithCircularReference>(
             [](auto const&) { return "a tree cannot be merged with a part of itself"; })
         .when<CanOnlyMergeTreeNodeWithStandaloneNode>(
-            [](auto const&) { return "the settings to import are in the tree already"; })
+            [](auto const&) { return "the settings to import are already in the tree"; })
         .when<ErrorMergingNodesWithDiffAttr>([](auto const& e) {
-            return theNode(e.getDesObject()) + " is declared in another way there: " +
-                   levels(to_string(e.getDiffAttrNameList())) + " differs";
+            return theNode(e.getDesObject()) +
+                   " is declared differently there: " + levels(to_string(e.getDiffAttrNameList())) +
+                   " differs";
         })
         .when<MultipleRuntimeFuncError>([](auto const& e) {
-            return theNode(e.getCausingObject()) + " has a computed default already";
+            return theNode(e.getCausingObject()) + " already has a computed default";
         })
-        .when<CannotExportSettingsRoot>(
-            [](auto const&) { return "a product or a part of one is exported, not the root"; })
+        .when<CannotExportSettingsRoot>([](auto const&) {
+            return "only a product or a part of one can be exported, not the root";
+        })
         .when<CannotExportStandaloneSettings>(
             [](auto const& e) { return theNode(e.getObjectInvovled()) + " is not in the tree"; })
         .when<ErrorExportMultipleNodesBelongsToDiffProducts>([](auto const& e) {
-            return "one file takes one product, and " + inQuotes(e.getProduct1Name()) + " and " +
+            return "a file holds one product, but " + inQuotes(e.getProduct1Name()) + " and " +
                    inQuotes(e.getProduct2Name()) + " were named";
         })
         .when<ErrorCreateFactoryFileFromATreeNode>(

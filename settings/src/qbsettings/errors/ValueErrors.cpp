@@ -83,7 +83,7 @@ void tellValues(Teller& teller, std::vector<std::string> const& given) {
         })
         .when<RuntimeFuncErrorConvertingZxArrayToAny>([](auto const& e) {
             return "the function " + function(e) +
-                   " that computes its default gave a value of a type that cannot be stored";
+                   " that computes its default returned a value of a type that cannot be stored";
         })
         .when<ErrorLoadingLibrary>([](auto const& e) {
             return "the library " + e.getLibName() +

@@ -10,7 +10,7 @@ namespace qbsettings {
 
 /// What a command prints on standard output, in one of three forms: rows of columns with tabs
 /// between, for programs; the same aligned and coloured, where a person looks on; one JSON
-/// document, where that was asked for. A command says what there is to tell, and never asks for the
+/// document, where that was asked for. A command says what there is to show, and never asks for the
 /// form.
 ///
 /// A document is begun, filled, and printed by `finish`; a command that ends early prints none.

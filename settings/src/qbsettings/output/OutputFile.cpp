@@ -72,7 +72,7 @@ void OutputFile::takePermissions(int descriptor) const {
 
 void OutputFile::fail(int errorNumber) const {
     if (errorNumber == EEXIST) {
-        throw Failure(pathText(target_.str()) + " is there already; --force replaces it");
+        throw Failure(pathText(target_.str()) + " already exists; use --force to replace it");
     }
     throw Failure(pathText(target_.str()) + " cannot be written: " + std::strerror(errorNumber));
 }

@@ -20,7 +20,7 @@ bool takesControls() {
     return terminal && *terminal && std::string(terminal) != "dumb";
 }
 
-/// A line would be drawn into the midst of what the reader of a pipe prints.
+/// A line would be drawn into what the reader of a pipe prints.
 bool isOutputPiped() {
     struct ::stat output {};
     return ::fstat(STDOUT_FILENO, &output) == 0 && S_ISFIFO(output.st_mode);

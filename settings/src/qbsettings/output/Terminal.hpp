@@ -17,7 +17,7 @@ bool wantsColours();
 /// Takes the progress line off the terminal until its next step; false if there was none.
 bool eraseProgress();
 
-/// A line on standard error that tells how far a command with many steps is, if that is a terminal.
+/// A line on standard error that shows how far a command with many steps is, if that is a terminal.
 /// It is gone when the object is.
 class Progress {
 public:

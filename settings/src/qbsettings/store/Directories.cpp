@@ -63,7 +63,7 @@ qf::ustring Directories::user() const {
     qf::ustring const found = settings::core::getPreferencesDirectoryUStr(true);
     if (found.empty()) {
         throw Failure(
-            "there is no directory for the user's settings, and none can be made; name one with "
+            "there is no directory for the user's settings, and none can be created; name one with "
             "--user-dir");
     }
     return found;

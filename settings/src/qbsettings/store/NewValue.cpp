@@ -23,8 +23,8 @@ KeyType typeForKey(SettingsPtr const& key, std::string const& typeName) {
     if (!typeName.empty()) {
         KeyType const asked = typeNamed(typeName);
         if (!type.any && type.element != 0 && asked.element != type.element) {
-            throw Failure("it is of the type " + type.name() +
-                          "; another can be given to keys of any type alone");
+            throw Failure("its type is " + type.name() +
+                          "; only a key of type any takes values of other types");
         }
         type.element = asked.element;
         type.array = type.array || asked.array;
@@ -86,7 +86,7 @@ void confirmStored(SettingsPtr const& key, boost::any const& value, std::string 
         reason = ": " + reasonOf(error);
     }
     throw Failure(key->getFullName() +
-                  ": the value was not stored, since the default behind it fails" + reason);
+                  ": the value was not stored, because the default below it fails" + reason);
 }
 
 }  // namespace qbsettings

@@ -23,7 +23,7 @@ std::string levelForWriting(Writing& writing, std::string const& named);
 boost::any valueForKey(Directories const& directories, SettingsPtr const& key,
                        std::vector<std::string> const& texts, std::string const& typeName);
 
-/// The failure that tells why the library refused a value.
+/// The failure that says why the library refused a value.
 Failure refusal(Directories const& directories, SettingsPtr const& key, std::exception const& error,
                 std::vector<std::string> const& given);
 

@@ -24,7 +24,7 @@ void commitReadable(OutputFile& file) {
     try {
         Settings::importAsStandaloneObject(file.path());
     } catch (std::exception const& error) {
-        throw Failure("the file could not be written whole: " +
+        throw Failure("the file could not be written completely: " +
                       faultOfImport(qf::ustring(), error).toText());
     }
     file.commit();

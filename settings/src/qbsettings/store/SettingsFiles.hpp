@@ -9,7 +9,7 @@ namespace qbsettings {
 
 class OutputFile;
 
-/// Reads a file as a standalone tree. @throws Failure that tells what is wrong in it
+/// Reads a file as a standalone tree. @throws Failure that says what is wrong in it
 SettingsPtr readSettingsFile(std::string const& file);
 
 /// Puts a settings file in place if it reads back: the library leaves one that is cut off where the

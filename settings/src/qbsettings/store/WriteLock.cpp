@@ -114,7 +114,7 @@ WriteLock::WriteLock(qf::ustring const& userDirectory) {
         // The usual case.
     } catch (fs::FsysExceptionBase const& error) {
         throw Failure("the user directory " + pathText(userDirectory) +
-                      " cannot be made: " + error.reason());
+                      " cannot be created: " + error.reason());
     }
     fs::path const file = fs::path(userDirectory) / u".qbsettings.lock";
     descriptor_ = openRegular(file);
@@ -127,7 +127,7 @@ WriteLock::WriteLock(qf::ustring const& userDirectory) {
                   " s; nothing was changed";
     } else if (error == ELOOP || error == EINVAL || error == EISDIR || error == ENXIO) {
         message =
-            "the lock file " + pathText(file.str()) + " is no regular file; nothing was changed";
+            "the lock file " + pathText(file.str()) + " is not a regular file; nothing was changed";
     } else {
         message = "the user directory " + pathText(userDirectory) +
                   " cannot be written to: " + std::strerror(error);

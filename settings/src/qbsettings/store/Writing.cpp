@@ -17,8 +17,8 @@ void Writing::begin(std::string const& product) {
     qf::ustring const file = directories_.userFile(product);
     if (!before_.emplace(product, bytesOf(file)).second || !tree_.isFaulty(file)) return;
     complain(pathText(file) +
-             " could not be read; a save keeps it aside, with .rejected behind its name, and what "
-             "it held is no longer in force");
+             " could not be read; saving sets it aside with the suffix .rejected, and what it "
+             "held is no longer in force");
 }
 
 bool Writing::hasChanged(std::string const& product) const {
@@ -28,14 +28,14 @@ bool Writing::hasChanged(std::string const& product) const {
 
 std::string Writing::afterword(std::string const& product) const {
     if (!hasChanged(product)) return {};
-    return "; the file holds the change all the same, but a power failure can still undo it";
+    return "; the file holds the change anyway, but a power failure can still undo it";
 }
 
 void Writing::refuseToRemoveUnreadable(std::string const& product) const {
     qf::ustring const file = directories_.userFile(product);
     if (!tree_.isFaulty(file)) return;
-    throw Failure(product + " was not removed, since that would delete " + pathText(file) +
-                  ", which could not be read; mend or move that file");
+    throw Failure(product + " was not removed, because that would delete " + pathText(file) +
+                  ", which could not be read; repair or move that file");
 }
 
 }  // namespace qbsettings

@@ -37,6 +37,11 @@ std::string elementName(unsigned long element) {
     return name;
 }
 
+/// "a double", "an int8", "a uint8".
+std::string withArticle(std::string const& type) {
+    return (type.front() == 'i' ? "an " : "a ") + type;
+}
+
 std::string textOf(ustring const& value) { return qf::i18n::to_string(value); }
 std::string textOf(bool value) { return value ? "true" : "false"; }
 template <class Number>
@@ -68,8 +73,8 @@ T parse(std::string const& text) {
             return boostany::get<T>(boost::any(wide), true);
         } catch (std::exception const&) {
             constexpr unsigned long element = boostany::ValueTraits<T>::index;
-            throw Failure(inQuotes(text) + " is no " + elementName(element) + ": it takes " +
-                          formOf(element));
+            throw Failure(inQuotes(text) + " is not " + withArticle(elementName(element)) +
+                          ": it takes " + formOf(element));
         }
     }
 }

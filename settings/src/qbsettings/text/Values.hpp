@@ -43,7 +43,7 @@ bool isSame(boost::any const& a, boost::any const& b);
 /// not just one text. @throws Failure that names the text and the type
 boost::any makeValue(KeyType const& type, std::vector<std::string> const& texts);
 
-/// A value that has the type and tells nothing else: 0, an empty string, an array without elements.
+/// A value that has the type and says nothing else: 0, an empty string, an array without elements.
 boost::any blankValue(KeyType const& type);
 
 /// The shortest form of a text that is a value of the type; the text itself if it is none.
