@@ -16,14 +16,14 @@ using settings::core::detail::foldedAscii;
 
 namespace {
 
-constexpr char const* blanks = " \t\r\n";
+constexpr char const* whiteSpace = " \t\r\n";
 
 // --- Words ----------------------------------------------------------------------------------
 
 /// A reader who wrote this wants what it counts as.
 bool meansFalse(std::string const& word) {
     static char const* const words[] = {"", "false", "0", "no", "off"};
-    std::string const plain = foldedAscii(trimmed(word, blanks));
+    std::string const plain = foldedAscii(trimmed(word, whiteSpace));
     return std::find(std::begin(words), std::end(words), plain) != std::end(words);
 }
 
@@ -40,7 +40,7 @@ Misreading misreadFloat(std::string const& text, std::string const& type) {
     if (read == 0) return {};
     auto const number = static_cast<Number>(read);
     std::string const value = elementTexts(boost::any(number)).front();
-    if (!trimmed(end, blanks).empty()) return {value, "nothing may follow the number"};
+    if (!trimmed(end, whiteSpace).empty()) return {value, "nothing may follow the number"};
     bool const saysInfinity = foldedAscii(text).find("inf") != std::string::npos;
     if ((std::isinf(number) && !saysInfinity) || number == 0)
         return {value, "a " + type + " cannot hold that number"};

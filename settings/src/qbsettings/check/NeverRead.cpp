@@ -15,7 +15,7 @@ namespace fs = qf::filesystem;
 
 namespace {
 
-constexpr char const* extension = ".settings";
+constexpr char const* readExtension = ".settings";
 constexpr char const* wrongCase =
     "is never read, because the extension of settings files is '.settings', in lower case";
 
@@ -23,7 +23,7 @@ std::string extensionOf(fs::path const& file) { return qf::i18n::to_string(file.
 
 /// In any case.
 bool isSettingsFile(fs::path const& file) {
-    return settings::core::detail::foldedAscii(extensionOf(file)) == extension;
+    return settings::core::detail::foldedAscii(extensionOf(file)) == readExtension;
 }
 
 void add(Findings& findings, qf::ustring const& file, std::string const& message) {
@@ -45,7 +45,7 @@ void NeverRead::report(Directories const& directories, std::set<std::string> con
     for (fs::path const file : Directories::filesIn(directories.user())) {
         if (!isSettingsFile(file)) continue;
         std::string const name = pathText(file.filename().str());
-        if (extensionOf(file) != extension) {
+        if (extensionOf(file) != readExtension) {
             add(findings, file.str(), wrongCase);
         } else if (products.count(name.substr(0, name.rfind('.'))) == 0) {
             add(findings, file.str(),
@@ -66,7 +66,7 @@ void NeverRead::report(Directories const& directories, std::set<std::string> con
                 add(findings, file,
                     "is never read, because " + inQuotes(product) +
                         " is not read as a product, and no file names it in 'additionalpath'");
-            } else if (extensionOf(file) != extension) {
+            } else if (extensionOf(file) != readExtension) {
                 add(findings, file, wrongCase);
             }
         }

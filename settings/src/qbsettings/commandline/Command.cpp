@@ -21,6 +21,6 @@ std::vector<CommandInfo> commands() {
     return infos;
 }
 
-void detail::addCommand(CommandInfo const& info) { registered().push_back(info); }
+void addCommand(CommandInfo const& info) { registered().push_back(info); }
 
 }  // namespace qbsettings

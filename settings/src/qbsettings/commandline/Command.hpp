@@ -37,9 +37,8 @@ struct CommandInfo {
 /// All commands, in the order of their places.
 std::vector<CommandInfo> commands();
 
-namespace detail {
+/// What a registration does.
 void addCommand(CommandInfo const& info);
-}
 
 /// Makes a command known: one such object stands in the file of each command, and nothing else
 /// names the command. They may be made in any order.
@@ -48,7 +47,7 @@ class Registration {
 public:
     explicit Registration(CommandInfo info) {
         info.make = []() -> std::unique_ptr<Command> { return std::make_unique<C>(); };
-        detail::addCommand(info);
+        addCommand(info);
     }
 };
 

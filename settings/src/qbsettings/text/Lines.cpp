@@ -12,7 +12,7 @@ namespace qbsettings {
 
 namespace {
 
-constexpr char const* blanks = " \t\r";
+constexpr char const* lineBlanks = " \t\r";
 
 }  // namespace
 
@@ -21,7 +21,7 @@ std::vector<InputLine> linesOf(std::string const& text) {
     std::size_t number = 0;
     for (std::size_t at = 0; at < text.size();) {
         std::size_t const end = std::min(text.find('\n', at), text.size());
-        std::string line = trimmed(text.substr(at, end - at), blanks);
+        std::string line = trimmed(text.substr(at, end - at), lineBlanks);
         at = end + 1;
         ++number;
         if (!line.empty() && line.front() != '#') lines.push_back({number, std::move(line)});
@@ -33,7 +33,8 @@ Assignment parseAssignment(std::string const& line) {
     if (!isUtf8(line)) throw Failure("the line is not UTF-8");
     std::size_t const equals = line.find('=');
     if (equals == std::string::npos) throw Failure("a line is written as NAME = VALUE");
-    return {trimmed(line.substr(0, equals), blanks), trimmed(line.substr(equals + 1), blanks)};
+    return {trimmed(line.substr(0, equals), lineBlanks),
+            trimmed(line.substr(equals + 1), lineBlanks)};
 }
 
 std::vector<std::string> elementsAsWritten(std::string const& written, KeyType const& type) {
