@@ -1,18 +1,9 @@
 #include <qbsettings/check/Findings.hpp>
 
-#include <nlohmann/json.hpp>
 #include <qbsettings/output/Output.hpp>
 #include <qbsettings/text/Text.hpp>
 
 namespace qbsettings {
-
-namespace {
-
-Cell number(unsigned long number, bool isKnown) {
-    return {std::string(), isKnown ? Json(number) : Json()};
-}
-
-}  // namespace
 
 Findings::Findings(Output& output) : output_(output) { output_.beginList(); }
 
@@ -28,8 +19,8 @@ void Findings::put(Fault const& fault, std::string const& mark, char const* kind
     bool const isPlaced = fault.line != 0;
     output_.note({{"kind", kind},
                   {"file", fault.file.empty() ? Cell::orNothing("-") : pathText(fault.file)},
-                  {"line", number(fault.line, isPlaced)},
-                  {"column", number(fault.column, isPlaced)},
+                  {"line", isPlaced ? Cell::number(fault.line) : Cell::orNothing("-")},
+                  {"column", isPlaced ? Cell::number(fault.column) : Cell::orNothing("-")},
                   {"message", fault.message},
                   {"code", code}});
     Fault shown = fault;

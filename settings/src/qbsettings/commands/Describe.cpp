@@ -72,8 +72,7 @@ public:
         output.field("read-only", Cell::truth(node->isReadOnly()));
         output.field("visible", Cell::truth(node->isVisible()));
         boost::optional<unsigned int> const version = product->getVersionNumber();
-        output.field("version",
-                     version ? Cell(std::to_string(*version), *version) : Cell::orNothing("-"));
+        output.field("version", version ? Cell::number(*version) : Cell::orNothing("-"));
         if (!node->isLeafNode()) {
             output.field("validator", function(functionText(node->getValidator())));
             output.list("children");

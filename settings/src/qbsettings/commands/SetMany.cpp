@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
 #include <qbsettings/commandline/Command.hpp>
 #include <qbsettings/commandline/Options.hpp>
 #include <qbsettings/errors/Errors.hpp>
@@ -98,7 +97,7 @@ public:
 
 private:
     static Cell lineCell(std::size_t line) {
-        return {std::string(), line == 0 ? Json() : Json(line)};
+        return line == 0 ? Cell::orNothing("-") : Cell::number(line);
     }
 
     static void refuse(Context& context, std::size_t line, std::string const& message) {

@@ -20,6 +20,8 @@ Cell Cell::level(std::string name) {
     return cell;
 }
 
+Cell Cell::number(unsigned long number) { return {std::to_string(number), Json(number)}; }
+
 Cell Cell::truth(bool value) { return {value ? "yes" : "no", Json(value)}; }
 
 Cell Cell::value(boost::any value, KeyType const& type) {

@@ -26,6 +26,8 @@ public:
     static Cell orNothing(std::string text);
     /// The same for a level, which has a colour on a terminal.
     static Cell level(std::string name);
+    /// A number, also in JSON.
+    static Cell number(unsigned long number);
     /// "yes" or "no".
     static Cell truth(bool value);
     /// The value of a key of that type.
