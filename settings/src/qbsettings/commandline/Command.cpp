@@ -1,6 +1,8 @@
 #include <qbsettings/commandline/Command.hpp>
 
 #include <algorithm>
+#include <string_view>
+#include <utility>
 
 namespace qbsettings {
 
@@ -16,8 +18,10 @@ std::vector<CommandInfo>& registered() {
 
 std::vector<CommandInfo> commands() {
     std::vector<CommandInfo> infos = registered();
-    std::sort(infos.begin(), infos.end(),
-              [](CommandInfo const& a, CommandInfo const& b) { return a.place < b.place; });
+    std::sort(infos.begin(), infos.end(), [](CommandInfo const& a, CommandInfo const& b) {
+        return std::pair(a.place, std::string_view(a.name)) <
+               std::pair(b.place, std::string_view(b.name));
+    });
     return infos;
 }
 

@@ -74,18 +74,10 @@ public:
         context.output.beginRecord();
         context.output.list("set");
         context.output.list("refused");
-        bool good = readLines(context, text);
-        if (!good) {
+        if (!readLines(context, text) || !setAll(context, level)) {
             complain("nothing was set");
-        } else {
-            try {
-                good = setAll(context, level);
-            } catch (std::exception const& error) {
-                complain(messageOf(error));
-                reportSaved(context, level);
-            }
+            return refused;
         }
-        if (!good) return refused;
         for (Entry const& entry : entries_) {
             KeyType const type = typeOf(settings::core::describeKey(entry.key));
             context.output.note("set", {{"line", lineCell(entry.line)},
@@ -150,7 +142,14 @@ private:
             batch.emplace_back(entry.key, entry.value);
         // A key that was named twice, or one whose rules the first line fixed, can still be
         // refused.
-        auto const errors = context.tree.root()->setMultiple(batch, level);
+        settings::core::BatchErrors errors;
+        try {
+            errors = context.tree.root()->setMultiple(batch, level);
+            if (errors.empty()) confirmAll(level);
+        } catch (std::exception const& error) {
+            complain(messageOf(error));
+            reportSaved(context, level);
+        }
         for (auto const& [name, message] : errors) {
             complain(name + ": " + message);
             std::size_t line = 0;
@@ -159,7 +158,6 @@ private:
             }
             refuse(context, line, name + ": " + message);
         }
-        if (errors.empty()) confirmAll(level);
         return errors.empty();
     }
 
