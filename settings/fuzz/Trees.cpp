@@ -5,8 +5,8 @@
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <boost/variant/apply_visitor.hpp>
-#include <qbsettings/Text.hpp>
-#include <qbsettings/Values.hpp>
+#include <qbsettings/text/Text.hpp>
+#include <qbsettings/text/Values.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
 #include <settingscore/persistence/writer/FileContent.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>

@@ -3,12 +3,12 @@
 #include <iostream>
 
 #include <nlohmann/json.hpp>
-#include <qbsettings/Commands.hpp>
-#include <qbsettings/Failure.hpp>
-#include <qbsettings/Json.hpp>
-#include <qbsettings/LineReader.hpp>
-#include <qbsettings/Text.hpp>
-#include <qbsettings/Values.hpp>
+#include <qbsettings/commandline/CommandLine.hpp>
+#include <qbsettings/store/Context.hpp>
+#include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/Json.hpp>
+#include <qbsettings/text/Lines.hpp>
+#include <qbsettings/text/Values.hpp>
 #include <settingscore/tree/KeyDescription.hpp>
 #include <settingscore/tree/Settings.hpp>
 #include <settingscore/value/ValueTraits.hpp>
@@ -43,12 +43,15 @@ void installProduct() {
 }
 
 Context& context() {
-    static Context context = [] {
-        // Refusals are what most inputs end with: nobody reads them.
-        std::cout.rdbuf(nullptr);
-        installProduct();
-        return Context(Places{});
-    }();
+    constexpr bool json = true;
+    static Context context(
+        [] {
+            // Refusals are what most inputs end with: nobody reads them.
+            std::cout.rdbuf(nullptr);
+            installProduct();
+            return DirectoryOptions{};
+        }(),
+        json);
     return context;
 }
 
@@ -73,15 +76,14 @@ void tryAndUnset(SettingsPtr const& group) {
 }  // namespace
 
 void fuzz(std::string const& input) {
-    Arguments arguments;
-    arguments.level = "session";
-    arguments.json = true;
-    arguments.files = {qbtest::writeFile(folder() / "lines", input).string()};
+    std::string const lines = qbtest::writeFile(folder() / "lines", input).string();
+    CommandLine const line = parseCommandLine({"set-many", "--level", "session", "--json", lines});
     auto* const errors = std::cerr.rdbuf(nullptr);
-    int const status = setManyCommand(context(), arguments);
+    int const status = line.command->run(context());
+    context().output.finish();
     std::cerr.rdbuf(errors);
     require(status == done || status == refused, "set-many ends with one of its two ends");
-    if (status == done) tryAndUnset(context().root());
+    if (status == done) tryAndUnset(context().tree.root());
 }
 
 }  // namespace qbfuzz

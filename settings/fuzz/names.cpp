@@ -4,9 +4,9 @@
 #include <cstdlib>
 
 #include <boost/make_shared.hpp>
-#include <qbsettings/Names.hpp>
-#include <qbsettings/Text.hpp>
-#include <qbsettings/Words.hpp>
+#include <qbsettings/commandline/Words.hpp>
+#include <qbsettings/store/Names.hpp>
+#include <qbsettings/text/Text.hpp>
 #include <settingscore/errors/FileExceptions.hpp>
 #include <settingscore/errors/TreeExceptions.hpp>
 #include <settingscore/host/Filesystem.hpp>

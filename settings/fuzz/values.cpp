@@ -5,8 +5,8 @@
 #include <boost/any.hpp>
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <boost/numeric/conversion/cast.hpp>
-#include <qbsettings/Failure.hpp>
-#include <qbsettings/Values.hpp>
+#include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/Values.hpp>
 #include <settingscore/errors/MessageIds.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/persistence/writer/ValueWriter.hpp>

@@ -5,9 +5,11 @@
 #include <string>
 #include <vector>
 
-#include <qbsettings/CommandLine.hpp>
-#include <qbsettings/Errors.hpp>
-#include <qbsettings/Failure.hpp>
+#include <qbsettings/commandline/CommandLine.hpp>
+#include <qbsettings/errors/Errors.hpp>
+#include <qbsettings/output/Complaints.hpp>
+#include <qbsettings/store/Context.hpp>
+#include <qbsettings/text/Failure.hpp>
 
 namespace qbsettings {
 
@@ -19,8 +21,10 @@ int run(std::vector<std::string> const& words) {
         std::cout << line.text;
         return done;
     }
-    Context context(line.places);
-    return line.command(context, line.arguments);
+    Context context(line.directories, line.json);
+    int const status = line.command->run(context);
+    context.output.finish();
+    return status;
 }
 
 int runToTheEnd(std::vector<std::string> const& words) {
@@ -34,12 +38,12 @@ int runToTheEnd(std::vector<std::string> const& words) {
         complain(messageOf(error));
     } catch (...) {
         // A function of a plug-in can throw anything.
-        complain("something failed that cannot be told");
+        complain("an unknown error occurred");
     }
     finishComplaints();
     std::cout.flush();
     if (!std::cout) {
-        complain("standard output cannot be written to");
+        complain("cannot write to standard output");
         return refused;
     }
     return status;

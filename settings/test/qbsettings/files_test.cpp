@@ -35,8 +35,8 @@ TEST_F(FilesTest, OutputsReplaceNothingUnlessForcedAndLeaveNothingBehind) {
     settingsFile("factory/q/q.settings", "");
     settingsFile("new.settings", "");
     expectSession("$ mkdir out && echo precious >out/a && chmod 640 out/a && cp -r out before\n");
-    expectRefused(R"(export p --to out/a => 1 @/out/a is there already; --force replaces it
-export p q --to out/a --force => 1 one file takes one product, and 'p' and 'q' were named
+    expectRefused(R"(export p --to out/a => 1 @/out/a already exists; use --force to replace it
+export p q --to out/a --force => 1 a file holds one product, but 'p' and 'q' were named
 make-factory out/a --to out/a --force => 1 @/out/a:1:1: invalid document structure
 export p --to no/where => 1 @/no/where cannot be written: No such file or directory
 export p --to out --force => 1 @/out cannot be written: Is a directory
@@ -83,7 +83,7 @@ added→p.g.fresh→a\tb;added→p.g.h.k→3;added→p.g.n→7;added→p.g.third
 )~");
 }
 
-TEST_F(FilesTest, EveryFaultIsToldWithItsPlace) {
+TEST_F(FilesTest, EveryFaultIsReportedWithItsPlace) {
     settingsFile("factory/bad/a\tb\nc.settings", "");
     settingsFile("factory/bad/a\tb.settings", "<oddity/>\n");
     expectSession(R"($ echo '<?xml version="1.0"?><settings name="p"' >cut
@@ -102,7 +102,7 @@ p.third→double→factory→0.3333333333333333
 )");
 }
 
-TEST_F(FilesTest, WarnsOfWhatIsLegalAndInVain) {
+TEST_F(FilesTest, WarnsOfWhatIsLegalAndWithoutEffect) {
     settingsFile("factory/w/w.settings",
                  R"(<additionalpath>parts/w.xml</additionalpath>
 <key name="u"><uint32 undef="true"><metadata><min>+1</min><max>5</max><choices>-0</choices></metadata></uint32></key>
@@ -117,14 +117,41 @@ TEST_F(FilesTest, WarnsOfWhatIsLegalAndInVain) {
 )");
     settingsFile("user/p.settings.rejected", "");
     expectSession(R"~($ qbsettings check
-@/user/p.settings.rejected: warning: kept aside, since it could not be read when its product was saved; mend it and put it in the place of p.settings, or delete it
+@/user/p.settings.rejected: warning: set aside because it could not be read when its product was saved; repair it and put it in place of p.settings, or delete it
 @/factory/w/w.settings:5:60: warning: '-1' counts as 4294967295; it takes a whole number from 0 to 4294967295
-@/factory/w/parts/w.xml:3:49: warning: 'runtimedefault' does nothing, since its type is "Lua"; the types are "C", "ZENBAR" and "JAVA"
+@/factory/w/parts/w.xml:3:49: warning: 'runtimedefault' has no effect, because its type is "Lua"; the types are "C", "ZENBAR" and "JAVA"
 @/user/w.settings:4:49: warning: 'metadata' in a user file has no effect on a key of the factory's, and the next save drops it; declare ranges and choices in a factory file
-@/user/w.settings:3:30: warning: w.u: '6' is not allowed: it takes 1 to 5 or one of 0 (defined in @/factory/w/w.settings); the value here is in force all the same: change or remove it
-@/user/w.settings:5:47: warning: w.g.k: it is read-only; the value here is in force all the same: change or remove it
+@/user/w.settings:3:30: warning: w.u: '6' is not allowed: it takes 1 to 5 or one of 0 (defined in @/factory/w/w.settings); the value here is in force anyway: change or remove it
+@/user/w.settings:5:47: warning: w.g.k: it is read-only; the value here is in force anyway: change or remove it
 $ qbsettings check user/w.settings --json | grep -oE '"(kind|line|code)":[^,}]*' | paste -sd ' '
 "kind":"warning" "line":4 "code":"user-metadata" "kind":"warning" "line":3 "code":"refused-value" "kind":"warning" "line":5 "code":"refused-value"
+)~");
+}
+
+TEST_F(FilesTest, WhatIsNeverReadIsFound) {
+    settingsFile("factory/twice/twice.settings",
+                 R"(<additionalpath>../shared-parts/twice.settings</additionalpath>
+<key name="k"><int8><value>1</value></int8><string><value>a</value></string></key>
+)");
+    settingsFile("factory/shared-parts/twice.settings", "");
+    settingsFile("factory/shared-parts/unused.settings", "");
+    settingsFile("factory/stray.settings", "");
+    settingsFile("factory/p/big.SETTINGS", "");
+    for (char const* const file : {"factory/Q/Q.settings", "factory/q/q.settings"})
+        settingsFile(file, "");
+    settingsFile("user/p.Settings", "");
+    settingsFile("user/TWICE.settings", "");
+    expectSession(R"~($ qbsettings check
+@/factory/twice/twice.settings:4:21: warning: 'k' has more than one type element, of which the last counts; remove this one
+@/user/TWICE.settings: warning: is never read, because there is a product whose name differs only in case
+@/user/p.Settings: warning: is never read, because the extension of settings files is '.settings', in lower case
+@/factory/stray.settings: warning: is never read, because the files of a product lie in a folder of its name
+@/factory/p/big.SETTINGS: warning: is never read, because the extension of settings files is '.settings', in lower case
+@/factory/q/q.settings: warning: is never read, because 'q' is not read as a product, and no file names it in 'additionalpath'
+@/factory/shared-parts/unused.settings: warning: is never read, because 'shared-parts' is not read as a product, and no file names it in 'additionalpath'
+$ qbsettings check --json | grep -oE '"code":[^,}]*' | sort | uniq -c | sed 's/^ *//'
+6 "code":"never-read"
+1 "code":"repeated-type"
 )~");
 }
 
@@ -132,11 +159,11 @@ TEST_F(FilesTest, AUserFileIsNeverLostToASaveThatFailsOrToOneThatCouldNotReadIt)
     expectSession(R"($ printf '<settings name="p">the work' | tee work >user/p.settings
 $ qbsettings remove p
 ! @/user/p.settings:1:20: no declaration found for element 'settings'
-! p was not removed, since that would delete @/user/p.settings, which could not be read; mend or move that file
+! p was not removed, because that would delete @/user/p.settings, which could not be read; repair or move that file
 [1]
 $ qbsettings set p.n 3
 ! @/user/p.settings:1:20: no declaration found for element 'settings'
-! @/user/p.settings could not be read; a save keeps it aside, with .rejected behind its name, and what it held is no longer in force
+! @/user/p.settings could not be read; saving sets it aside with the suffix .rejected, and what it held is no longer in force
 $ cmp work user/p.settings.rejected && qbsettings get p.n
 3
 $ (trap '' XFSZ && ulimit -f 0 && qbsettings set p.n 4 2>&1) | cat

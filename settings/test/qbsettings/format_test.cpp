@@ -1,4 +1,4 @@
-// The manual of the file format: what it shows loads, and what it quotes is what is told.
+// The manual of the file format: what it shows loads, and what it quotes is what is reported.
 
 #include <set>
 
@@ -25,7 +25,7 @@ std::string lastQuoted(std::string const& text) {
 
 /// A block with messages behind it is a mistake. All others load together: whole files by the path
 /// in front of them, and the rest as a product each.
-TEST_F(Manual, ShowsWhatLoadsAndQuotesWhatIsTold) {
+TEST_F(Manual, ShowsWhatLoadsAndQuotesWhatIsReported) {
     std::string const manual = qbtest::readFile(QB_SOURCE_DIR "/docs/file-format.md");
     std::string script;
     std::string mistakes;
@@ -54,7 +54,7 @@ TEST_F(Manual, ShowsWhatLoadsAndQuotesWhatIsTold) {
     }
     products.erase("toolbox/shared-parts");
     ASSERT_EQ(run(script), "");
-    // The list tells that what was checked was there.
+    // The list shows that what was checked was there.
     expectSession(
         R"($ export SETTINGS_FACTORYDIR=$PWD/toolbox && qbsettings check
 > (qbsettings list || true) 2>/dev/null | cut -d . -f 1 | sort -u | wc -l

@@ -48,7 +48,7 @@ TEST_F(KeysTest, RefusalsSayWhatIsAllowedAndChangeNothing) {
     expectSession("$ qbsettings set p.real 2 && cp -r user before\n");
     expectRefused(
         R"~(set p.real 9 => 1 p.real: '9' is not allowed: it takes 0.5 to 8 (defined in @/factory/p/p.settings)
-set p.real 1,5 => 1 p.real: '1,5' is no double: it takes a number (defined in @/factory/p/p.settings)
+set p.real 1,5 => 1 p.real: '1,5' is not a double: it takes a number (defined in @/factory/p/p.settings)
 set p.byte -21 => 1 p.byte: '-21' is not allowed: it takes at least -20 or one of -100 (defined in @/factory/p/p.settings)
 set p.text 'much too long a text' => 1 p.text: 'much too long a text' is not allowed: it takes a length of at most 12 (defined in @/factory/p/p.settings)
 set p.text $'a\rb' => 1 p.text: 'a\x0db' holds U+000D, which no settings file can hold (defined in @/factory/p/p.settings)
@@ -57,12 +57,12 @@ set $'p.te\xFFxt' a => 1 'p.te\xffxt' is not UTF-8
 set p.paper A3 => 1 p.paper: it is read-only
 set p.checked 4 => 1 p.checked: '4' is refused by refuse of checks: the check says no (defined in @/factory/p/p.settings)
 set p.real 1 --level factory => 1 p.real: the level 'factory' cannot be changed; 'user' and 'session' can
-set p.wrong 4 => 1 p.wrong: the value was not stored, since the default behind it fails: The value has the wrong type: the setting holds int32, the value given is string.
+set p.wrong 4 => 1 p.wrong: the value was not stored, because the default below it fails: The value has the wrong type: the setting holds int32, the value given is string.
 --user-dir .script set p.real 2 => 1 the user directory @/.script cannot be written to: Not a directory
-add p.real --type int32 => 1 p.real: p has a 'real' already
-add p.1x --type int32 => 1 '1x' is no legal name: a letter, then letters, digits and '_', at most 63, and no word of the host's language
-add-group P => 1 P: there is a product 'p' already, and names of products may not differ in case alone
-add p.locked.x --type int32 => 1 p.locked.x: the group 'p.locked' is read-only: what it holds cannot be added to, removed or unset
+add p.real --type int32 => 1 p.real: p already has a 'real'
+add p.1x --type int32 => 1 '1x' is not a legal name: a letter, then letters, digits and '_', at most 63, and not a reserved word of the host's language
+add-group P => 1 P: there is already a product 'p', and product names may not differ only in case
+add p.locked.x --type int32 => 1 p.locked.x: the group 'p.locked' is read-only: nothing in it can be added, removed or unset
 add p.x --type long => 2 there is no type 'long'; the types are string, bool, int8, uint8, int16, uint16, int32, uint32, int64, uint64, float, double, and 'array of' each
 unset p.flag => 3 p.flag: it has no value on the level 'user'
 )~");
@@ -70,8 +70,8 @@ unset p.flag => 3 p.flag: it has no value on the level 'user'
 }
 
 TEST_F(KeysTest, ProgramsThatWriteAtOnceLoseNothing) {
-    expectSession(R"($ qbsettings add-group busy
-$ for i in {10..21}
+    expectSession(R"($ qbsettings add-group busy && export QBSETTINGS_LOCK_WAIT=100
+> for i in {10..21}
 > do qbsettings add busy.k$i --type int32 $i &
 > done
 > wait
@@ -80,7 +80,7 @@ user 10 user 11 user 12 user 13 user 14 user 15 user 16 user 17 user 18 user 19 
 )");
 }
 
-TEST_F(KeysTest, SetsManyKeysOrToldOfEveryRefusedLineNone) {
+TEST_F(KeysTest, SetsManyKeysOrReportsEveryRefusedLineAndSetsNone) {
     expectSession(R"~($ qbsettings set-many <<'END'
 >   p.list=["a", " \t\u00e9\n", 7]
 > p.real = 1

@@ -6,16 +6,16 @@ namespace {
 
 using UsageTest = qbtest::ProductWorld;
 
-TEST_F(UsageTest, WhatIsNoCommandIsToldInOneLine) {
+TEST_F(UsageTest, WhatIsNotACommandIsReportedInOneLine) {
     expectRefused(
         R"(get p.loked.don => 3 there is no setting 'p.loked.don'; did you mean 'p.locked.down'?
 get $'p.a\nb' => 3 there is no setting 'p.a\nb'
 get p.locked => 1 'p.locked' is a group, not a key; 'qbsettings list' shows the keys in it
-list p.flag >/dev/full => 1 standard output cannot be written to
+list p.flag >/dev/full => 1 cannot write to standard output
 get p.real --level top => 2 there is no level 'top'; the levels are session, user, factory
 => 2 a command is missing; see 'qbsettings --help'
 get => 2 NAME is required; see 'qbsettings get --help'
-set p.s -draft => 2 there is no option '-draft', and a value that begins with '-' goes behind '--'; see 'qbsettings set --help'
+set p.s -draft => 2 there is no option '-draft', and a value that begins with '-' goes after '--'; see 'qbsettings set --help'
 make-factory a --to b --version x => 2 Could not convert: --version = x; see 'qbsettings make-factory --help'
 )");
 }
@@ -27,7 +27,7 @@ $ SETTINGS_USERDIR= ZENBAR_PREFDIR=relative qbsettings list
 ! the preference directory 'relative' is not absolute
 [1]
 $ SETTINGS_USERDIR= ZENBAR_PREFDIR=/dev/null/sub qbsettings list 2>&1 | tail -n 1
-qbsettings: there is no directory for the user's settings, and none can be made; name one with --user-dir
+qbsettings: there is no directory for the user's settings, and none can be created; name one with --user-dir
 [1]
 )");
 }

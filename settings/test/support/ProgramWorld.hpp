@@ -52,10 +52,14 @@ protected:
         }
     }
 
-    /// What a command leaves, as in a session.
+    /// What a command leaves, as in a session. `plain COMMAND` runs one that permissions bind, also
+    /// where the tests run as root.
     std::string run(std::string const& command) const {
         if (command.empty()) return {};
-        writeFile(folder_.path() / ".script", command);
+        writeFile(folder_.path() / ".script",
+                  "plain() { if ((EUID)); then \"$@\"; else "
+                  "setpriv --bounding-set=-all --inh-caps=-all \"$@\"; fi; }\n" +
+                      command);
         std::string const shell = "cd '" + folder_.path().string() + R"('
             unset SETTINGS_WORKGROUPDIR ZENBAR_PREFDIR DISABLE_PREFCOPY3RELEASES QBHOST_LOG
             export HOME=$PWD/home SETTINGS_FACTORYDIR=$PWD/factory SETTINGS_USERDIR=$PWD/user

@@ -10,9 +10,9 @@
 #include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/persistence/xml/SettingsXMLReader.hpp>
-#include <settingscore/tree/AsciiCase.hpp>
 #include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 
 namespace settings::core {
 

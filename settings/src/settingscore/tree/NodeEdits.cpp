@@ -5,7 +5,7 @@
 
 #include <settingscore/errors/TreeExceptions.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
-#include <settingscore/tree/AsciiCase.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 #include <settingscore/tree/FailureOf.hpp>
 #include <settingscore/tree/KeyChecks.hpp>
 #include <settingscore/tree/LoadAndSave.hpp>

@@ -4,7 +4,7 @@
 #include <string>
 
 #include <boost/shared_ptr.hpp>
-#include <settingscore/tree/AsciiCase.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {

@@ -12,6 +12,7 @@
 #include <boost/numeric/conversion/cast.hpp>
 #include <boost/throw_exception.hpp>
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 
 namespace settingscore::boostany {
 namespace {
@@ -22,8 +23,9 @@ bool isSign(char c) { return c == '+' || c == '-'; }
 bool startsWithWord(std::string_view text, std::string_view word) {
     if (text.size() < word.size()) return false;
     for (std::size_t i = 0; i < word.size(); ++i) {
-        char const c = text[i];
-        if ((c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c) != word[i]) return false;
+        if (settings::core::detail::foldedAscii(text[i]) != static_cast<unsigned char>(word[i])) {
+            return false;
+        }
     }
     return true;
 }

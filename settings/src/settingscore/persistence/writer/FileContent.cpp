@@ -13,6 +13,7 @@
 #include <settingscore/rules/ValueType.hpp>
 #include <settingscore/tree/NodeWalk.hpp>
 #include <settingscore/value/AnyBridge.hpp>
+#include <settingscore/value/StorableText.hpp>
 #include <settingscore/value/ValueTraits.hpp>
 
 namespace settings::core {
@@ -23,33 +24,7 @@ using settingscore::boostany::ValueTraits;
 
 namespace {
 
-std::string nameOfUnit(char16_t unit) {
-    static constexpr char digits[] = "0123456789ABCDEF";
-    unsigned const number = unit;
-    std::string name = "U+";
-    for (unsigned shift = 16; shift != 0; shift -= 4)
-        name += digits[(number >> (shift - 4)) & 0xFU];
-    return name;
-}
-
-/// The first character of the text that does not read back, as "U+XXXX"; empty if there is none.
-std::string unwritableCharacter(ustring const& text) {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char16_t const c = text[i];
-        // Most texts are nothing else.
-        if (c >= 0x20 && c < 0xD800) continue;
-        bool const low = i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF;
-        if (c >= 0xD800 && c <= 0xDBFF && low) {
-            ++i;
-        } else if ((c < 0x20 && c != u'\t' && c != u'\n') || (c >= 0xD800 && c <= 0xDFFF) ||
-                   c >= 0xFFFE) {
-            return nameOfUnit(c);
-        }
-    }
-    return {};
-}
-
-/// The same for a text that stands in an attribute without escapes.
+/// What would not read back of a text that stands in an attribute without escapes.
 std::string unwritableInAttribute(std::string const& text, char const* marks) {
     if (text.find_first_of(marks) != std::string::npos) {
         return text.substr(text.find_first_of(marks), 1);
@@ -57,7 +32,7 @@ std::string unwritableInAttribute(std::string const& text, char const* marks) {
     ustring const wide = qf::i18n::to_ustring(text);
     if (qf::i18n::to_string(wide) != text) return "bytes that are no UTF-8";
     std::size_t const blank = wide.find_first_of(u"\t\n\r");
-    return blank == ustring::npos ? unwritableCharacter(wide) : nameOfUnit(wide[blank]);
+    return blank == ustring::npos ? unstorableCharacter(wide) : nameOfUnit(wide[blank]);
 }
 
 /// The reader bounds the text that comes out of a file and the bytes that go into it, of which a
@@ -82,7 +57,7 @@ public:
     std::string operator()(T const& value) const {
         if constexpr (std::is_same_v<T, ustring>) {
             if (isTooLong(value)) return "is too long a text";
-            std::string const character = unwritableCharacter(value);
+            std::string const character = unstorableCharacter(value);
             if (!character.empty()) return "holds " + character;
         }
         return {};

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include <qbsettings/check/NeverRead.hpp>
+#include <qbsettings/store/Tree.hpp>
+#include <settingscore/host/UString.hpp>
+
+namespace qbsettings {
+
+class Findings;
+struct Context;
+
+/// Looks for what is wrong in settings files, and for what they say without effect.
+class Checker {
+public:
+    Checker(Context& context, Findings& findings) : context_(context), findings_(findings) {}
+
+    /// The files of all products, and the folders that they are in.
+    void checkAll();
+    /// A file that was named. That of a user is looked at beside its product.
+    void checkNamed(qf::ustring const& file);
+
+private:
+    void checkProduct(SettingsPtr const& product);
+    void checkUserFile(SettingsPtr const& product, std::vector<SettingsPtr> const& factoryFiles);
+    SettingsPtr checkFile(qf::ustring const& file, bool ofUser);
+    void checkMarkup(qf::ustring const& first, bool ofUser);
+    template <class Look>
+    void addAll(qf::ustring const& file, Look const& look);
+
+    Context& context_;
+    Findings& findings_;
+    std::set<qf::ustring> reviewed_;
+    NeverRead neverRead_;
+};
+
+}  // namespace qbsettings

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <vector>
+
+#include <qbsettings/errors/Fault.hpp>
+
+namespace qbsettings {
+
+struct Markup;
+
+/// What the words of one file say without effect. `ofUser`: it is a user's file, which declares no
+/// rules.
+std::vector<Warning> warningsOfMarkup(qf::ustring const& file, Markup const& top, bool ofUser);
+
+}  // namespace qbsettings

@@ -1,0 +1,47 @@
+#include <string>
+#include <vector>
+
+#include <qbsettings/check/Checker.hpp>
+#include <qbsettings/check/Findings.hpp>
+#include <qbsettings/commandline/Command.hpp>
+#include <qbsettings/commandline/Options.hpp>
+#include <qbsettings/store/Context.hpp>
+#include <qbsettings/text/Failure.hpp>
+#include <settingscore/host/Filesystem.hpp>
+
+namespace qbsettings {
+
+namespace {
+
+/// `check`: faults of settings files with their places, and what the files say without effect.
+class CheckCommand : public Command {
+public:
+    void declare(Options& options) override {
+        options.files(files_, "Files to check; those of all products if absent");
+        options.json();
+    }
+
+    int run(Context& context) override {
+        namespace fs = qf::filesystem;
+        Findings findings(context.output);
+        Checker checker(context, findings);
+        context.tree.keepQuiet();
+        if (files_.empty()) checker.checkAll();
+        for (std::string const& file : files_)
+            checker.checkNamed(fs::absolute(fs::from_native(file), fs::path()).str());
+        return findings.areGood() ? done : refused;
+    }
+
+private:
+    std::vector<std::string> files_;
+};
+
+Registration<CheckCommand> const checkRegistration(
+    {4, "check",
+     "Report every fault of the settings files with file, line and column, and warn of what has no "
+     "effect",
+     "check plotter.settings"});
+
+}  // namespace
+
+}  // namespace qbsettings

@@ -1,0 +1,164 @@
+#include <qbsettings/output/Output.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <iostream>
+
+#include <nlohmann/json.hpp>
+#include <qbsettings/output/Terminal.hpp>
+#include <qbsettings/text/Text.hpp>
+
+namespace qbsettings {
+
+namespace {
+
+/// In characters, without regard to wide ones.
+std::size_t widthOf(std::string const& text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+        return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
+    }));
+}
+
+char const* colourOf(std::string const& level) {
+    if (level == "session") return "33";
+    if (level == "user") return "32";
+    if (level == "factory") return "36";
+    return level == "-" ? "2" : "35";
+}
+
+/// "read-only" and "in force" as names of JSON: "readOnly", "inForce".
+std::string fieldName(std::string const& field) {
+    std::string name;
+    for (std::size_t i = 0; i < field.size(); ++i) {
+        bool const isGap = field[i] == ' ' || field[i] == '-';
+        if (isGap) ++i;
+        name += isGap ? static_cast<char>(field[i] - 'a' + 'A') : field[i];
+    }
+    return name;
+}
+
+Json objectOf(Row const& row) {
+    Json object = Json::object();
+    for (Column const& column : row)
+        object[column.name] = column.cell.json();
+    return object;
+}
+
+}  // namespace
+
+Output::Output(bool json) : json_(json), terminal_(isOutputTerminal()) {}
+
+Output::~Output() = default;
+
+void Output::begin(Json const& document, bool table) {
+    document_ = json_ ? std::make_unique<Json>(document) : nullptr;
+    gathered_.clear();
+    gathers_ = table && terminal_;
+}
+
+void Output::beginTable() { begin(Json::array(), true); }
+void Output::beginList() { begin(Json::array(), false); }
+void Output::beginRecord() { begin(Json::object(), false); }
+
+// --- Both forms -------------------------------------------------------------------------------
+
+void Output::row(Row const& row) {
+    note(row);
+    print(row, {});
+}
+
+void Output::row(char const* list, Row const& row) {
+    note(list, row);
+    print(row, {});
+}
+
+void Output::field(std::string const& name, Cell const& cell) {
+    note(name, cell);
+    print({{"", cell}}, name);
+}
+
+void Output::field(std::string const& name, Row const& row) {
+    if (document_) (*document_)[fieldName(name)] = objectOf(row);
+    print(row, name);
+}
+
+// --- One of them ------------------------------------------------------------------------------
+
+void Output::list(char const* name) {
+    if (document_) (*document_)[name] = Json::array();
+}
+
+void Output::line(std::string const& text) {
+    if (json_) return;
+    // In step with a progress line on the same terminal.
+    bool const interleaved = eraseProgress();
+    std::cout << text << '\n';
+    if (interleaved) std::cout.flush();
+}
+
+void Output::note(Row const& row) {
+    if (document_) document_->push_back(objectOf(row));
+}
+
+void Output::note(char const* list, Row const& row) {
+    if (document_) (*document_)[list].push_back(objectOf(row));
+}
+
+void Output::note(std::string const& name, Cell const& cell) {
+    if (document_) (*document_)[fieldName(name)] = cell.json();
+}
+
+void Output::noteMember(char const* list, Cell const& cell) {
+    if (document_) (*document_)[list].push_back(cell.json());
+}
+
+void Output::print(Row const& row, std::string const& front) {
+    if (json_) return;
+    if (gathers_) {
+        std::vector<Cell>& cells = gathered_.emplace_back();
+        for (Column const& column : row)
+            cells.push_back(column.cell);
+        return;
+    }
+    std::vector<std::string> columns;
+    if (!front.empty()) columns.push_back(front);
+    for (Column const& column : row)
+        columns.push_back(asColumn(column.cell.text()));
+    line(join(columns, "\t"));
+}
+
+void Output::printAligned() {
+    bool const colours = wantsColours();
+    std::vector<std::vector<std::string>> rows;
+    std::vector<std::size_t> widths;
+    for (auto const& cells : gathered_) {
+        auto& texts = rows.emplace_back();
+        widths.resize(cells.size());
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+            texts.push_back(asColumn(cells[i].text()));
+            widths[i] = std::max(widths[i], widthOf(texts[i]));
+        }
+    }
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        std::string text;
+        for (std::size_t i = 0; i < rows[r].size(); ++i) {
+            std::string const& column = rows[r][i];
+            bool const coloured = colours && gathered_[r][i].isLevel();
+            text += coloured ? std::string("\x1b[") + colourOf(column) + "m" + column + "\x1b[0m"
+                             : column;
+            if (i + 1 < rows[r].size()) text.append(widths[i] - widthOf(column) + 2, ' ');
+        }
+        line(text);
+    }
+    gathered_.clear();
+}
+
+void Output::finish() {
+    printAligned();
+    if (!document_) return;
+    // A byte that is no UTF-8 comes as U+FFFD.
+    std::cout << document_->dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+    document_.reset();
+}
+
+}  // namespace qbsettings

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <qbsettings/output/Cell.hpp>
+
+namespace qbsettings {
+
+/// What a command prints on standard output, in one of three forms: rows of columns with tabs
+/// between, for programs; the same aligned and coloured, where a person looks on; one JSON
+/// document, where that was asked for. A command says what there is to show, and never asks for the
+/// form.
+///
+/// A document is begun, filled, and printed by `finish`; a command that ends early prints none.
+/// Rows are printed as they come, those of a table on a terminal at the end.
+class Output {
+public:
+    explicit Output(bool json);
+    ~Output();
+    Output(Output const&) = delete;
+    Output& operator=(Output const&) = delete;
+
+    /// The document is a list of rows, which are aligned on a terminal.
+    void beginTable();
+    /// The document is a list.
+    void beginList();
+    /// The document is one thing with fields.
+    void beginRecord();
+
+    /// A row of the list.
+    void row(Row const& row);
+    /// A row of a list that is a field of the record.
+    void row(char const* list, Row const& row);
+    /// A field of the record: a row that begins with its name. In JSON "read-only" is "readOnly".
+    void field(std::string const& name, Cell const& cell);
+    /// A field with several columns.
+    void field(std::string const& name, Row const& row);
+    /// The record has a list of that name, which may stay empty.
+    void list(char const* name);
+
+    /// A line as it stands; nothing in JSON.
+    void line(std::string const& text);
+    /// @{
+    /// The same as without "note", in JSON alone.
+    void note(Row const& row);
+    void note(char const* list, Row const& row);
+    void note(std::string const& name, Cell const& cell);
+    /// @}
+    /// A member of a list of the record that has no columns, in JSON alone.
+    void noteMember(char const* list, Cell const& cell);
+
+    /// Prints what is left.
+    void finish();
+
+private:
+    void begin(Json const& document, bool table);
+    void print(Row const& row, std::string const& front);
+    void printAligned();
+
+    bool const json_;
+    bool const terminal_;
+    bool gathers_ = false;            ///< Rows are kept, to be aligned.
+    std::unique_ptr<Json> document_;  ///< Empty unless one was begun and JSON was asked for.
+    std::vector<std::vector<Cell>> gathered_;
+};
+
+}  // namespace qbsettings

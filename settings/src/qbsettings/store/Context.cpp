@@ -1,0 +1,16 @@
+#include <qbsettings/store/Context.hpp>
+
+#include <qbhost/QbHost.hpp>
+#include <qbsettings/output/Complaints.hpp>
+#include <settingscore/persistence/DurableSaving.hpp>
+
+namespace qbsettings {
+
+Context::Context(DirectoryOptions const& options, bool json)
+    : directories(options), tree(directories), writing(directories, tree), output(json) {
+    // Standard output is for data alone.
+    qbhost::setConsole(&complainInPieces, &complainInPieces);
+    settings::core::turnOnDurableSaving();
+}
+
+}  // namespace qbsettings

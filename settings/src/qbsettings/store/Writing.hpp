@@ -1,0 +1,46 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include <qbsettings/store/WriteLock.hpp>
+
+namespace qbsettings {
+
+class Directories;
+class Tree;
+
+/// What a command does before it changes the user's files.
+class Writing {
+public:
+    Writing(Directories const& directories, Tree const& tree)
+        : directories_(directories), tree_(tree) {}
+
+    /// Takes the lock of the writers, for the rest of the command. To be called before the root is
+    /// asked for, so that what is written was read under the lock.
+    void lock();
+
+    /// To be called before a change of a product's user file. Notes what that holds; reports, once
+    /// a product, that it could not be read: a save keeps it aside and replaces it by what was
+    /// understood of it.
+    void begin(std::string const& product);
+    /// True if the user file is another than it was at `begin`. It is the old or the new one,
+    /// whole.
+    bool hasChanged(std::string const& product) const;
+    /// What goes behind the reason why a change of the product failed: a save can fail when its
+    /// file is in place already. Empty if the file is as it was.
+    std::string afterword(std::string const& product) const;
+
+    /// @throws Failure if the product's user file could not be read: it would be lost with the
+    /// product
+    void refuseToRemoveUnreadable(std::string const& product) const;
+
+private:
+    Directories const& directories_;
+    Tree const& tree_;
+    std::unique_ptr<WriteLock> lock_;
+    std::map<std::string, std::string> before_;  ///< The bytes of user files, by product.
+};
+
+}  // namespace qbsettings

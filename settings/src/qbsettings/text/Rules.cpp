@@ -1,0 +1,109 @@
+#include <qbsettings/text/Rules.hpp>
+
+#include <boost/variant/apply_visitor.hpp>
+#include <boost/variant/static_visitor.hpp>
+#include <qbsettings/text/Text.hpp>
+#include <qbsettings/text/Values.hpp>
+#include <settingscore/tree/KeyDescription.hpp>
+#include <settingscore/value/ValueTraits.hpp>
+
+namespace qbsettings {
+
+using namespace settings::core;
+
+namespace {
+
+constexpr unsigned long stringType = settingscore::boostany::ValueTraits<ustring>::index;
+
+char const* languageOf(ZENBARFunctionInvoker const&) { return "ZENBAR "; }
+char const* languageOf(CValidator const&) { return "C "; }
+char const* languageOf(CRunTimeDefault const&) { return "C "; }
+char const* languageOf(JValidator const&) { return "JAVA "; }
+char const* languageOf(JRunTimeDefault const&) { return "JAVA "; }
+
+struct FunctionNamer : boost::static_visitor<std::string> {
+    std::string operator()(boost::mpl::void_ const&) const { return {}; }
+    template <class Function>
+    std::string operator()(Function const& function) const {
+        return languageOf(function) + function.getPackageName() + " " + function.getFunctionName();
+    }
+};
+
+struct LevelNamer : boost::static_visitor<std::string> {
+    std::string operator()(boost::mpl::void_ const&) const { return {}; }
+    template <class Default>
+    std::string operator()(Default const& runTimeDefault) const {
+        return runTimeDefault.getBelongingLevel();
+    }
+};
+
+std::string single(boost::any const& value) {
+    std::vector<std::string> const texts = elementTexts(value);
+    return texts.empty() ? std::string() : texts.front();
+}
+
+}  // namespace
+
+unsigned long elementOf(KeyDescription const& description) {
+    KeyType const type = typeOf(description);
+    if (type.element != 0) return type.element;
+    auto const& choices = description.metaData.choices;
+    if (choices && !choices->empty()) return typeOf(choices->front()).element;
+    boost::any const& bound = description.metaData.minimum.empty() ? description.metaData.maximum
+                                                                   : description.metaData.minimum;
+    return typeOf(bound).element;
+}
+
+std::string sizeText(unsigned long least, unsigned long most) {
+    auto const values = [](unsigned long count) {
+        return std::to_string(count) + (count == 1 ? " value" : " values");
+    };
+    if (most == 0) return least == 0 ? "any number of values" : "at least " + values(least);
+    if (least == most) return "exactly " + values(most);
+    if (least == 0) return "at most " + values(most);
+    return std::to_string(least) + " to " + values(most);
+}
+
+std::string rangeText(KeyDescription const& description) {
+    std::string const least = single(description.metaData.minimum);
+    std::string const most = single(description.metaData.maximum);
+    if (least.empty() && most.empty()) return {};
+    std::string range;
+    if (most.empty()) {
+        range = "at least " + least;
+    } else if (least.empty()) {
+        range = "at most " + most;
+    } else {
+        range = least + " to " + most;
+    }
+    return elementOf(description) == stringType ? "a length of " + range : range;
+}
+
+std::vector<std::string> choiceTexts(KeyDescription const& description) {
+    std::vector<std::string> texts;
+    if (!description.metaData.choices) return texts;
+    for (boost::any const& choice : *description.metaData.choices)
+        texts.push_back(single(choice));
+    return texts;
+}
+
+std::string boundsText(KeyDescription const& description) {
+    std::string const range = rangeText(description);
+    if (!description.metaData.choices) return range;
+    std::string const choices = "one of " + join(choiceTexts(description), ", ");
+    return range.empty() ? choices : range + " or " + choices;
+}
+
+std::string functionText(Validator const& validator) {
+    return boost::apply_visitor(FunctionNamer(), validator);
+}
+
+std::string functionText(RunTimeDefault const& runTimeDefault) {
+    return boost::apply_visitor(FunctionNamer(), runTimeDefault);
+}
+
+std::string levelOf(RunTimeDefault const& runTimeDefault) {
+    return boost::apply_visitor(LevelNamer(), runTimeDefault);
+}
+
+}  // namespace qbsettings
