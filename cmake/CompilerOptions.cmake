@@ -22,11 +22,11 @@ endif()
 
 option(QBSETTINGS_PCH "Precompile the heavy headers of other libraries" ${PROJECT_IS_TOP_LEVEL})
 
-# qb_precompile(TARGET HEADERS...): these are a third of the time of a build. Never the project's own,
-# so that an edit of them costs what it did; each file still includes what it needs, which the lint
-# build proves, as it has none.
+# qb_precompile(TARGET HEADERS...): these are a third of the time of a build, but for one that includes
+# many sources in a unit. Never the project's own, so that an edit of them costs what it did; each file
+# still includes what it needs, which the lint build proves, as it has none.
 function(qb_precompile target)
-  if(QBSETTINGS_PCH)
+  if(QBSETTINGS_PCH AND NOT CMAKE_UNITY_BUILD)
     target_precompile_headers(${target} PRIVATE ${ARGN})
   endif()
 endfunction()
