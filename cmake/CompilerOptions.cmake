@@ -13,6 +13,10 @@ if(QBSETTINGS_SANITIZE)
   endif()
 endif()
 
+# For what runs once: making it fast would take longer than it saves. To be linked behind qb_options.
+add_library(qb_unoptimised INTERFACE)
+target_compile_options(qb_unoptimised INTERFACE -O0 -g1)
+
 # A compiler cache if there is one; it must be told that precompiled headers are no obstacle.
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND PROJECT_IS_TOP_LEVEL)
