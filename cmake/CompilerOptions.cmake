@@ -13,6 +13,10 @@ if(QBSETTINGS_SANITIZE)
   endif()
 endif()
 
+# For what runs once: making it fast would take longer than it saves. To be linked behind qb_options.
+add_library(qb_unoptimised INTERFACE)
+target_compile_options(qb_unoptimised INTERFACE -O0 -g1)
+
 # A compiler cache if there is one; it must be told that precompiled headers are no obstacle.
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND PROJECT_IS_TOP_LEVEL)
@@ -22,11 +26,11 @@ endif()
 
 option(QBSETTINGS_PCH "Precompile the heavy headers of other libraries" ${PROJECT_IS_TOP_LEVEL})
 
-# qb_precompile(TARGET HEADERS...): these are a third of the time of a build. Never the project's own,
-# so that an edit of them costs what it did; each file still includes what it needs, which the lint
-# build proves, as it has none.
+# qb_precompile(TARGET HEADERS...): these are a third of the time of a build, but for one that includes
+# many sources in a unit. Never the project's own, so that an edit of them costs what it did; each file
+# still includes what it needs, which the lint build proves, as it has none.
 function(qb_precompile target)
-  if(QBSETTINGS_PCH)
+  if(QBSETTINGS_PCH AND NOT CMAKE_UNITY_BUILD)
     if(ARGV1 STREQUAL "REUSE_FROM")
       target_precompile_headers(${target} REUSE_FROM ${ARGV2})
     else()

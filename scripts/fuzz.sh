@@ -21,7 +21,8 @@ targets=("$@")
 echo "Building; the first time takes some minutes ..." >&2
 if ! log=$(cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DCMAKE_CXX_COMPILER=clang++-14 -DQBSETTINGS_SANITIZE=fuzzer-no-link,address,undefined \
-    -DQBSETTINGS_TESTS=OFF -DQBSETTINGS_EXAMPLES=OFF -DQBSETTINGS_PCH=OFF -DQBSETTINGS_FUZZ=ON 2>&1 &&
+    -DQBSETTINGS_TESTS=OFF -DQBSETTINGS_EXAMPLES=OFF -DQBSETTINGS_FUZZ=ON \
+    -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=20 2>&1 &&
     cmake --build "$build" --target "${targets[@]/#/fuzz_}" 2>&1); then
     echo "$log" >&2
     exit 1

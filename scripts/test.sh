@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds a preset (default, asan, tsan) and runs its tests.
+# Installs what is missing, builds a preset (default, dev, asan, tsan) and runs its tests.
 # Usage: test.sh [PRESET]
 set -euo pipefail
 
@@ -10,4 +10,4 @@ cd "$root"
 scripts/install-packages.sh
 cmake --preset "$preset"
 cmake --build --preset "$preset"
-ctest --preset "$preset" --no-tests=error
+ctest --preset "$preset" --no-tests=error --parallel "$(nproc)"

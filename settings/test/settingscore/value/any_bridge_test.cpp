@@ -6,7 +6,8 @@
 #include <settingscore/rules/ValueType.hpp>
 #include <settingscore/value/MakeAny.hpp>
 
-namespace settingscore::boostany {
+namespace any_bridge_test {
+using namespace settingscore::boostany;
 namespace {
 
 using Ints = std::vector<int>;
@@ -85,4 +86,4 @@ TEST(MakeAny, ChoosesASupportedTypeForEveryUsualOne) {
 }
 
 }  // namespace
-}  // namespace settingscore::boostany
+}  // namespace any_bridge_test

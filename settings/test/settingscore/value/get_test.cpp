@@ -10,7 +10,8 @@
 #include <settingscore/value/TypeName.hpp>
 #include <support/CommaLocale.hpp>
 
-namespace settingscore::boostany {
+namespace get_test {
+using namespace settingscore::boostany;
 namespace {
 
 double const inf = std::numeric_limits<double>::infinity();
@@ -134,4 +135,4 @@ TEST(Get, ReadsAndMakesTextInEveryLocale) {
 }
 
 }  // namespace
-}  // namespace settingscore::boostany
+}  // namespace get_test

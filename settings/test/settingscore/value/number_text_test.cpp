@@ -10,7 +10,8 @@
 #include <boost/lexical_cast.hpp>
 #include <support/CommaLocale.hpp>
 
-namespace settingscore::boostany {
+namespace number_text_test {
+using namespace settingscore::boostany;
 namespace {
 
 /// What reading the text comes to: the exact value, or a failure.
@@ -88,4 +89,4 @@ TEST(LexicalText, IsThePrintfFormAndReadsBackBitForBit) {
 }
 
 }  // namespace
-}  // namespace settingscore::boostany
+}  // namespace number_text_test
