@@ -84,20 +84,21 @@ std::string holderOf(int descriptor) {
 /// False, with `errno`, if it cannot be had.
 bool lockWithin(int descriptor, std::chrono::seconds longest, fs::path const& file) {
     using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::seconds patience(1);
     Clock::time_point const begin = Clock::now();
     bool isTold = false;
     while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         if (errno == EINTR) continue;
         if (errno != EWOULDBLOCK) return false;
         auto const waited = Clock::now() - begin;
-        if (waited >= longest) {
-            errno = EWOULDBLOCK;
-            return false;
-        }
-        if (!isTold && waited >= std::chrono::seconds(1) && isErrorTerminal()) {
+        if (!isTold && longest > patience && waited >= patience && isErrorTerminal()) {
             complain("waiting for " + holderOf(descriptor) + ", which holds " +
                      pathText(file.str()));
             isTold = true;
+        }
+        if (waited >= longest) {
+            errno = EWOULDBLOCK;
+            return false;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
