@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <settingscore/levels/LevelDirectories.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
 
 using settings::core::SettingsLevelManager;
@@ -7,7 +8,7 @@ TEST(LevelsLayer, KnowsNoDirectoryUntilSomebodyDoes) {
     auto const& user = SettingsLevelManager::userLevel();
     EXPECT_EQ(user.levelName(), "user");
     EXPECT_TRUE(user.levelRootPath().empty());
-    SettingsLevelManager::setRootPathQueries([] { return qf::ustring(u"/of/user"); }, nullptr);
+    settings::core::detail::setRootPathQueries([] { return qf::ustring(u"/of/user"); }, nullptr);
     EXPECT_EQ(user.levelRootPath(), u"/of/user");
     EXPECT_TRUE(SettingsLevelManager::findLevel("factory")->levelRootPath().empty());
     EXPECT_TRUE(SettingsLevelManager::findLevel("session")->levelRootPath().empty());

@@ -132,7 +132,7 @@ $ chmod 000 factory && plain qbsettings check
 $ plain qbsettings list
 ! @/factory: cannot be listed: Permission denied
 [1]
-$ chmod 700 factory factory/p && (ulimit -n 4 && qbsettings set p.n 3)
+$ chmod 700 factory factory/p && (exec 3>&- 4>&- 5>&- 6>&- 7>&-; ulimit -n 4 && qbsettings set p.n 3)
 ! @/factory: cannot be listed: Too many open files
 ! there may be a setting 'p.n' in a folder that cannot be listed
 [1]

@@ -3,15 +3,16 @@
 #include <atomic>
 
 #include <boost/make_shared.hpp>
+#include <settingscore/levels/LevelDirectories.hpp>
 
 namespace settings::core {
 
 namespace {
 
-std::atomic<SettingsLevelManager::RootPathQuery> userRootQuery{nullptr};
-std::atomic<SettingsLevelManager::RootPathQuery> factoryRootQuery{nullptr};
+std::atomic<detail::RootPathQuery> userRootQuery{nullptr};
+std::atomic<detail::RootPathQuery> factoryRootQuery{nullptr};
 
-ustring ask(std::atomic<SettingsLevelManager::RootPathQuery> const& registered) {
+ustring ask(std::atomic<detail::RootPathQuery> const& registered) {
     auto const query = registered.load();
     return query ? query() : ustring();
 }
@@ -22,7 +23,7 @@ std::string nameAt(std::size_t place) { return std::string(detail::levelNames[pl
 
 }  // namespace
 
-void SettingsLevelManager::setRootPathQueries(RootPathQuery user, RootPathQuery factory) {
+void detail::setRootPathQueries(RootPathQuery user, RootPathQuery factory) {
     userRootQuery = user;
     factoryRootQuery = factory;
 }

@@ -22,8 +22,6 @@ public:
     /// Number of the levels.
     static constexpr std::size_t levelCount = detail::levelNames.size();
     using Levels = std::array<SettingsLevel, levelCount>;
-    /// Gives a directory.
-    using RootPathQuery = ustring (*)();
 
     static boost::shared_ptr<SettingsLevelManager> getSettingsLevelManagerInstance();
     /// The first of the levels.
@@ -35,9 +33,6 @@ public:
     static std::string const& getLastLevelName() { return levels().back().levelName(); }
     /// The level of exactly that name, null if there is none.
     static SettingsLevel const* findLevel(std::string const& name);
-    /// For the library: puts in who finds the directories of "user" and of "factory". Until then
-    /// they are empty.
-    static void setRootPathQueries(RootPathQuery user, RootPathQuery factory);
 
     SettingsLevel const* getSettingsLevelByName(std::string const& name) const {
         return findLevel(name);

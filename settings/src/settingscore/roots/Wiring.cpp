@@ -1,7 +1,8 @@
 #include <settingscore/roots/Wiring.hpp>
 
 #include <boost/thread/shared_mutex.hpp>
-#include <settingscore/levels/SettingsLevelManager.hpp>
+#include <settingscore/levels/LevelDirectories.hpp>
+#include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 #include <settingscore/persistence/writer/ValueWriter.hpp>
@@ -43,8 +44,7 @@ bool connect() {
     LoadAndSave::setFiles(
         {&load, &SettingsFile::saveSettings, &callSaver, &deleteFile, &writerFor});
     SettingsFile::setDirectoryFunc(&directoryOf);
-    SettingsLevelManager::setRootPathQueries(&SettingsRootDirQuerier::UserRoot,
-                                             &SettingsRootDirQuerier::FactoryRoot);
+    setRootPathQueries(&SettingsRootDirQuerier::UserRoot, &SettingsRootDirQuerier::FactoryRoot);
     return true;
 }
 
