@@ -8,8 +8,7 @@
 #include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 #include <settingscore/persistence/writer/ValueWriter.hpp>
-#include <settingscore/persistence/xml/SettingsInputSource.hpp>
-#include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
+#include <settingscore/persistence/xml/FileBounds.hpp>
 #include <settingscore/rules/ValueType.hpp>
 #include <settingscore/tree/NodeWalk.hpp>
 #include <settingscore/value/AnyBridge.hpp>
@@ -40,11 +39,11 @@ std::string unwritableInAttribute(std::string const& text, char const* marks) {
 bool isTooLong(ustring const& text) {
     constexpr std::size_t mostBytesOfOne = 5;  // "]]>" is written as 15.
     constexpr std::size_t marks = 12;
-    if (text.size() > SettingsSaxHandler::textLimit) return true;
-    if (text.size() * mostBytesOfOne + marks <= SettingsInputSource::writtenTextLimit) return false;
+    if (text.size() > FileBounds::textLimit) return true;
+    if (text.size() * mostBytesOfOne + marks <= FileBounds::writtenTextLimit) return false;
     std::string written;
     ValueWriter(written).output(text);
-    return written.size() > SettingsInputSource::writtenTextLimit;
+    return written.size() > FileBounds::writtenTextLimit;
 }
 
 /// Why a value can't be written, as the end of a sentence; empty if it can.
@@ -119,7 +118,7 @@ private:
         if (found_) return false;
         SettingsImpl const& node = view.node();
         // A key has its type element inside, and that its values.
-        if (depth + (view.isLeaf() ? 2 : 0) > SettingsSaxHandler::nestingLimit) {
+        if (depth + (view.isLeaf() ? 2 : 0) > FileBounds::nestingLimit) {
             found(node, "is nested too deeply");
             return false;
         }

@@ -1,27 +1,18 @@
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
 
+#include <string>
 #include <utility>
 
-#include <settingscore/host/Except.hpp>
-#include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
+#include <settingscore/errors/FileExceptions.hpp>
 #include <settingscore/persistence/xml/XMLTopSettingsNode.hpp>
 #include <settingscore/value/NeverDestroyed.hpp>
-#include <xercesc/sax/Locator.hpp>
-#include <xercesc/sax/SAXException.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
 
 namespace settings::core {
 
 namespace {
 
-/// Runs work of the element handlers.
-template <class Work>
-void translated(Work const& work) {
-    try {
-        work();
-    } catch (qf::except::IMsgIDException const& error) {
-        throw xercesc::SAXException(error.GetUnicodeMessageTxt().c_str());
-    }
+[[noreturn]] void refuse(ustring const& reason) {
+    throw exception::ErrorReadingSettingsData(exception::ContentRefused, reason);
 }
 
 }  // namespace
@@ -39,73 +30,46 @@ bool SettingsSaxHandler::popNextPaths(qf::filesystem::path& next) {
     return true;
 }
 
-void SettingsSaxHandler::tagSeen() {
+void SettingsSaxHandler::startElement(std::string_view name, ElementAttributes const& attributes) {
     textLength_ = 0;
-    readState_.bytesSinceTag = 0;
-}
-
-void SettingsSaxHandler::startElement(XMLCh const*, XMLCh const* localName, XMLCh const*,
-                                      xercesc::Attributes const& attributes) {
-    tagSeen();
-    translated([&] {
-        std::string const tag = XMLHelperFunctions::XmlString2String(localName);
-        boost::shared_ptr<XMLNode> node;
-        if (nodeStack_.empty()) {
-            auto const found = topNodesHandlerMap().find(tag);
-            if (found == topNodesHandlerMap().end()) {
-                throw xercesc::SAXException(
-                    u"Illegal tag encountered at the beginning of the Settings XMLfile");
-            }
-            node = found->second(attributes, boost::shared_ptr<XMLNode>());
-        } else if (nodeStack_.size() >= nestingLimit) {
-            throw xercesc::SAXException(u"The elements of the settings file are nested too deeply");
-        } else {
-            node = nodeStack_.back()->subNode(tag, attributes);
+    std::string const tag(name);
+    boost::shared_ptr<XMLNode> node;
+    if (nodeStack_.empty()) {
+        auto const found = topNodesHandlerMap().find(tag);
+        if (found == topNodesHandlerMap().end()) {
+            refuse(u"Illegal tag encountered at the beginning of the Settings XMLfile");
         }
-        nodeStack_.push_back(std::move(node));
-    });
-}
-
-void SettingsSaxHandler::endElement(XMLCh const*, XMLCh const* localName, XMLCh const*) {
-    tagSeen();
-    translated([&] {
-        if (nodeStack_.empty() ||
-            !XMLHelperFunctions::isSameTag(localName, nodeStack_.back()->getTagName())) {
-            throw xercesc::SAXException(u"Mismatch in tag hierarchy between parser and node stack");
-        }
-        boost::shared_ptr<XMLNode> const node = std::move(nodeStack_.back());
-        nodeStack_.pop_back();
-        if (!nodeStack_.empty()) {
-            node->closeTag();
-            return;
-        }
-        auto const& root = static_cast<XMLTopSettingsNode const&>(*node);
-        parsedSettings_ = root.getSettings();
-        auto const& paths = root.getAdditionalPath();
-        nextPaths_.insert(nextPaths_.end(), paths.begin(), paths.end());
-    });
-}
-
-void SettingsSaxHandler::characters(XMLCh const* chars, XMLSize_t length) {
-    if (nodeStack_.empty()) return;
-    textLength_ += length;
-    if (textLength_ > textLimit) {
-        throw xercesc::SAXException(u"A text of the settings file is too long");
+        node = found->second(attributes, boost::shared_ptr<XMLNode>());
+    } else if (nodeStack_.size() >= nestingLimit) {
+        refuse(u"The elements of the settings file are nested too deeply");
+    } else {
+        node = nodeStack_.back()->subNode(tag, attributes);
     }
-    translated([&] { nodeStack_.back()->parseText(ustring(chars, length)); });
+    nodeStack_.push_back(std::move(node));
 }
 
-void SettingsSaxHandler::startDTD(XMLCh const*, XMLCh const*, XMLCh const*) {
-    refuse(u"A settings file has no document type declaration");
+void SettingsSaxHandler::endElement(std::string_view name) {
+    textLength_ = 0;
+    if (nodeStack_.empty() || name != nodeStack_.back()->getTagName()) {
+        refuse(u"Mismatch in tag hierarchy between parser and node stack");
+    }
+    boost::shared_ptr<XMLNode> const node = std::move(nodeStack_.back());
+    nodeStack_.pop_back();
+    if (!nodeStack_.empty()) {
+        node->closeTag();
+        return;
+    }
+    auto const& root = static_cast<XMLTopSettingsNode const&>(*node);
+    parsedSettings_ = root.getSettings();
+    auto const& paths = root.getAdditionalPath();
+    nextPaths_.insert(nextPaths_.end(), paths.begin(), paths.end());
 }
 
-void SettingsSaxHandler::startXML(XMLCh const* version) const {
-    if (version != ustring(u"1.0")) refuse(u"A settings file is of XML version 1.0");
-}
-
-void SettingsSaxHandler::refuse(XMLCh const* message) const {
-    if (locator_) throw xercesc::SAXParseException(message, *locator_);
-    throw xercesc::SAXParseException(message, u"", u"", 0, 0);
+void SettingsSaxHandler::characters(ustring const& piece) {
+    if (nodeStack_.empty()) return;
+    textLength_ += piece.size();
+    if (textLength_ > textLimit) refuse(u"A text of the settings file is too long");
+    nodeStack_.back()->parseText(piece);
 }
 
 }  // namespace settings::core

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <utility>
 
 #include <settingscore/errors/FileExceptions.hpp>
@@ -15,7 +16,24 @@ public:
     /// The system's; 0 if it is none of the system's.
     int errorNumber() const { return errorNumber_; }
     /// True for the error numbers of such a reason.
-    static bool mayPass(int errorNumber);
+    static bool mayPass(int errorNumber) {
+        switch (errorNumber) {
+            case EAGAIN:
+            case EHOSTDOWN:
+            case EINTR:
+            case EIO:
+            case EMFILE:
+            case ENFILE:
+            case ENOBUFS:
+            case ENOMEM:
+            case ENOTCONN:
+            case ESTALE:
+            case ETIMEDOUT:
+                return true;
+            default:
+                return false;
+        }
+    }
 
 private:
     int errorNumber_;

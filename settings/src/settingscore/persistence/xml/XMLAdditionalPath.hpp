@@ -8,7 +8,7 @@ namespace settings::core {
 /// A further file to read, named by the root element.
 class XMLAdditionalPath : public XMLLeafNode {
 public:
-    XMLAdditionalPath(xercesc::Attributes const&, boost::shared_ptr<XMLNode> const& parent)
+    XMLAdditionalPath(ElementAttributes const&, boost::shared_ptr<XMLNode> const& parent)
         : XMLLeafNode(parent) {}
 
     void parseText(ustring const& text) override { path_ = text; }

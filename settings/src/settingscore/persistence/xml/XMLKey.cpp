@@ -2,24 +2,20 @@
 
 #include <settingscore/errors/MessageIds.hpp>
 #include <settingscore/persistence/writer/ValueWriter.hpp>
-#include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
 #include <settingscore/persistence/xml/XMLValidationFunction.hpp>
 #include <settingscore/persistence/xml/XMLValueTypes.hpp>
 
 namespace settings::core {
 
-using XMLHelperFunctions::getAttribute;
-using XMLHelperFunctions::isTrue;
-
-XMLKey::XMLKey(xercesc::Attributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
+XMLKey::XMLKey(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
     : XMLNode(parent),
       // Not in one block with its count: a key that takes over this one's size rule goes on
       // referring weakly to this node, and would keep its memory.
-      settings_(new SettingsImpl(getAttribute(attributes, u"name"), true,
-                                 boost::optional<bool>(isTrue(attributes, u"visible")), Validator(),
-                                 boost::logic::tribool(isTrue(attributes, u"readonly")),
+      settings_(new SettingsImpl(attributes.get("name"), true,
+                                 boost::optional<bool>(attributes.isTrue("visible")), Validator(),
+                                 boost::logic::tribool(attributes.isTrue("readonly")),
                                  boost::shared_ptr<SettingsImpl>())),
-      canBeAnyType_(isTrue(attributes, u"anytype")) {}
+      canBeAnyType_(attributes.isTrue("anytype")) {}
 
 void XMLKey::closeTag() const {
     SettingsImpl::ValueWriterFcn writer = keyValueWriter_;

@@ -9,7 +9,7 @@ namespace settings::core {
 /// A key: its rules, and the values of its type element.
 class XMLKey : public XMLNode {
 public:
-    XMLKey(xercesc::Attributes const& attributes, boost::shared_ptr<XMLNode> const& parent);
+    XMLKey(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> const& parent);
 
     boost::shared_ptr<SettingsImpl> getSettings() const override { return settings_; }
     std::string getTagName() const override { return "key"; }

@@ -21,7 +21,7 @@ class XMLMetaData : public XMLNode {
 public:
     using Bound = typename SettingsKeyMetaData<T>::Bound;
 
-    XMLMetaData(xercesc::Attributes const&, boost::shared_ptr<XMLNode> const& parent)
+    XMLMetaData(ElementAttributes const&, boost::shared_ptr<XMLNode> const& parent)
         : XMLNode(parent) {}
 
     std::string getTagName() const override { return "metadata"; }

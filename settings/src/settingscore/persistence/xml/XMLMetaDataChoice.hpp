@@ -12,7 +12,7 @@ class XMLMetaData;
 template <class T>
 class XMLMetaDataChoice : public XMLLeafNode {
 public:
-    XMLMetaDataChoice(xercesc::Attributes const&, boost::shared_ptr<XMLNode> const& parent)
+    XMLMetaDataChoice(ElementAttributes const&, boost::shared_ptr<XMLNode> const& parent)
         : XMLLeafNode(parent) {}
 
     void parseText(ustring const& text) override { value_ = ValueConverter<T>(text).input(); }

@@ -16,7 +16,7 @@ class XMLMetaDataMin : public XMLLeafNode {
 public:
     using Bound = std::conditional_t<std::is_same_v<T, ustring>, unsigned int, T>;
 
-    XMLMetaDataMin(xercesc::Attributes const&, boost::shared_ptr<XMLNode> const& parent)
+    XMLMetaDataMin(ElementAttributes const&, boost::shared_ptr<XMLNode> const& parent)
         : XMLLeafNode(parent) {}
 
     void parseText(ustring const& text) override { value_ = ValueConverter<Bound>(text).input(); }

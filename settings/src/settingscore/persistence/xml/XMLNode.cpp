@@ -20,7 +20,7 @@ void XMLNode::parseText(ustring const&) {
 }
 
 boost::shared_ptr<XMLNode> XMLNode::subNode(std::string const& tag,
-                                            xercesc::Attributes const& attributes) {
+                                            ElementAttributes const& attributes) {
     HandlerMap const& handlers = getHandlerMap();
     auto const found = handlers.find(tag);
     if (found == handlers.end()) {

@@ -8,11 +8,7 @@
 #include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
 #include <settingscore/host/UString.hpp>
-#include <xercesc/util/XercesDefs.hpp>
-
-XERCES_CPP_NAMESPACE_BEGIN
-class Attributes;
-XERCES_CPP_NAMESPACE_END
+#include <settingscore/persistence/xml/ElementAttributes.hpp>
 
 namespace settings::core {
 
@@ -24,7 +20,7 @@ class SettingsImpl;
 /// nothing here takes the tree lock.
 class XMLNode : public boost::enable_shared_from_this<XMLNode> {
 public:
-    using Creator = boost::shared_ptr<XMLNode> (*)(xercesc::Attributes const& attributes,
+    using Creator = boost::shared_ptr<XMLNode> (*)(ElementAttributes const& attributes,
                                                    boost::shared_ptr<XMLNode> const& parent);
     using HandlerMap = std::map<std::string, Creator>;
 
@@ -45,13 +41,12 @@ public:
     virtual HandlerMap const& getHandlerMap() const = 0;
 
     /// A handler for an element inside this one.
-    boost::shared_ptr<XMLNode> subNode(std::string const& tag,
-                                       xercesc::Attributes const& attributes);
+    boost::shared_ptr<XMLNode> subNode(std::string const& tag, ElementAttributes const& attributes);
     boost::shared_ptr<XMLNode> const& getParentXMLNode() const { return parentXMLNode_; }
 
 protected:
     template <class C>
-    static boost::shared_ptr<XMLNode> create(xercesc::Attributes const& attributes,
+    static boost::shared_ptr<XMLNode> create(ElementAttributes const& attributes,
                                              boost::shared_ptr<XMLNode> const& parent) {
         return boost::make_shared<C>(attributes, parent);
     }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
 #include <settingscore/persistence/xml/XMLLeafNode.hpp>
 #include <settingscore/tree/NodeBuilder.hpp>
 
@@ -10,13 +9,11 @@ namespace settings::core {
 template <class T>
 class XMLRuntimeDefault : public XMLLeafNode {
 public:
-    XMLRuntimeDefault(xercesc::Attributes const& attributes,
-                      boost::shared_ptr<XMLNode> const& parent)
+    XMLRuntimeDefault(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
         : XMLLeafNode(parent) {
-        using XMLHelperFunctions::getAttribute;
-        std::string const type = getAttribute(attributes, u"type");
-        std::string const package = getAttribute(attributes, u"packagename");
-        std::string const function = getAttribute(attributes, u"functionname");
+        std::string const type = attributes.get("type");
+        std::string const package = attributes.get("packagename");
+        std::string const function = attributes.get("functionname");
         detail::NodeBuilder node(*getSettings());
         if (type == "C") {
             node.setRunTimeDefault(CRunTimeDefault(package, function));

@@ -1,6 +1,5 @@
 #include <settingscore/persistence/xml/XMLSettings.hpp>
 
-#include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
 #include <settingscore/persistence/xml/XMLKey.hpp>
 #include <settingscore/persistence/xml/XMLSettingsDetails.hpp>
 #include <settingscore/persistence/xml/XMLValidationFunction.hpp>
@@ -8,20 +7,16 @@
 
 namespace settings::core {
 
-using XMLHelperFunctions::getAttribute;
-using XMLHelperFunctions::isTrue;
-
-XMLSettings::XMLSettings(xercesc::Attributes const& attributes,
+XMLSettings::XMLSettings(ElementAttributes const& attributes,
                          boost::shared_ptr<XMLNode> const& parent)
     : XMLNode(parent) {
     // A group that does not say so is as its parent is.
     boost::logic::tribool readOnly(boost::logic::indeterminate);
-    if (isTrue(attributes, u"readonly")) readOnly = true;
+    if (attributes.isTrue("readonly")) readOnly = true;
     settings_ = boost::make_shared<SettingsImpl>(
-        getAttribute(attributes, u"name"), false,
-        boost::optional<bool>(isTrue(attributes, u"visible")),
-        XMLSettingsDetails::getVersionNumber(getAttribute(attributes, u"version")), readOnly,
-        Validator(), boost::shared_ptr<SettingsImpl>());
+        attributes.get("name"), false, boost::optional<bool>(attributes.isTrue("visible")),
+        XMLSettingsDetails::getVersionNumber(attributes.get("version")), readOnly, Validator(),
+        boost::shared_ptr<SettingsImpl>());
 }
 
 void XMLSettings::closeTag() const {

@@ -7,7 +7,7 @@ namespace settings::core {
 /// A group. The reader links it under its parent when it ends.
 class XMLSettings : public XMLNode {
 public:
-    XMLSettings(xercesc::Attributes const& attributes, boost::shared_ptr<XMLNode> const& parent);
+    XMLSettings(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> const& parent);
 
     boost::shared_ptr<SettingsImpl> getSettings() const override { return settings_; }
     std::string getTagName() const override { return "settings"; }

@@ -18,7 +18,7 @@ public:
     }
     std::vector<qf::filesystem::path> const& getAdditionalPath() const { return additionalPaths_; }
 
-    static boost::shared_ptr<XMLNode> createTop(xercesc::Attributes const& attributes,
+    static boost::shared_ptr<XMLNode> createTop(ElementAttributes const& attributes,
                                                 boost::shared_ptr<XMLNode> const& parent) {
         return create<XMLTopSettingsNode>(attributes, parent);
     }

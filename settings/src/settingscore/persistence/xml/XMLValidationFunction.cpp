@@ -1,18 +1,15 @@
 #include <settingscore/persistence/xml/XMLValidationFunction.hpp>
 
-#include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
 #include <settingscore/tree/NodeBuilder.hpp>
 
 namespace settings::core {
 
-using XMLHelperFunctions::getAttribute;
-
-XMLValidationFunction::XMLValidationFunction(xercesc::Attributes const& attributes,
+XMLValidationFunction::XMLValidationFunction(ElementAttributes const& attributes,
                                              boost::shared_ptr<XMLNode> const& parent)
     : XMLLeafNode(parent) {
-    std::string const type = getAttribute(attributes, u"type");
-    std::string const package = getAttribute(attributes, u"packagename");
-    std::string const function = getAttribute(attributes, u"functionname");
+    std::string const type = attributes.get("type");
+    std::string const package = attributes.get("packagename");
+    std::string const function = attributes.get("functionname");
     Validator validator;
     if (type == "ZENBAR") {
         validator = ZValidator(package, function);

@@ -15,7 +15,7 @@ class XMLValueType;
 template <class T>
 class XMLValue : public XMLLeafNode {
 public:
-    XMLValue(xercesc::Attributes const&, boost::shared_ptr<XMLNode> const& parent)
+    XMLValue(ElementAttributes const&, boost::shared_ptr<XMLNode> const& parent)
         : XMLLeafNode(parent) {}
 
     void parseText(ustring const& text) override {

@@ -7,7 +7,6 @@
 #include <boost/any.hpp>
 #include <settingscore/errors/MessageIds.hpp>
 #include <settingscore/persistence/writer/ValueWriter.hpp>
-#include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
 #include <settingscore/persistence/xml/XMLKey.hpp>
 #include <settingscore/persistence/xml/XMLMetaData.hpp>
 #include <settingscore/persistence/xml/XMLRuntimeDefault.hpp>
@@ -25,11 +24,11 @@ class XMLValueType : public XMLNode {
 public:
     /// @throws boost::bad_lexical_cast for sizes that are no numbers; the schema supplies absent
     ///         ones
-    XMLValueType(xercesc::Attributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
+    XMLValueType(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
         : XMLNode(parent),
-          minArraySize_(arraySize(attributes, u"minArraySize")),
-          maxArraySize_(arraySize(attributes, u"maxArraySize")),
-          undefined_(XMLHelperFunctions::isTrue(attributes, u"undef")) {
+          minArraySize_(arraySize(attributes, "minArraySize")),
+          maxArraySize_(arraySize(attributes, "maxArraySize")),
+          undefined_(attributes.isTrue("undef")) {
         auto const node = getSettings();
         node->setDataTypeIndexInternal(parentAs<XMLKey>().canBeAnyType()
                                            ? SettingsImpl::anyTypeIndex
@@ -76,9 +75,8 @@ public:
     }
 
 private:
-    static std::uint64_t arraySize(xercesc::Attributes const& attributes, XMLCh const* name) {
-        return settingscore::boostany::lexicalParse<unsigned long long>(
-            XMLHelperFunctions::getAttribute(attributes, name));
+    static std::uint64_t arraySize(ElementAttributes const& attributes, char const* name) {
+        return settingscore::boostany::lexicalParse<unsigned long long>(attributes.get(name));
     }
 
     std::uint64_t const minArraySize_;

@@ -8,7 +8,7 @@ namespace settings::core {
 namespace {
 
 template <class T>
-boost::shared_ptr<XMLNode> createValueType(xercesc::Attributes const& attributes,
+boost::shared_ptr<XMLNode> createValueType(ElementAttributes const& attributes,
                                            boost::shared_ptr<XMLNode> const& parent) {
     return boost::make_shared<XMLValueType<T>>(attributes, parent);
 }

@@ -1,11 +1,11 @@
-#include <settingscore/persistence/xml/SchemaGrammars.hpp>
+#include <settingscore/persistence/xml/validating/SchemaGrammars.hpp>
 
 #include <map>
 #include <memory>
 #include <mutex>
 
 #include <settingscore/host/I18n.hpp>
-#include <settingscore/persistence/xml/SettingsSaxErrorHandler.hpp>
+#include <settingscore/persistence/xml/validating/SettingsSaxErrorHandler.hpp>
 #include <settingscore/tree/FileWords.hpp>
 #include <settingscore/value/NeverDestroyed.hpp>
 #include <xercesc/framework/XMLGrammarPoolImpl.hpp>
@@ -50,7 +50,7 @@ void completeGrammar(xercesc::SchemaGrammar& grammar) {
 
 }  // namespace
 
-SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const& location,
+SchemaGrammars schemaGrammars(NamedSource const& schema, ustring const& location,
                               ReadState& state) {
     using Pools = std::map<ustring, SchemaGrammars>;
     static std::mutex mutex;
@@ -78,7 +78,7 @@ SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const&
         if (!grammar || qf::i18n::to_string(ustring(grammar->getTargetNamespace())) !=
                             detail::settingsXMLNameSpace) {
             throw xercesc::SAXException(
-                (schema.str() + u" is no schema of settings files").c_str());
+                (schema.file.str() + u" is no schema of settings files").c_str());
         }
         completeGrammar(*grammar);
     }

@@ -1,9 +1,10 @@
-#include <settingscore/persistence/xml/SettingsInputSource.hpp>
+#include <settingscore/persistence/xml/validating/SettingsInputSource.hpp>
 
 #include <algorithm>
 #include <array>
 
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/xml/FileBounds.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/BinInputStream.hpp>
@@ -12,11 +13,11 @@ namespace settings::core {
 
 namespace {
 
-class FileStream : public xercesc::BinInputStream {
+class Stream : public xercesc::BinInputStream {
 public:
     /// Reads the beginning at once: the parser's reader loses memory if its very first read throws.
-    FileStream(qf::filesystem::path const& file, ReadState& state) : reader_(file), state_(state) {
-        end_ = reader_.read(beginning_.data(), beginning_.size());
+    Stream(ByteSource& bytes, ReadState& state) : bytes_(bytes), state_(state) {
+        end_ = bytes_.read(beginning_.data(), beginning_.size());
     }
 
     XMLFilePos curPos() const override { return position_; }
@@ -24,7 +25,7 @@ public:
         std::size_t const count = next(reinterpret_cast<char*>(to), std::min(size, mostAtOnce));
         position_ += count;
         state_.bytesSinceTag += count;
-        if (state_.bytesSinceTag > SettingsInputSource::tagDistanceLimit) {
+        if (state_.bytesSinceTag > FileBounds::tagDistanceLimit) {
             throw xercesc::SAXException(u"A piece of the settings file is too long");
         }
         return count;
@@ -43,14 +44,14 @@ private:
             return count;
         }
         try {
-            return reader_.read(to, size);
+            return bytes_.read(to, size);
         } catch (qf::filesystem::FsysExceptionBase const& error) {
             state_.errorNumber = error.errorNumber();
             throw xercesc::SAXException(qf::i18n::to_ustring(error.what()).c_str());
         }
     }
 
-    qf::filesystem::sequential_reader reader_;
+    ByteSource& bytes_;
     std::array<char, 16384> beginning_;
     std::size_t taken_ = 0;
     std::size_t end_ = 0;
@@ -60,13 +61,13 @@ private:
 
 }  // namespace
 
-SettingsInputSource::SettingsInputSource(qf::filesystem::path const& file, ReadState& state)
-    : InputSource(file.str().c_str()), file_(file), state_(state) {}
+SettingsInputSource::SettingsInputSource(NamedSource const& source, ReadState& state)
+    : InputSource(source.file.str().c_str()), bytes_(source.bytes), state_(state) {}
 
 xercesc::BinInputStream* SettingsInputSource::makeStream() const {
     state_ = {};
     try {
-        return new FileStream(file_, state_);
+        return new Stream(bytes_, state_);
     } catch (qf::filesystem::FsysExceptionBase const& error) {
         state_.errorNumber = error.errorNumber();
         throw xercesc::SAXParseException(qf::i18n::to_ustring(error.what()).c_str(), u"",

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/UString.hpp>
-#include <settingscore/persistence/xml/SettingsInputSource.hpp>
+#include <settingscore/persistence/xml/validating/SettingsInputSource.hpp>
 #include <xercesc/framework/XMLGrammarPool.hpp>
 #include <xercesc/util/SynchronizedStringPool.hpp>
 
@@ -14,12 +13,11 @@ struct SchemaGrammars {
     xercesc::XMLStringPool const& names;
 };
 
-/// The parsed schema of a location. It is parsed once, locked, and then shared by the parsers of
-/// all threads for the rest of the process; a failed attempt is repeated by the next caller.
-/// `state` tells how the reading went.
+/// The parsed schema of a location. It is read and parsed once, locked, and then shared by the
+/// parsers of all threads for the rest of the process; a failed attempt is repeated by the next
+/// caller. `state` tells how the reading went.
 /// @throws xercesc::SAXException, xercesc::XMLException if the schema can't be read
-SchemaGrammars schemaGrammars(qf::filesystem::path const& schema, ustring const& location,
-                              ReadState& state);
+SchemaGrammars schemaGrammars(NamedSource const& schema, ustring const& location, ReadState& state);
 
 /// One parse's view of shared, locked grammars. A locked pool keeps the name of every namespace
 /// that any file ever told; here they go with the parse.
