@@ -15,7 +15,9 @@ void Writing::lock() {
 
 void Writing::begin(std::string const& product) {
     qf::ustring const file = directories_.userFile(product);
-    if (!before_.emplace(product, bytesOf(file)).second || !tree_.isFaulty(file)) return;
+    if (!before_.emplace(product, bytesOf(file)).second) return;
+    // Of one that could not be read at this time the save itself says that it refuses.
+    if (!tree_.isFaulty(file) || !before_[product]) return;
     complain(pathText(file) +
              " could not be read; saving sets it aside with the suffix .rejected, and what it "
              "held is no longer in force");
@@ -23,7 +25,9 @@ void Writing::begin(std::string const& product) {
 
 bool Writing::hasChanged(std::string const& product) const {
     auto const before = before_.find(product);
-    return before != before_.end() && before->second != bytesOf(directories_.userFile(product));
+    if (before == before_.end() || !before->second) return false;
+    auto const now = bytesOf(directories_.userFile(product));
+    return now && *now != *before->second;
 }
 
 std::string Writing::afterword(std::string const& product) const {

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <qbsettings/store/WriteLock.hpp>
@@ -25,8 +26,8 @@ public:
     /// a product, that it could not be read: a save keeps it aside and replaces it by what was
     /// understood of it.
     void begin(std::string const& product);
-    /// True if the user file is another than it was at `begin`. It is the old or the new one,
-    /// whole.
+    /// True if the user file is known to be another than it was at `begin`. It is the old or the
+    /// new one, whole.
     bool hasChanged(std::string const& product) const;
     /// What goes behind the reason why a change of the product failed: a save can fail when its
     /// file is in place already. Empty if the file is as it was.
@@ -40,7 +41,8 @@ private:
     Directories const& directories_;
     Tree const& tree_;
     std::unique_ptr<WriteLock> lock_;
-    std::map<std::string, std::string> before_;  ///< The bytes of user files, by product.
+    /// The bytes of user files, by product; nothing where they could not be read.
+    std::map<std::string, std::optional<std::string>> before_;
 };
 
 }  // namespace qbsettings

@@ -58,6 +58,14 @@ bool existsForSure(fs::path const& path) {
     }
 }
 
+bool isGone(fs::path const& path) {
+    try {
+        return !fs::exists(path);
+    } catch (fs::FsysExceptionBase const&) {
+        return false;
+    }
+}
+
 /// The folder in which one save works, and the files in it. All that its removal needs is there
 /// before the folder is.
 struct WorkFolder {
@@ -177,10 +185,16 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
         ustring const fileName = qf::i18n::to_ustring(name + detail::settingsExtension);
         inWorkFolder(rootPath, fileName, [&](WorkFolder const& folder) {
             saveToFileFunc_.load()(level, top, functor, folder.temporary);
-            if (isWritable(realPath)) {
-                if (replaceRealFile(folder, realPath)) UnreadFiles::replaced(root, realPath);
-            } else {
+            if (!isWritable(realPath)) {
                 givenUpFunc_.load()(GivenUp::noWritePermission, level, top, realPath);
+                return;
+            }
+            try {
+                if (replaceRealFile(folder, realPath)) UnreadFiles::replaced(root, realPath);
+            } catch (...) {
+                // What failed behind the rename leaves our own file in place.
+                if (isGone(folder.temporary)) UnreadFiles::replaced(root, realPath);
+                throw;
             }
         });
     } catch (qf::except::Exception<msg::CanNotCreateTempDirectory, std::exception, void> const&) {

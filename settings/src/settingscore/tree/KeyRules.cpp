@@ -57,6 +57,10 @@ boost::optional<unsigned long> KeyRules::typeIndex() const {
     return read([](SettledRules const& rules) { return rules.typeIndex; });
 }
 
+bool KeyRules::isTyped() const {
+    return read([](SettledRules const& rules) { return rules.typeIndex || rules.typeChecker; });
+}
+
 SettledRules const& KeyRules::settle(boost::any const& value, SettingsImpl const& key) const {
     if (isComplete_.load(std::memory_order_acquire)) return *rules_;
 

@@ -55,6 +55,8 @@ public:
     /// Null if there is none yet.
     ValueWriterFcn writer() const;
     boost::optional<unsigned long> typeIndex() const;
+    /// A value can be of another type than the key.
+    bool isTyped() const;
 
     /// The rules, with what `key` still lacks taken from `value`. From then on they are changed by
     /// nobody but the operations below.

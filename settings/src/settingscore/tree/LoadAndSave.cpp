@@ -57,6 +57,7 @@ void LoadAndSave::setLoader(SettingsImpl::LoadFunc const& loader) {
 void LoadAndSave::setSaver(SettingsImpl::SaveFunc const& saver) {
     Replaced& replaced = Replaced::instance();
     std::lock_guard<std::mutex> const lock(replaced.mutex);
+    isSaverDefault = false;  // First: the saver that comes is called from its first moment on.
     replaced.saver = saver;
     isSaverDefault = files.save && saver.contains(files.save);
 }

@@ -58,14 +58,15 @@ MergeEngine::MergeEngine(HeldLock const& lock, SettingsLevel const& level, Purpo
 
 void MergeEngine::mergeIntoNode(SettingsImpl& target, SettingsImpl const& source,
                                 bool defining) const {
-    mergeOne(target, source, defining);
+    // What stands at the top was put together by the caller.
+    mergeOne(target, source, defining, true);
     if (target.contentInternal().isLeaf) return;
     walkPairs(target, source, lock_, [this](SettingsImpl& into, SettingsImpl const& child) {
         ChildMap const& children = into.contentInternal().children.get();
         auto const found = children.find(NodeView(child, lock_).name());
         bool const isNew = found == children.end();
         SettingsImpl& counterpart = isNew ? *newChild(into, child) : *found->second;
-        mergeOne(counterpart, child, isNew);
+        mergeOne(counterpart, child, isNew, isNew);
         return counterpart.contentInternal().isLeaf ? nullptr : &counterpart;
     });
 }
@@ -77,7 +78,8 @@ SettingsImpl* MergeEngine::newChild(SettingsImpl& target, SettingsImpl const& so
     return child.get();
 }
 
-void MergeEngine::mergeOne(SettingsImpl& target, SettingsImpl const& source, bool defining) const {
+void MergeEngine::mergeOne(SettingsImpl& target, SettingsImpl const& source, bool defining,
+                           bool isNew) const {
     mergePreCheck(target, source, defining);
     NodeContent& own = target.contentInternal();
     if (isLastLevel_ || defining) {
@@ -88,7 +90,7 @@ void MergeEngine::mergeOne(SettingsImpl& target, SettingsImpl const& source, boo
         own.version = from.version;
         own.readOnly = from.readOnly;
     }
-    if (own.isLeaf) mergeIntoLeafNode(target, source, defining);
+    if (own.isLeaf) mergeIntoLeafNode(target, source, isNew);
 }
 
 void MergeEngine::mergePreCheck(SettingsImpl& target, SettingsImpl const& source,
@@ -122,7 +124,7 @@ void MergeEngine::mergeIntoLeafNode(SettingsImpl& target, SettingsImpl const& so
     boost::any value = from.storedInForce();
     if (value.empty()) return;
     // Of a definition and a value that come together the value is the definition's own affair.
-    bool const hasRules = purpose_ == Purpose::trial && !isNew && own.rules.typeIndex();
+    bool const hasRules = purpose_ == Purpose::trial && !isNew && own.rules.isTyped();
     bool const isFirst = !own.values.holdsAnyValue();
     if (isFirst && hasRules) takeShape(own.rules.settle(value, target), value);
     if (!isFirst || hasRules) {

@@ -121,7 +121,8 @@ public:
     /// value stays changed in memory. What a listener throws reaches the caller after the save. A
     /// runtime default that stands behind the value is evaluated
     /// to see whether the value in force changes: if it fails with a message-id exception, nothing
-    /// is stored and the call returns normally; read the value back where that matters.
+    /// is saved, nobody is told, and the call returns normally; read the value back where that
+    /// matters.
     ///
     /// A key without definition takes its type and size from the first value that is checked, even
     /// if that value is refused afterwards. An array of n elements makes it a key of up to n, an

@@ -56,9 +56,15 @@ struct NoOrder {
 using Orphans = std::multimap<std::string, boost::shared_ptr<SettingsImpl>, NoOrder>;
 thread_local Orphans* orphansOfThisThread = nullptr;
 
-void adopt(SettingsImpl::ChildMap& children, Orphans& orphans) {
-    while (!children.empty())
-        orphans.insert(orphans.end(), children.extract(children.begin()));
+/// Keys end with the map.
+void adoptGroups(SettingsImpl::ChildMap& children, Orphans& orphans) {
+    for (auto child = children.begin(); child != children.end();) {
+        auto const next = std::next(child);
+        if (!child->second->contentInternal().isLeaf) {
+            orphans.insert(orphans.end(), children.extract(child));
+        }
+        child = next;
+    }
 }
 
 }  // namespace
@@ -68,12 +74,12 @@ void adopt(SettingsImpl::ChildMap& children, Orphans& orphans) {
 SettingsImpl::~SettingsImpl() {
     if (content_.children.get().empty()) return;
     if (orphansOfThisThread) {
-        adopt(content_.children.edit(), *orphansOfThisThread);
+        adoptGroups(content_.children.edit(), *orphansOfThisThread);
         return;
     }
     Orphans orphans;
     orphansOfThisThread = &orphans;
-    adopt(content_.children.edit(), orphans);
+    adoptGroups(content_.children.edit(), orphans);
     while (!orphans.empty()) {
         boost::shared_ptr<SettingsImpl> const last = std::move(orphans.begin()->second);
         orphans.erase(orphans.begin());
