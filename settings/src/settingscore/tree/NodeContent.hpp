@@ -18,6 +18,7 @@
 #include <settingscore/tree/LevelValues.hpp>
 #include <settingscore/tree/LoadOnce.hpp>
 #include <settingscore/tree/Rare.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -50,7 +51,7 @@ struct NodeContent {
     /// The children as far as they may be looked at: none while a product is not loaded, but for
     /// the thread that loads it.
     ChildMap const& visibleChildren() const {
-        static auto const& none = *new ChildMap;
+        static auto const& none = neverDestroyed<ChildMap>();
         return isPending() && !loadOnce.isRunningHere() ? none : children;
     }
 

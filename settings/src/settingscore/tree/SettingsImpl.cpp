@@ -1,6 +1,7 @@
 #include <settingscore/tree/SettingsImpl.hpp>
 
 #include <settingscore/tree/NodeView.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -82,9 +83,8 @@ SettingsImpl::~SettingsImpl() {
 }
 
 boost::shared_mutex& SettingsImpl::mutexToRoot() {
-    // Never destroyed: threads may still read while the process ends.
-    static auto* const mutexToRoot_ = new boost::shared_mutex;
-    return *mutexToRoot_;
+    static auto& mutexToRoot_ = detail::neverDestroyed<boost::shared_mutex>();
+    return mutexToRoot_;
 }
 
 // --- Flags ----------------------------------------------------------------------------------
