@@ -5,7 +5,6 @@
 
 #include <settingscore/errors/TreeExceptions.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
-#include <settingscore/value/AsciiCase.hpp>
 #include <settingscore/tree/FailureOf.hpp>
 #include <settingscore/tree/KeyChecks.hpp>
 #include <settingscore/tree/LoadAndSave.hpp>
@@ -13,6 +12,7 @@
 #include <settingscore/tree/NodeWalk.hpp>
 #include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 
 namespace settings::core {
 
