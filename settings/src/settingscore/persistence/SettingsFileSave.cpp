@@ -94,6 +94,16 @@ struct WorkFolder {
     fs::path const previous;
 };
 
+/// Nobody opens a file in it while that has more permissions than the one that it replaces. A file
+/// system without permissions has nothing to hide either.
+void closeToOthers(fs::path const& folder) {
+    constexpr unsigned ownerOnly = 0700;
+    try {
+        fs::set_permissions(folder, ownerOnly);
+    } catch (fs::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
+    }
+}
+
 /// Does the work in a new folder, which is gone afterwards, whatever happens.
 /// @throws NoWritePermissionOnDirectory, CanNotCreateTempDirectory, errors of the file layer
 template <class Work>
@@ -108,6 +118,7 @@ void inWorkFolder(fs::path const& parent, ustring const& fileName, Work const& w
             fs::create_directories(folder.path);
             isMade = true;
             if (!fs::exists(folder.path)) continue;
+            closeToOthers(folder.path);
         } catch (fs::FileExistsError const&) {
             continue;  // Somebody else's folder: another name is tried.
         } catch (fs::AccessDenied const& denied) {

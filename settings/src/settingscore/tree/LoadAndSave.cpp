@@ -6,6 +6,7 @@
 #include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/tree/NodeView.hpp>
 #include <settingscore/tree/SettingsSaving.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -24,8 +25,8 @@ struct Replaced {
     boost::optional<SettingsImpl::SaveFunc> saver;
 
     static Replaced& instance() {
-        static auto* const replaced = new Replaced;
-        return *replaced;
+        static auto& replaced = neverDestroyed<Replaced>();
+        return replaced;
     }
 };
 

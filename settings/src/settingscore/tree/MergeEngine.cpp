@@ -84,7 +84,7 @@ void MergeEngine::mergeOne(SettingsImpl& target, SettingsImpl const& source, boo
     NodeContent& own = target.contentInternal();
     if (isLastLevel_ || defining) {
         NodeContent const& from = source.contentWithLock(lock_);
-        own.validator = from.validator;
+        own.validator = from.validator.get();
         own.rules.takeOver(from.rules);
         own.metaData = from.metaData;
         own.version = from.version;
@@ -165,8 +165,7 @@ namespace {
 
 void settleKeyOnLevel(SettingsImpl& key, SettingsLevel const& level, RulesPool& pool) {
     NodeContent& content = key.contentInternal();
-    content.children.reset();   // Keys inside keys are not taken over.
-    content.rules.forgetKey();  // As in a copy, whose rule outlives the node that it names.
+    content.children.reset();  // Keys inside keys are not taken over.
     if (!isVoidRuntimeDefault(content.runTimeDefault.get())) {
         setBelongingLevel(content.runTimeDefault.edit(), level.levelName());
     }
@@ -176,6 +175,7 @@ void settleKeyOnLevel(SettingsImpl& key, SettingsLevel const& level, RulesPool& 
         content.rules.settle(value, key);
         content.values.put(level.position(), value);
     }
+    content.rules.forgetKey();  // As in a copy, whose rule outlives the node that it names.
     content.rules.shareThrough(pool);
 }
 

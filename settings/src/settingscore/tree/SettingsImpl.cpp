@@ -1,6 +1,7 @@
 #include <settingscore/tree/SettingsImpl.hpp>
 
 #include <settingscore/tree/NodeView.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -29,7 +30,7 @@ SettingsImpl::SettingsImpl(std::string name, bool isLeaf, boost::optional<bool> 
     content_.visible = visible;
     content_.version = version;
     content_.parent = parent;
-    if (validator.which() != 0) content_.validator.edit() = std::move(validator);
+    content_.validator = validator;
 }
 
 SettingsImpl::SettingsImpl(std::string name, bool isLeaf, boost::optional<bool> visible,
@@ -88,9 +89,8 @@ SettingsImpl::~SettingsImpl() {
 }
 
 boost::shared_mutex& SettingsImpl::mutexToRoot() {
-    // Never destroyed: threads may still read while the process ends.
-    static auto* const mutexToRoot_ = new boost::shared_mutex;
-    return *mutexToRoot_;
+    static auto& mutexToRoot_ = detail::neverDestroyed<boost::shared_mutex>();
+    return mutexToRoot_;
 }
 
 // --- Flags ----------------------------------------------------------------------------------
