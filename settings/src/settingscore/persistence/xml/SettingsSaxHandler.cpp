@@ -30,6 +30,13 @@ bool SettingsSaxHandler::popNextPaths(qf::filesystem::path& next) {
     return true;
 }
 
+void SettingsSaxHandler::startAgain() {
+    nodeStack_.clear();
+    parsedSettings_.reset();
+    nextPaths_.resize(pathsBefore_);
+    textLength_ = 0;
+}
+
 void SettingsSaxHandler::startElement(std::string_view name, ElementAttributes const& attributes) {
     textLength_ = 0;
     std::string const tag(name);
