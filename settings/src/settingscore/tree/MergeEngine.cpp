@@ -61,7 +61,7 @@ void MergeEngine::mergeIntoNode(SettingsImpl& target, SettingsImpl const& source
     mergeOne(target, source, defining);
     if (target.contentInternal().isLeaf) return;
     walkPairs(target, source, lock_, [this](SettingsImpl& into, SettingsImpl const& child) {
-        ChildMap const& children = into.contentInternal().children;
+        ChildMap const& children = into.contentInternal().children.get();
         auto const found = children.find(NodeView(child, lock_).name());
         bool const isNew = found == children.end();
         SettingsImpl& counterpart = isNew ? *newChild(into, child) : *found->second;
@@ -123,8 +123,9 @@ void MergeEngine::mergeIntoLeafNode(SettingsImpl& target, SettingsImpl const& so
     if (value.empty()) return;
     // Of a definition and a value that come together the value is the definition's own affair.
     bool const hasRules = purpose_ == Purpose::trial && !isNew && own.rules.typeIndex();
-    if (hasRules) takeShape(own.rules.settle(value, target), value);
-    if (own.values.holdsAnyValue() || hasRules) {
+    bool const isFirst = !own.values.holdsAnyValue();
+    if (isFirst && hasRules) takeShape(own.rules.settle(value, target), value);
+    if (!isFirst || hasRules) {
         checkValue(target, lock_, value);
     } else {
         own.rules.settle(value, target);
@@ -160,18 +161,20 @@ void takeShape(SettledRules const& rules, boost::any& value) {
 
 namespace {
 
-void settleKeyOnLevel(SettingsImpl& key, SettingsLevel const& level) {
+void settleKeyOnLevel(SettingsImpl& key, SettingsLevel const& level, RulesPool& pool) {
     NodeContent& content = key.contentInternal();
-    content.children.clear();   // Keys inside keys are not taken over.
+    content.children.reset();   // Keys inside keys are not taken over.
     content.rules.forgetKey();  // As in a copy, whose rule outlives the node that it names.
     if (!isVoidRuntimeDefault(content.runTimeDefault.get())) {
         setBelongingLevel(content.runTimeDefault.edit(), level.levelName());
     }
     boost::any value;
     content.values.take(SettingsLevelManager::userLevel().position(), value);
-    if (value.empty()) return;
-    content.rules.settle(value, key);
-    content.values.put(level.position(), value);
+    if (!value.empty()) {
+        content.rules.settle(value, key);
+        content.values.put(level.position(), value);
+    }
+    content.rules.shareThrough(pool);
 }
 
 }  // namespace
@@ -182,14 +185,15 @@ void MergeEngine::takeFirstFile(SettingsImpl const& target, SettingsImpl& parsed
     boost::shared_mutex unshared;
     boost::upgrade_lock<boost::shared_mutex> const lock(unshared);
     MergeEngine(lock, level, Purpose::load).mergePreCheck(*target.cloneSelf(), parsed, true);
+    RulesPool pool;
     std::vector<SettingsImpl*> waiting{&parsed};
     while (!waiting.empty()) {
         SettingsImpl* const node = waiting.back();
         waiting.pop_back();
         if (node->contentInternal().isLeaf) {
-            settleKeyOnLevel(*node, level);
+            settleKeyOnLevel(*node, level, pool);
         } else {
-            for (auto const& entry : node->contentInternal().children)
+            for (auto const& entry : node->contentInternal().children.get())
                 waiting.push_back(entry.second.get());
         }
     }

@@ -36,7 +36,7 @@ ustring SettingsImpl::createEventIdentifier(HeldLock const&) const {
     ustring identifier;
     identifier.reserve(tag.size() + usualIdLength);
     identifier += tag;
-    content_.eventId.appendTo(identifier);
+    content_.eventId.get().appendTo(identifier);
     return identifier;
 }
 

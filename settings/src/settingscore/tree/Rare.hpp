@@ -18,6 +18,7 @@ public:
         return *this;
     }
 
+    /// Lives as long as this, or, of what is not set, for ever.
     T const& get() const {
         // Never destroyed: threads may still read while the process ends.
         static T const& none = *new T();
@@ -27,6 +28,8 @@ public:
         if (!value_) value_ = std::make_unique<T>();
         return *value_;
     }
+    /// Back to nothing.
+    void reset() noexcept { value_.reset(); }
     void swap(Rare& other) noexcept { value_.swap(other.value_); }
 
 private:

@@ -29,7 +29,7 @@ SettingsImpl::SettingsImpl(std::string name, bool isLeaf, boost::optional<bool> 
     content_.visible = visible;
     content_.version = version;
     content_.parent = parent;
-    content_.validator = std::move(validator);
+    if (validator.which() != 0) content_.validator.edit() = std::move(validator);
 }
 
 SettingsImpl::SettingsImpl(std::string name, bool isLeaf, boost::optional<bool> visible,
@@ -66,14 +66,14 @@ void adopt(SettingsImpl::ChildMap& children, Orphans& orphans) {
 // The children of a node that ends are let go one after another by the outermost end on this
 // thread, and not each inside its parent's: a tree may be deeper than the stack.
 SettingsImpl::~SettingsImpl() {
-    if (content_.children.empty()) return;
+    if (content_.children.get().empty()) return;
     if (orphansOfThisThread) {
-        adopt(content_.children, *orphansOfThisThread);
+        adopt(content_.children.edit(), *orphansOfThisThread);
         return;
     }
     Orphans orphans;
     orphansOfThisThread = &orphans;
-    adopt(content_.children, orphans);
+    adopt(content_.children.edit(), orphans);
     while (!orphans.empty()) {
         boost::shared_ptr<SettingsImpl> const last = std::move(orphans.begin()->second);
         orphans.erase(orphans.begin());
@@ -147,7 +147,7 @@ boost::shared_ptr<SettingsImpl> SettingsImpl::getThisObjectImpl() {
 }
 
 corebus::msg_svc::exchange::IDType SettingsImpl::getImplNodeEventId() const {
-    return content_.eventId;
+    return content_.eventId.get();
 }
 
 void SettingsImpl::enableEventQueue(bool) {}

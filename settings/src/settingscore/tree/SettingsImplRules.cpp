@@ -92,11 +92,12 @@ void SettingsImpl::setMetaData(SettingsKeyMetaData<boost::any> const& metaData) 
 
 Validator const& SettingsImpl::getValidator() const {
     SharedTreeLock const lock;
-    return content_.validator;
+    return content_.validator.get();
 }
 
 void SettingsImpl::setValidator(Validator const& validator) {
-    Validator copy(validator);
+    detail::Rare<Validator> copy;
+    if (validator.which() != 0) copy.edit() = validator;
     UpgradeTreeLock lock;
     ExclusiveTreeLock const exclusive(lock.get());
     content_.validator.swap(copy);

@@ -47,7 +47,7 @@ boost::shared_ptr<SettingsImpl> readChain(ustring const& startingFile) {
     boost::shared_ptr<SettingsImpl> result;
     ustring conflictText;
     // Judges nothing in a load, nor while the files are put together.
-    Validator topValidator;
+    detail::Rare<Validator> topValidator;
     do {
         handler.setSettings({});
         current = qf::filesystem::absolute(current, baseDir);
