@@ -39,12 +39,12 @@ private:
 
     void add(settings::core::SettingsImpl& node, std::size_t depth) {
         auto const& content = node.contentInternal();
+        auto const& validator = content.validator.get();
         out_ << std::string(depth, ' ') << (content.isLeaf ? "key " : "group ") << content.name
              << " visible " << (content.visible ? *content.visible : 2) << " readonly "
              << content.readOnly.value << " version "
              << (content.version ? std::to_string(*content.version) : "none") << " validator "
-             << content.validator.which() << " "
-             << boost::apply_visitor(FunctionText(), content.validator);
+             << validator.which() << " " << boost::apply_visitor(FunctionText(), validator);
         auto const& runtimeDefault = content.runTimeDefault.get();
         out_ << " default " << runtimeDefault.which() << " "
              << boost::apply_visitor(FunctionText(), runtimeDefault);
@@ -66,7 +66,7 @@ private:
             }
         }
         out_ << "\n";
-        for (auto const& [name, child] : content.children) {
+        for (auto const& [name, child] : content.visibleChildren()) {
             out_ << name << ":";
             add(*child, depth + 1);
         }

@@ -1,16 +1,17 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/persistence/xml/DocumentHandler.hpp>
 #include <settingscore/persistence/xml/FileBounds.hpp>
-#include <settingscore/persistence/xml/XMLNode.hpp>
+#include <settingscore/persistence/xml/HandlerStack.hpp>
 
 namespace settings::core {
+
+class XMLTopSettingsNode;
 
 /// Turns what a parser reads into a stack of element handlers, one for each open element. One
 /// handler serves the files of one `SettingsXMLReader::getParsedSettings`, one after the other. It
@@ -40,10 +41,9 @@ public:
     void endElement(std::string_view name) override;
 
 private:
-    using TopNodesHandlerMap = XMLNode::HandlerMap;
-    static TopNodesHandlerMap const& topNodesHandlerMap();
-
-    std::deque<boost::shared_ptr<XMLNode>> nodeStack_;
+    HandlerStack nodeStack_;
+    /// The lowest of the stack.
+    XMLTopSettingsNode* root_ = nullptr;
     boost::shared_ptr<SettingsImpl> parsedSettings_;
     std::vector<qf::filesystem::path> nextPaths_;
     /// How many of them are from files before the one that is being read.
