@@ -1,13 +1,14 @@
 #include <settingscore/persistence/xml/XMLKey.hpp>
 
 #include <settingscore/errors/MessageIds.hpp>
+#include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/persistence/writer/ValueWriter.hpp>
 #include <settingscore/persistence/xml/XMLValidationFunction.hpp>
 #include <settingscore/persistence/xml/XMLValueTypes.hpp>
 
 namespace settings::core {
 
-XMLKey::XMLKey(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
+XMLKey::XMLKey(ElementAttributes const& attributes, XMLNode* parent)
     : XMLNode(parent),
       // Not in one block with its count: a key that takes over this one's size rule goes on
       // referring weakly to this node, and would keep its memory.
@@ -17,7 +18,7 @@ XMLKey::XMLKey(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> c
                                  boost::shared_ptr<SettingsImpl>())),
       canBeAnyType_(attributes.isTrue("anytype")) {}
 
-void XMLKey::closeTag() const {
+void XMLKey::closeTag() {
     SettingsImpl::ValueWriterFcn writer = keyValueWriter_;
     if (canBeAnyType_) {
         settings_->setDataTypeIndexInternal(SettingsImpl::anyTypeIndex);
@@ -27,20 +28,23 @@ void XMLKey::closeTag() const {
             ZENBAR::settings::core::TypeNotSpecifiedForNoneAnyType>(settings_->getName());
     }
     settings_->setValueWriterFcnInternal(writer);
-    bool const hasDefault =
-        !isVoidRuntimeDefault(settings_->contentInternal().runTimeDefault.get());
-    if (!hasDefault && !keyValue_.empty()) settings_->setAnyInternal(keyValue_, "user");
+    auto& content = settings_->contentInternal();
+    bool const hasDefault = !isVoidRuntimeDefault(content.runTimeDefault.get());
+    if (!hasDefault && !keyValue_.empty()) {
+        content.values.put(SettingsLevelManager::userLevel().position(), keyValue_);
+    }
     settings_->setParentInternal(getParentXMLNode()->getSettings());
 }
 
-XMLNode::HandlerMap const& XMLKey::getHandlerMap() const {
-    static auto const& handlers = *new HandlerMap([] {
-        HandlerMap map = valueTypeHandlers();
-        map.emplace("validationfunc", &create<XMLValidationFunction>);
-        map.emplace("key", &create<XMLKey>);
-        return map;
-    }());
-    return handlers;
+XMLNode::Creator XMLKey::creatorOf(ElementKind kind) const {
+    switch (kind) {
+        case ElementKind::validationfunc:
+            return &create<XMLValidationFunction>;
+        case ElementKind::key:
+            return &create<XMLKey>;
+        default:
+            return creatorOfType(kind);
+    }
 }
 
 }  // namespace settings::core

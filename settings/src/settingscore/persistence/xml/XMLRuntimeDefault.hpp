@@ -9,8 +9,7 @@ namespace settings::core {
 template <class T>
 class XMLRuntimeDefault : public XMLLeafNode {
 public:
-    XMLRuntimeDefault(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
-        : XMLLeafNode(parent) {
+    XMLRuntimeDefault(ElementAttributes const& attributes, XMLNode* parent) : XMLLeafNode(parent) {
         std::string const type = attributes.get("type");
         std::string const package = attributes.get("packagename");
         std::string const function = attributes.get("functionname");

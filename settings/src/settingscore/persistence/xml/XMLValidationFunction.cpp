@@ -4,8 +4,7 @@
 
 namespace settings::core {
 
-XMLValidationFunction::XMLValidationFunction(ElementAttributes const& attributes,
-                                             boost::shared_ptr<XMLNode> const& parent)
+XMLValidationFunction::XMLValidationFunction(ElementAttributes const& attributes, XMLNode* parent)
     : XMLLeafNode(parent) {
     std::string const type = attributes.get("type");
     std::string const package = attributes.get("packagename");
