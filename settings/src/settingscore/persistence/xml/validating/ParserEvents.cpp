@@ -1,13 +1,11 @@
 #include <settingscore/persistence/xml/validating/ParserEvents.hpp>
 
-#include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
+#include <settingscore/persistence/xml/validating/ParserText.hpp>
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 
 namespace settings::core {
-
-using XMLHelperFunctions::XmlString2String;
 
 void ParserEvents::startElement(XMLCh const*, XMLCh const* localName, XMLCh const*,
                                 xercesc::Attributes const& attributes) {
@@ -15,18 +13,18 @@ void ParserEvents::startElement(XMLCh const*, XMLCh const* localName, XMLCh cons
     XMLSize_t const count = attributes.getLength();
     texts_.clear();
     for (XMLSize_t i = 0; i < count; ++i) {
-        texts_.push_back(XmlString2String(attributes.getQName(i)));
-        texts_.push_back(XmlString2String(attributes.getValue(i)));
+        texts_.push_back(utf8Of(attributes.getQName(i)));
+        texts_.push_back(utf8Of(attributes.getValue(i)));
     }
     attributes_.clear();
     for (std::size_t i = 0; i < texts_.size(); i += 2)
         attributes_.add(texts_[i], texts_[i + 1]);
-    handler_.startElement(XmlString2String(localName), attributes_);
+    handler_.startElement(utf8Of(localName), attributes_);
 }
 
 void ParserEvents::endElement(XMLCh const*, XMLCh const* localName, XMLCh const*) {
     readState_.bytesSinceTag = 0;
-    handler_.endElement(XmlString2String(localName));
+    handler_.endElement(utf8Of(localName));
 }
 
 void ParserEvents::characters(XMLCh const* chars, XMLSize_t length) {
