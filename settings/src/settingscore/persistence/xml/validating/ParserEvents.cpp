@@ -12,15 +12,14 @@ using XMLHelperFunctions::XmlString2String;
 void ParserEvents::startElement(XMLCh const*, XMLCh const* localName, XMLCh const*,
                                 xercesc::Attributes const& attributes) {
     readState_.bytesSinceTag = 0;
-    XMLSize_t const count = attributes.getLength();
-    texts_.clear();
-    for (XMLSize_t i = 0; i < count; ++i) {
-        texts_.push_back(XmlString2String(attributes.getQName(i)));
-        texts_.push_back(XmlString2String(attributes.getValue(i)));
-    }
     attributes_.clear();
-    for (std::size_t i = 0; i < texts_.size(); i += 2)
-        attributes_.add(texts_[i], texts_[i + 1]);
+    for (XMLSize_t i = 0; i < attributes.getLength(); ++i) {
+        AttributeKind const kind = attributeKind(XmlString2String(attributes.getQName(i)));
+        if (kind == AttributeKind::unknown) continue;  // Of namespaces, and the like.
+        std::string& value = values_[static_cast<std::size_t>(kind)];
+        value = XmlString2String(attributes.getValue(i));
+        attributes_.set(kind, value);
+    }
     handler_.startElement(XmlString2String(localName), attributes_);
 }
 
