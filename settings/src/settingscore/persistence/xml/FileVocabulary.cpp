@@ -19,30 +19,30 @@ constexpr ElementKind ofType(unsigned long index) {
 }
 
 #define SETTINGSCORE_ROW(type, index, name, wide, word) {name, ofType(index)},
-constexpr Row<ElementKind> elements[] = {{"settings", ElementKind::settings},
-                                         {"key", ElementKind::key},
-                                         {"additionalpath", ElementKind::additionalpath},
-                                         {"validationfunc", ElementKind::validationfunc},
-                                         {"runtimedefault", ElementKind::runtimedefault},
-                                         {"metadata", ElementKind::metadata},
-                                         {"value", ElementKind::value},
-                                         {"min", ElementKind::min},
-                                         {"max", ElementKind::max},
-                                         {"choices", ElementKind::choices},
-                                         SETTINGSCORE_ELEMENT_TYPES(SETTINGSCORE_ROW)};
+constexpr Row<ElementKind> elementRows[] = {{"settings", ElementKind::settings},
+                                            {"key", ElementKind::key},
+                                            {"additionalpath", ElementKind::additionalpath},
+                                            {"validationfunc", ElementKind::validationfunc},
+                                            {"runtimedefault", ElementKind::runtimedefault},
+                                            {"metadata", ElementKind::metadata},
+                                            {"value", ElementKind::value},
+                                            {"min", ElementKind::min},
+                                            {"max", ElementKind::max},
+                                            {"choices", ElementKind::choices},
+                                            SETTINGSCORE_ELEMENT_TYPES(SETTINGSCORE_ROW)};
 #undef SETTINGSCORE_ROW
 
-constexpr Row<AttributeKind> attributes[] = {{"name", AttributeKind::name},
-                                             {"visible", AttributeKind::visible},
-                                             {"version", AttributeKind::version},
-                                             {"readonly", AttributeKind::readonly},
-                                             {"anytype", AttributeKind::anytype},
-                                             {"minArraySize", AttributeKind::minArraySize},
-                                             {"maxArraySize", AttributeKind::maxArraySize},
-                                             {"undef", AttributeKind::undef},
-                                             {"type", AttributeKind::type},
-                                             {"packagename", AttributeKind::packagename},
-                                             {"functionname", AttributeKind::functionname}};
+constexpr Row<AttributeKind> attributeRows[] = {{"name", AttributeKind::name},
+                                                {"visible", AttributeKind::visible},
+                                                {"version", AttributeKind::version},
+                                                {"readonly", AttributeKind::readonly},
+                                                {"anytype", AttributeKind::anytype},
+                                                {"minArraySize", AttributeKind::minArraySize},
+                                                {"maxArraySize", AttributeKind::maxArraySize},
+                                                {"undef", AttributeKind::undef},
+                                                {"type", AttributeKind::type},
+                                                {"packagename", AttributeKind::packagename},
+                                                {"functionname", AttributeKind::functionname}};
 
 /// Finds a name in one look. `placeOf` has to give each its own place, which the assertions below
 /// prove: a name that shares one needs other factors.
@@ -76,8 +76,8 @@ private:
     bool areApart_ = true;
 };
 
-constexpr Names<ElementKind> elementNames(elements);
-constexpr Names<AttributeKind> attributeNames(attributes);
+constexpr Names<ElementKind> elementNames(elementRows);
+constexpr Names<AttributeKind> attributeNames(attributeRows);
 static_assert(elementNames.areApart() && attributeNames.areApart());
 
 }  // namespace
