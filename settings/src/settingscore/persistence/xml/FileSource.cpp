@@ -24,7 +24,7 @@ bool FileSource::takeWhole(std::size_t most) {
 /// False at the end, and as soon as there is more than allowed.
 bool FileSource::takeMore(std::size_t most) {
     if (size_ == room_) {
-        std::size_t const room = std::max(firstRoom, 2 * room_);
+        std::size_t const room = std::max(firstRoom, 4 * room_);
         std::unique_ptr<char[]> larger(new char[room]);
         std::copy_n(memory_.get(), size_, larger.get());
         memory_ = std::move(larger);

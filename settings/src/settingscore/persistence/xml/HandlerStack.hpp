@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
-#include <string_view>
+#include <memory>
+#include <vector>
 
 #include <settingscore/persistence/xml/XMLNode.hpp>
 
@@ -18,21 +18,21 @@ public:
     ~HandlerStack() { clear(); }
 
     std::size_t depth() const { return depth_; }
-    XMLNode& top() { return *at(depth_ - 1).handler; }
-    ElementKind topKind() { return at(depth_ - 1).kind; }
+    XMLNode& top() { return *places_[depth_ - 1]->handler; }
+    ElementKind topKind() const { return places_[depth_ - 1]->kind; }
 
     /// Adds what `make(room)` makes there.
     template <class Make>
     void push(ElementKind kind, Make const& make) {
-        if (depth_ == places_.size()) places_.emplace_back();
-        Place& place = at(depth_);
+        if (depth_ == places_.size()) places_.push_back(std::make_unique<Place>());
+        Place& place = *places_[depth_];
         place.handler = make(place.room);
         place.kind = kind;
         ++depth_;
     }
     void pop() {
-        at(depth_ - 1).handler->~XMLNode();
         --depth_;
+        places_[depth_]->handler->~XMLNode();
     }
     void clear() {
         while (depth_ > 0)
@@ -45,10 +45,9 @@ private:
         ElementKind kind = ElementKind::unknown;
         XMLNode::Room room;
     };
-    Place& at(std::size_t depth) { return places_[depth]; }
 
     /// Handlers refer to those above: none may move.
-    std::deque<Place> places_;
+    std::vector<std::unique_ptr<Place>> places_;
     std::size_t depth_ = 0;
 };
 

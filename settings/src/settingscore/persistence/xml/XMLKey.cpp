@@ -12,11 +12,12 @@ XMLKey::XMLKey(ElementAttributes const& attributes, XMLNode* parent)
     : XMLNode(parent),
       // Not in one block with its count: a key that takes over this one's size rule goes on
       // referring weakly to this node, and would keep its memory.
-      settings_(new SettingsImpl(attributes.get("name"), true,
-                                 boost::optional<bool>(attributes.isTrue("visible")), Validator(),
-                                 boost::logic::tribool(attributes.isTrue("readonly")),
+      settings_(new SettingsImpl(attributes.get(AttributeKind::name), true,
+                                 boost::optional<bool>(attributes.isTrue(AttributeKind::visible)),
+                                 Validator(),
+                                 boost::logic::tribool(attributes.isTrue(AttributeKind::readonly)),
                                  boost::shared_ptr<SettingsImpl>())),
-      canBeAnyType_(attributes.isTrue("anytype")) {}
+      canBeAnyType_(attributes.isTrue(AttributeKind::anytype)) {}
 
 void XMLKey::closeTag() {
     SettingsImpl::ValueWriterFcn writer = keyValueWriter_;

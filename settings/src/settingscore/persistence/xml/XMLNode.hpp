@@ -8,7 +8,7 @@
 #include <boost/shared_ptr.hpp>
 #include <settingscore/host/UString.hpp>
 #include <settingscore/persistence/xml/ElementAttributes.hpp>
-#include <settingscore/persistence/xml/ElementKind.hpp>
+#include <settingscore/persistence/xml/FileVocabulary.hpp>
 
 namespace settings::core {
 

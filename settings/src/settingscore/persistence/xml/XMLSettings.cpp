@@ -10,11 +10,12 @@ namespace settings::core {
 XMLSettings::XMLSettings(ElementAttributes const& attributes, XMLNode* parent) : XMLNode(parent) {
     // A group that does not say so is as its parent is.
     boost::logic::tribool readOnly(boost::logic::indeterminate);
-    if (attributes.isTrue("readonly")) readOnly = true;
+    if (attributes.isTrue(AttributeKind::readonly)) readOnly = true;
     settings_ = boost::make_shared<SettingsImpl>(
-        attributes.get("name"), false, boost::optional<bool>(attributes.isTrue("visible")),
-        XMLSettingsDetails::getVersionNumber(attributes.get("version")), readOnly, Validator(),
-        boost::shared_ptr<SettingsImpl>());
+        attributes.get(AttributeKind::name), false,
+        boost::optional<bool>(attributes.isTrue(AttributeKind::visible)),
+        XMLSettingsDetails::getVersionNumber(attributes.get(AttributeKind::version)), readOnly,
+        Validator(), boost::shared_ptr<SettingsImpl>());
 }
 
 void XMLSettings::closeTag() {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <boost/any.hpp>
@@ -26,9 +27,9 @@ public:
     ///         ones
     XMLValueType(ElementAttributes const& attributes, XMLNode* parent)
         : XMLNode(parent),
-          minArraySize_(arraySize(attributes, "minArraySize")),
-          maxArraySize_(arraySize(attributes, "maxArraySize")),
-          undefined_(attributes.isTrue("undef")) {
+          minArraySize_(arraySize(attributes.view(AttributeKind::minArraySize))),
+          maxArraySize_(arraySize(attributes.view(AttributeKind::maxArraySize))),
+          undefined_(attributes.isTrue(AttributeKind::undef)) {
         boost::shared_ptr<SettingsImpl> const& node = getSettings();
         node->setDataTypeIndexInternal(parentAs<XMLKey>().canBeAnyType()
                                            ? SettingsImpl::anyTypeIndex
@@ -90,8 +91,9 @@ public:
     }
 
 private:
-    static std::uint64_t arraySize(ElementAttributes const& attributes, char const* name) {
-        return settingscore::boostany::lexicalParse<unsigned long long>(attributes.get(name));
+    static std::uint64_t arraySize(std::string_view text) {
+        if (text == "1") return 1;  // Nearly always.
+        return settingscore::boostany::lexicalParse<unsigned long long>(text);
     }
 
     std::uint64_t const minArraySize_;

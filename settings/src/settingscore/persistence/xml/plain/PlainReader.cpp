@@ -67,7 +67,8 @@ private:
     void endTag();
     void content();
     void tell();
-    void attributes(ElementKind kind, bool isRoot);
+    void attributes(ElementRule const& rule, bool isRoot);
+    void attribute(AttributeKind kind);
     void rootAttribute(std::string_view name, std::string_view value, unsigned& seen);
     bool piecesAddUp() const;
 
@@ -75,7 +76,7 @@ private:
     DocumentHandler& handler_;
     std::vector<OpenElement> open_;
     ElementAttributes attributes_;
-    std::array<std::string, mostAttributes> rooms_;
+    std::array<std::string, attributeKindCount> rooms_;
     std::string room_;
     ustring piece_;
 };
@@ -122,7 +123,7 @@ void PlainReader::tag() {
 }
 
 void PlainReader::startTag() {
-    scanner_.expect("<");
+    scanner_.expect('<');
     std::string_view const name = scanner_.name();
     ElementKind const kind = elementKind(name);
     if (open_.empty()) {
@@ -132,9 +133,9 @@ void PlainReader::startTag() {
                open_.size() >= FileBounds::nestingLimit) {
         throw NotPlain();
     }
-    attributes(kind, open_.empty());
-    bool const isEmpty = scanner_.skip("/");
-    scanner_.expect(">");
+    attributes(ruleOf(kind), open_.empty());
+    bool const isEmpty = scanner_.skip('/');
+    scanner_.expect('>');
     handler_.startElement(name, attributes_);
     if (isEmpty) {
         handler_.endElement(name);
@@ -145,48 +146,45 @@ void PlainReader::startTag() {
 
 void PlainReader::endTag() {
     std::string_view const name = open_.back().name;
-    if (scanner_.name() != name) throw NotPlain();
+    scanner_.expect(name);
     scanner_.skipSpace();
-    scanner_.expect(">");
+    scanner_.expect('>');
     open_.pop_back();
     handler_.endElement(name);
 }
 
-void PlainReader::attributes(ElementKind kind, bool isRoot) {
-    ElementRule const& rule = ruleOf(kind);
+void PlainReader::attributes(ElementRule const& rule, bool isRoot) {
     attributes_.clear();
-    unsigned seen = 0;
     unsigned seenOfRoot = 0;
     while (scanner_.skipSpace()) {
         std::string_view const name = scanner_.name();
         if (name.empty()) break;
-        std::size_t i = 0;
-        while (i < mostAttributes && rule.attributes[i].name != name)
-            ++i;
         scanner_.skipSpace();
-        scanner_.expect("=");
+        scanner_.expect('=');
         scanner_.skipSpace();
-        if (i == mostAttributes) {
-            if (!isRoot) throw NotPlain();
+        AttributeKind const kind = attributeKind(name);
+        if (rule.attributes & bitOf(kind)) {
+            attribute(kind);
+        } else if (isRoot) {
             rootAttribute(name, scanner_.attributeValue(room_), seenOfRoot);
-            continue;
-        }
-        std::string_view const value = scanner_.attributeValue(rooms_[i]);
-        if (value.find_first_of(rule.attributes[i].refused) != std::string_view::npos ||
-            (seen & (1u << i))) {
+        } else {
             throw NotPlain();
         }
-        seen |= 1u << i;
-        attributes_.add(name, value);
     }
     // The elements' own namespace has to be there, that of the hint with the hint.
     if (isRoot && seenOfRoot != 1 && seenOfRoot != 3 && seenOfRoot != 7) throw NotPlain();
-    for (std::size_t i = 0; i < mostAttributes; ++i) {
-        AttributeRule const& attribute = rule.attributes[i];
-        if (attribute.standard && !(seen & (1u << i))) {
-            attributes_.add(attribute.name, attribute.standard);
+    for (AttributeKind const kind : {AttributeKind::minArraySize, AttributeKind::maxArraySize})
+        if ((rule.attributesWithOne & bitOf(kind)) && !attributes_.has(kind)) {
+            attributes_.set(kind, "1");
         }
-    }
+}
+
+void PlainReader::attribute(AttributeKind kind) {
+    std::string_view const value = scanner_.attributeValue(rooms_[static_cast<std::size_t>(kind)]);
+    std::string_view const refused = refusedIn(kind);
+    bool const isRefused = !refused.empty() && value.find_first_of(refused) != value.npos;
+    if (isRefused || attributes_.has(kind)) throw NotPlain();
+    attributes_.set(kind, value);
 }
 
 /// The namespaces, and the hint where the schema lies, which nobody follows.

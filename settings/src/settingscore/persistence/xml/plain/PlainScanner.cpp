@@ -36,10 +36,15 @@ bool isCharacter(char32_t c) {
     return c < 0xd800 || (c > 0xdfff && c < 0xfffe) || (c > 0xffff && c < 0x110000);
 }
 
-bool isNameByte(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == ':' ||
-           c == '_' || c == '-' || c == '.';
+constexpr std::array<bool, 256> nameBytes() {
+    std::array<bool, 256> are{};
+    for (char const c : std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                         "0123456789:_-."))
+        are[static_cast<unsigned char>(c)] = true;
+    return are;
 }
+
+constexpr std::array<bool, 256> isNameByte = nameBytes();
 
 void append(std::string& to, char32_t c) {
     auto const put = [&](char32_t unit) { to.push_back(static_cast<char>(unit)); };
@@ -72,19 +77,12 @@ void append(ustring& to, char32_t c) {
     }
 }
 
-bool PlainScanner::skip(std::string_view words) {
-    if (static_cast<std::size_t>(end_ - at_) < words.size() ||
-        !std::equal(words.begin(), words.end(), at_)) {
-        return false;
-    }
-    at_ += words.size();
-    return true;
-}
-
 bool PlainScanner::skipSpace() {
     char const* const begin = at_;
-    while (at_ != end_ && (kindOf(*at_) == Byte::space || *at_ == '\r'))
-        ++at_;
+    for (; at_ != end_; ++at_) {
+        char const c = *at_;
+        if (c != ' ' && c != '\n' && c != '\t' && c != '\r') break;
+    }
     return at_ != begin;
 }
 
@@ -102,7 +100,8 @@ void PlainScanner::skipComment() {
 
 std::string_view PlainScanner::name() {
     char const* const begin = at_;
-    at_ = std::find_if_not(at_, end_, isNameByte);
+    while (at_ != end_ && isNameByte[static_cast<unsigned char>(*at_)])
+        ++at_;
     return {begin, static_cast<std::size_t>(at_ - begin)};
 }
 

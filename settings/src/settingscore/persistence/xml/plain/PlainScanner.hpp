@@ -23,8 +23,22 @@ public:
     /// The next byte; NUL at the end, which no text holds.
     char peek() const { return at_ == end_ ? '\0' : *at_; }
     /// Steps over the words if they are next.
-    bool skip(std::string_view words);
-    void expect(std::string_view words) {
+    bool skip(std::string_view words) {
+        if (peek() != words.front() || static_cast<std::size_t>(end_ - at_) < words.size()) {
+            return false;
+        }
+        for (std::size_t i = 1; i < words.size(); ++i)
+            if (at_[i] != words[i]) return false;
+        at_ += words.size();
+        return true;
+    }
+    bool skip(char mark) {
+        if (peek() != mark) return false;
+        ++at_;
+        return true;
+    }
+    template <class Words>
+    void expect(Words const& words) {
         if (!skip(words)) throw NotPlain();
     }
     /// True if there was white space.

@@ -7,12 +7,11 @@ namespace settings::core::plain {
 namespace {
 
 using Kind = ElementKind;
+using Attribute = AttributeKind;
 
-constexpr std::uint32_t bitsOf(std::initializer_list<Kind> kinds) {
-    std::uint32_t bits = 0;
-    for (Kind const kind : kinds)
-        bits |= bitOf(kind);
-    return bits;
+template <class... Kinds>
+constexpr std::uint32_t bitsOf(Kinds... kinds) {
+    return (bitOf(kinds) | ...);
 }
 
 constexpr std::uint32_t typeElements() {
@@ -20,40 +19,39 @@ constexpr std::uint32_t typeElements() {
     return ((std::uint32_t(1) << settingscore::boostany::elementTypeCount) - 1) << first;
 }
 
-constexpr std::string_view nodeName = "<&\"\t\n\r";
-constexpr std::string_view functionName = "<&\"'\t\n\r";
-
 constexpr ElementRule settingsRule{
-    bitsOf({Kind::validationfunc, Kind::key, Kind::settings, Kind::additionalpath}),
-    false,
-    {{"name", nodeName, nullptr},
-     {"visible", {}, nullptr},
-     {"version", {}, nullptr},
-     {"readonly", {}, nullptr}}};
+    bitsOf(Kind::validationfunc, Kind::key, Kind::settings, Kind::additionalpath), false,
+    bitsOf(Attribute::name, Attribute::visible, Attribute::version, Attribute::readonly), 0};
 
-constexpr ElementRule keyRule{bitsOf({Kind::validationfunc, Kind::key}) | typeElements(),
-                              false,
-                              {{"name", nodeName, nullptr},
-                               {"visible", {}, nullptr},
-                               {"readonly", {}, nullptr},
-                               {"anytype", {}, nullptr}}};
+constexpr ElementRule keyRule{
+    bitsOf(Kind::validationfunc, Kind::key) | typeElements(), false,
+    bitsOf(Attribute::name, Attribute::visible, Attribute::readonly, Attribute::anytype), 0};
 
 constexpr ElementRule typeRule{
-    bitsOf({Kind::value, Kind::runtimedefault, Kind::metadata}),
-    false,
-    {{"minArraySize", {}, "1"}, {"maxArraySize", {}, "1"}, {"undef", {}, nullptr}}};
+    bitsOf(Kind::value, Kind::runtimedefault, Kind::metadata), false,
+    bitsOf(Attribute::minArraySize, Attribute::maxArraySize, Attribute::undef),
+    bitsOf(Attribute::minArraySize, Attribute::maxArraySize)};
 
-constexpr ElementRule metadataRule{bitsOf({Kind::min, Kind::max, Kind::choices}), false, {}};
+constexpr ElementRule metadataRule{bitsOf(Kind::min, Kind::max, Kind::choices), false, 0, 0};
 
-constexpr ElementRule functionRule{0,
-                                   false,
-                                   {{"type", {}, nullptr},
-                                    {"packagename", functionName, nullptr},
-                                    {"functionname", functionName, nullptr}}};
+constexpr ElementRule functionRule{
+    0, false, bitsOf(Attribute::type, Attribute::packagename, Attribute::functionname), 0};
 
-constexpr ElementRule textRule{0, true, {}};
+constexpr ElementRule textRule{0, true, 0, 0};
 
 }  // namespace
+
+std::string_view refusedIn(AttributeKind kind) {
+    switch (kind) {
+        case Attribute::name:
+            return "<&\"\t\n\r";
+        case Attribute::packagename:
+        case Attribute::functionname:
+            return "<&\"'\t\n\r";
+        default:
+            return {};
+    }
+}
 
 ElementRule const& ruleOf(ElementKind kind) {
     switch (kind) {
