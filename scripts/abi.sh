@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Compares the symbols of its own that the library exports with the list that they are promised by,
-# and tells which came and which went; or writes the list anew.
+# and tells which came and which went; or writes the list anew. Looks whether the library does without
+# the parser, and whether the parser's module shows nothing but the way in.
 # Usage: abi.sh [--update] [LIBRARY]
 set -euo pipefail
 
@@ -17,7 +18,7 @@ export LC_ALL=C
 # By the names before they are taken apart: the library's own namespaces, and its C names. Copies of
 # other libraries' templates come and go with the compiler and its options, and nobody relies on them.
 own='^(_Z(T[VIT])?(N[KRO]*|L|)(8settings4core|6ZENBAR8settings|12settingscore)|libqbsettingscore_|[^_])'
-# A name that two symbols have, as a constructor has, is told once.
+# A name that two symbols have, as a constructor has, is listed once.
 symbols() {
     nm --dynamic --defined-only --format=posix "$library" | awk '{ print $1 }' |
         grep -E "$own" | c++filt |
@@ -37,5 +38,17 @@ elif ! changes=$(diff "$list" "$listed"); then
     sed -n -e 's/^</went:/p' -e 's/^>/came:/p' <<<"$changes"
     echo "If this is meant: a new symbol raises the version of the project, one that went or changed"
     echo "the SOVERSION as well. Then renew the list with scripts/abi.sh --update."
+    exit 1
+fi
+
+if readelf --dynamic "$library" | grep --fixed-strings '[libxerces'; then
+    echo "The library itself needs the parser, which is for its module."
+    exit 1
+fi
+module=${library%/*}/qbsettings/libqbsettingsparser.so
+exported=$(nm --dynamic --defined-only --format=posix "$module" | awk '{ print $1 }')
+if [[ $exported != qbsettings_parser ]]; then
+    echo "The parser's module exports more than its entry:"
+    echo "$exported"
     exit 1
 fi

@@ -38,6 +38,12 @@ expect "$prefix/share/qbsettings" "$(alone "$program" dirs | sed -n 's/^host\t//
 alone "$program" --host-root "$examples" list >listed || fail "the examples have faults"
 grep -q $'^plotter\\.lineWidth\tdouble\tfactory\t0\\.35$' listed || fail "no line of plotter.lineWidth"
 
+# A look at a file as it is written.
+cp -r "$examples/toolbox" odd
+sed -i 's/visible="true"/visible="maybe"/' odd/plotter/plotter.settings
+alone "$program" check "$place/odd/plotter/plotter.settings" >found || fail "check fails"
+grep -q 'plotter.settings:[0-9]*:[0-9]*: .*visible="maybe" counts as false' found || fail "$(cat found)"
+
 # Whatever the libraries export is declared in a header that is installed.
 while read -r header; do
     [[ -e $prefix/include/$header ]] || fail "$header is not installed"

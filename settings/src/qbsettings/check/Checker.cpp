@@ -1,7 +1,6 @@
 #include <qbsettings/check/Checker.hpp>
 
 #include <qbsettings/check/Findings.hpp>
-#include <qbsettings/check/Markup.hpp>
 #include <qbsettings/check/MarkupReview.hpp>
 #include <qbsettings/check/ValueReview.hpp>
 #include <qbsettings/errors/Errors.hpp>
@@ -10,11 +9,14 @@
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/Markup.hpp>
 #include <settingscore/tree/Settings.hpp>
 
 namespace qbsettings {
 
 namespace fs = qf::filesystem;
+using settings::core::Markup;
+using settings::core::readMarkup;
 using settings::core::Settings;
 
 namespace {

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <iterator>
 
-#include <qbsettings/check/Markup.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <qbsettings/text/Values.hpp>
 #include <settingscore/host/Platform.hpp>
@@ -12,6 +11,7 @@
 
 namespace qbsettings {
 
+using settings::core::Markup;
 using settings::core::detail::foldedAscii;
 
 namespace {

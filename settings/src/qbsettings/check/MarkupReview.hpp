@@ -3,13 +3,13 @@
 #include <vector>
 
 #include <qbsettings/errors/Fault.hpp>
+#include <settingscore/persistence/Markup.hpp>
 
 namespace qbsettings {
 
-struct Markup;
-
 /// What the words of one file say without effect. `ofUser`: it is a user's file, which declares no
 /// rules.
-std::vector<Warning> warningsOfMarkup(qf::ustring const& file, Markup const& top, bool ofUser);
+std::vector<Warning> warningsOfMarkup(qf::ustring const& file, settings::core::Markup const& top,
+                                      bool ofUser);
 
 }  // namespace qbsettings

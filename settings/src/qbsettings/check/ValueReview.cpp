@@ -1,12 +1,15 @@
 #include <qbsettings/check/ValueReview.hpp>
 
-#include <qbsettings/check/Markup.hpp>
 #include <qbsettings/store/KeyState.hpp>
 #include <qbsettings/store/NewValue.hpp>
 #include <qbsettings/text/Values.hpp>
+#include <settingscore/persistence/Markup.hpp>
 #include <settingscore/tree/Settings.hpp>
 
 namespace qbsettings {
+
+using settings::core::Markup;
+using settings::core::readMarkup;
 
 namespace {
 

@@ -1,11 +1,12 @@
 #include <settingscore/rules/WaitGraph.hpp>
 
+#include <settingscore/value/NeverDestroyed.hpp>
+
 namespace settings::core::detail {
 
 WaitGraph& WaitGraph::instance() {
-    // Never destroyed: loads may run until the process ends.
-    static auto* const graph = new WaitGraph;
-    return *graph;
+    static auto& graph = neverDestroyed<WaitGraph>();
+    return graph;
 }
 
 bool WaitGraph::waitsFor(std::thread::id owner, std::thread::id thread) const {

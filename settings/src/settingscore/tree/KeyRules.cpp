@@ -57,6 +57,10 @@ boost::optional<unsigned long> KeyRules::typeIndex() const {
     return read([](SettledRules const& rules) { return rules.typeIndex; });
 }
 
+bool KeyRules::isTyped() const {
+    return read([](SettledRules const& rules) { return rules.typeIndex || rules.typeChecker; });
+}
+
 SettledRules const& KeyRules::settle(boost::any const& value, SettingsImpl const& key) const {
     if (isComplete_.load(std::memory_order_acquire)) return *rules_;
 
@@ -67,7 +71,7 @@ SettledRules const& KeyRules::settle(boost::any const& value, SettingsImpl const
     SettledRules fromValue;
     fromValue.typeChecker = boostany::applyVisitor(checker, value, true);
     fromValue.sizes = boostany::applyVisitor(bounds, value, true);
-    fromValue.writer = LoadAndSave::writerFor(value);
+    if (ValueWriterFcn const found = LoadAndSave::writerFor(value)) fromValue.writer = found;
     fromValue.typeIndex = boostany::applyVisitor(index, value, true);
 
     // Filled at once, so that of two first values one fixes the rules whole.
@@ -84,6 +88,11 @@ SettledRules const& KeyRules::settle(boost::any const& value, SettingsImpl const
 }
 
 void KeyRules::takeOver(KeyRules const& other) {
+    if (other.isComplete_.load(std::memory_order_acquire)) {
+        rules_ = other.rules_;
+        isComplete_.store(true, std::memory_order_release);
+        return;
+    }
     RulesLock const lock(rulesMutex);
     rules_ = other.rules_;
     isComplete_.store(rules_ && rules_->isComplete(), std::memory_order_release);

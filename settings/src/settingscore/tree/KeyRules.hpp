@@ -42,7 +42,7 @@ class RulesPool;
 ///
 /// A first value fills them under shared locks of the tree, from operations that are const. So they
 /// are guarded by a mutex of their own (one for all keys) until all four are there, which a flag
-/// tells; from then on they are read without it. It is the innermost of all locks: nothing is
+/// says; from then on they are read without it. It is the innermost of all locks: nothing is
 /// locked and nothing is called under it.
 class KeyRules {
 public:
@@ -55,6 +55,8 @@ public:
     /// Null if there is none yet.
     ValueWriterFcn writer() const;
     boost::optional<unsigned long> typeIndex() const;
+    /// A value can be of another type than the key.
+    bool isTyped() const;
 
     /// The rules, with what `key` still lacks taken from `value`. From then on they are changed by
     /// nobody but the operations below.

@@ -11,13 +11,7 @@ class NodeBuilder {
 public:
     explicit NodeBuilder(SettingsImpl& node) : content_(node.contentInternal()) {}
 
-    void setValidator(Validator const& validator) {
-        if (validator.which() == 0) {
-            content_.validator.reset();
-        } else {
-            content_.validator.edit() = validator;
-        }
-    }
+    void setValidator(Validator const& validator) { content_.validator = validator; }
     void setMetaData(SettingsKeyMetaData<boost::any> const& metaData) {
         content_.metaData.edit() = metaData;
     }

@@ -12,12 +12,13 @@
 #include <boost/weak_ptr.hpp>
 #include <settingscore/rules/RunTimeDefault.hpp>
 #include <settingscore/rules/SettingsKeyMetaData.hpp>
-#include <settingscore/rules/Validator.hpp>
 #include <settingscore/tree/EventIdentity.hpp>
 #include <settingscore/tree/KeyRules.hpp>
 #include <settingscore/tree/LevelValues.hpp>
 #include <settingscore/tree/LoadOnce.hpp>
+#include <settingscore/tree/OwnValidator.hpp>
 #include <settingscore/tree/Rare.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -65,7 +66,7 @@ struct NodeContent {
     boost::weak_ptr<SettingsImpl> parent;
     LevelValues values;
     Rare<ChildMap> children;
-    Rare<Validator> validator;
+    OwnValidator validator;
     Rare<SettingsKeyMetaData<boost::any>> metaData;
     KeyRules rules;
     EventIdentity eventId;

@@ -173,13 +173,12 @@ void SettingsImpl::removeNodeImpl(boost::shared_ptr<SettingsImpl> const& child) 
 
 bool SettingsImpl::removeNodeImplWithLock(UpgradeLock& lock,
                                           boost::shared_ptr<SettingsImpl> const& child) {
-    ChildMap& children = content_.children.edit();
-    auto const found = children.find(child->content_.name);
-    if (found == children.end() || found->second != child) return false;
+    auto const found = content_.children.get().find(child->content_.name);
+    if (found == content_.children.get().end() || found->second != child) return false;
     TreeRoot* const root = asTreeRoot(*this);
     ExclusiveTreeLock const exclusive(lock);
     if (root) root->strikeName(found->first);
-    children.erase(found);
+    content_.children.edit().erase(found);
     child->resetParent();
     return true;
 }

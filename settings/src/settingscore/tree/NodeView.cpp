@@ -6,13 +6,14 @@
 #include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core::detail {
 
 namespace {
 
 boost::any const& noValue() {
-    static auto const& none = *new boost::any;
+    static auto const& none = neverDestroyed<boost::any>();
     return none;
 }
 

@@ -92,12 +92,12 @@ void SettingsImpl::setMetaData(SettingsKeyMetaData<boost::any> const& metaData) 
 
 Validator const& SettingsImpl::getValidator() const {
     SharedTreeLock const lock;
-    return content_.validator.get();
+    return content_.validator.keptPlace();
 }
 
 void SettingsImpl::setValidator(Validator const& validator) {
-    detail::Rare<Validator> copy;
-    if (validator.which() != 0) copy.edit() = validator;
+    Validator copy(validator);
+    content_.validator.keptPlace();
     UpgradeTreeLock lock;
     ExclusiveTreeLock const exclusive(lock.get());
     content_.validator.swap(copy);

@@ -47,7 +47,7 @@ boost::shared_ptr<SettingsImpl> readChain(ustring const& startingFile) {
     boost::shared_ptr<SettingsImpl> result;
     ustring conflictText;
     // Judges nothing in a load, nor while the files are put together.
-    detail::Rare<Validator> topValidator;
+    Validator topValidator;
     do {
         handler.setSettings({});
         current = qf::filesystem::absolute(current, baseDir);
@@ -61,7 +61,7 @@ boost::shared_ptr<SettingsImpl> readChain(ustring const& startingFile) {
                          .result;
         } else {
             result = handler.getSettings();
-            topValidator.swap(result->contentInternal().validator);
+            result->contentInternal().validator.swap(topValidator);
         }
     } while (handler.popNextPaths(current));
 
@@ -70,7 +70,7 @@ boost::shared_ptr<SettingsImpl> readChain(ustring const& startingFile) {
             exception::MergeFailed,
             u"Error merging Settings' files. The starting file is: " + startingFile);
     }
-    if (result) topValidator.swap(result->contentInternal().validator);
+    if (result) result->contentInternal().validator.swap(topValidator);
     return result;
 }
 

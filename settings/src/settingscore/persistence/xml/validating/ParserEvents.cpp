@@ -1,31 +1,29 @@
 #include <settingscore/persistence/xml/validating/ParserEvents.hpp>
 
-#include <settingscore/persistence/xml/XMLHelperFunctions.hpp>
+#include <settingscore/persistence/xml/validating/ParserText.hpp>
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 
 namespace settings::core {
 
-using XMLHelperFunctions::XmlString2String;
-
 void ParserEvents::startElement(XMLCh const*, XMLCh const* localName, XMLCh const*,
                                 xercesc::Attributes const& attributes) {
     readState_.bytesSinceTag = 0;
     attributes_.clear();
     for (XMLSize_t i = 0; i < attributes.getLength(); ++i) {
-        AttributeKind const kind = attributeKind(XmlString2String(attributes.getQName(i)));
+        AttributeKind const kind = attributeKind(utf8Of(attributes.getQName(i)));
         if (kind == AttributeKind::unknown) continue;  // Of namespaces, and the like.
         std::string& value = values_[static_cast<std::size_t>(kind)];
-        value = XmlString2String(attributes.getValue(i));
+        value = utf8Of(attributes.getValue(i));
         attributes_.set(kind, value);
     }
-    handler_.startElement(XmlString2String(localName), attributes_);
+    handler_.startElement(utf8Of(localName), attributes_);
 }
 
 void ParserEvents::endElement(XMLCh const*, XMLCh const* localName, XMLCh const*) {
     readState_.bytesSinceTag = 0;
-    handler_.endElement(XmlString2String(localName));
+    handler_.endElement(utf8Of(localName));
 }
 
 void ParserEvents::characters(XMLCh const* chars, XMLSize_t length) {

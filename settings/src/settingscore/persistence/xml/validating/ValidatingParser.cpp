@@ -6,6 +6,7 @@
 
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/persistence/xml/UnreadableNow.hpp>
+#include <settingscore/persistence/xml/validating/ParserErrors.hpp>
 #include <settingscore/persistence/xml/validating/ParserEvents.hpp>
 #include <settingscore/persistence/xml/validating/SchemaGrammars.hpp>
 #include <settingscore/persistence/xml/validating/SettingsInputSource.hpp>
@@ -13,8 +14,6 @@
 #include <settingscore/tree/FileWords.hpp>
 #include <xercesc/framework/XMLGrammarPool.hpp>
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
-#include <xercesc/util/OutOfMemoryException.hpp>
-#include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/validators/DTD/DTDElementDecl.hpp>
 
 namespace settings::core {
@@ -24,41 +23,6 @@ using qf::filesystem::path;
 using xercesc::XMLUni;
 
 namespace {
-
-ustring textOf(XMLCh const* message) { return message ? ustring(message) : ustring(); }
-
-ustring numberOf(XMLFileLoc number) { return qf::i18n::to_ustring(std::to_string(number)); }
-
-/// Runs work of the parser: its exceptions become the reader's.
-template <class Work>
-void parsing(Work const& work) {
-    try {
-        work();
-    } catch (xercesc::SAXParseException const& error) {
-        throw ErrorReadingSettingsData(
-            exception::ParseFailed, u"LineNum=" + numberOf(error.getLineNumber()) + u"  ColNum=" +
-                                        numberOf(error.getColumnNumber()) + u"  " +
-                                        textOf(error.getMessage()));
-    } catch (xercesc::SAXException const& error) {
-        throw ErrorReadingSettingsData(exception::ContentRefused, textOf(error.getMessage()));
-    } catch (xercesc::XMLException const& error) {
-        throw ErrorReadingSettingsData(exception::ContentRefused, textOf(error.getMessage()));
-    }
-}
-
-void startParserOnce() {
-    // Never ended: another user of the parser in the process would lose it.
-    static bool const started = [] {
-        try {
-            xercesc::XMLPlatformUtils::Initialize();
-        } catch (xercesc::XMLException const&) {
-            throw ErrorReadingSettingsData(exception::SaxPlugInNotFound,
-                                           u"Failed to find SAX plug in.");
-        }
-        return true;
-    }();
-    static_cast<void>(started);
-}
 
 /// The namespace, and the schema's file behind it, as the parser wants them: without blanks inside.
 ustring schemaLocation(path const& schema) {
