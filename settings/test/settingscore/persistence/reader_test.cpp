@@ -2,7 +2,10 @@
 #include <sys/stat.h>
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <boost/numeric/conversion/converter_policies.hpp>
+#include <charconv>
+#include <random>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
+#include <settingscore/persistence/xml/ValueConverter.hpp>
 #include <support/CommaLocale.hpp>
 
 #include <support/ParserMemory.hpp>
@@ -86,6 +89,24 @@ TEST_F(Reader, readsTheTextFormsOfValues) {
     EXPECT_EQ(read("int32", {"-"}) + read("int32 undef=\"true\"", {"7"}), "-, -, ");
     EXPECT_EQ(read("int32 maxArraySize=\"0\"", {"7"}) + read("int32 minArraySize=\"0\"", {"7"}),
               "array of int32 7, 7, ");
+}
+
+TEST_F(Reader, takesTheDoubleThatIsNextToADecimal) {
+    std::minstd_rand random(7);
+    for (int i = 0; i < 20000; ++i) {
+        std::string text(random() % 2, '-');
+        std::size_t const size = 1 + random() % 18;
+        std::size_t const point = random() % 20;
+        for (std::size_t place = 0; place < size; ++place) {
+            if (place == point) text += '.';
+            text += static_cast<char>('0' + random() % 10);
+        }
+        double expected = 0;
+        std::from_chars(text.data(), text.data() + text.size(), expected);
+        ustring const wide = qf::i18n::to_ustring(text);
+        EXPECT_EQ(ValueConverter<double>(wide).input(), expected) << text;
+        EXPECT_EQ(ValueConverter<float>(wide).input(), static_cast<float>(expected)) << text;
+    }
 }
 
 // --- Refusals -------------------------------------------------------------------------------

@@ -77,15 +77,6 @@ void append(ustring& to, char32_t c) {
     }
 }
 
-bool PlainScanner::skipSpace() {
-    char const* const begin = at_;
-    for (; at_ != end_; ++at_) {
-        char const c = *at_;
-        if (c != ' ' && c != '\n' && c != '\t' && c != '\r') break;
-    }
-    return at_ != begin;
-}
-
 void PlainScanner::skipComment() {
     while (!skip("--")) {
         if (isAtEnd()) throw NotPlain();

@@ -42,7 +42,12 @@ public:
         if (!skip(words)) throw NotPlain();
     }
     /// True if there was white space.
-    bool skipSpace();
+    bool skipSpace() {
+        char const* const begin = at_;
+        while (at_ != end_ && (*at_ == ' ' || *at_ == '\n' || *at_ == '\t' || *at_ == '\r'))
+            ++at_;
+        return at_ != begin;
+    }
     /// Behind the "<!--" of a comment: steps over the rest of it.
     void skipComment();
     /// The name that is next; of ASCII letters and the marks of names. May be empty.
