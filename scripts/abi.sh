@@ -18,7 +18,7 @@ export LC_ALL=C
 # By the names before they are taken apart: the library's own namespaces, and its C names. Copies of
 # other libraries' templates come and go with the compiler and its options, and nobody relies on them.
 own='^(_Z(T[VIT])?(N[KRO]*|L|)(8settings4core|6ZENBAR8settings|12settingscore)|libqbsettingscore_|[^_])'
-# A name that two symbols have, as a constructor has, is told once.
+# A name that two symbols have, as a constructor has, is listed once.
 symbols() {
     nm --dynamic --defined-only --format=posix "$library" | awk '{ print $1 }' |
         grep -E "$own" | c++filt |

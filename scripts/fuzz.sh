@@ -15,7 +15,7 @@ if [[ ! $seconds =~ ^[1-9][0-9]*$ ]]; then
     exit 2
 fi
 targets=("$@")
-((${#targets[@]} > 0)) || targets=(load roundtrip values names lines)
+((${#targets[@]} > 0)) || targets=(load roundtrip plain values names lines)
 
 "$root/scripts/install-packages.sh" >&2
 echo "Building; the first time takes some minutes ..." >&2
@@ -36,7 +36,7 @@ run() {
     local target=$1 length=256 status=0 place=$build/corpus/$1 log=$build/logs/$1.log
     local seeds=("$sources/seeds/$1") words=()
     case $target in
-        load | roundtrip)
+        load | roundtrip | plain)
             length=8192
             seeds+=("$sources/seeds/files" "$root"/settings/examples/{,radio/}toolbox)
             words=("-dict=$sources/settings.dict")

@@ -37,7 +37,7 @@ std::string text(double number) {
 }
 
 std::string verdict(std::optional<double> const& aim, double ratio) {
-    if (!aim) return "told";
+    if (!aim) return "no aim";
     return ratio <= *aim ? "met" : "MISSED";
 }
 

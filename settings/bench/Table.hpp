@@ -16,7 +16,7 @@ struct Row {
     std::string against;
     std::string measured;  ///< Name of a benchmark, with its arguments as in "name/100".
     std::string base;
-    std::optional<double> aim;  ///< None: told, not aimed at.
+    std::optional<double> aim;  ///< None: measured without an aim.
 };
 
 /// The table that a run ends in. The figure of a benchmark is the median of its repetitions: the

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <cstdlib>
 #include <stdexcept>
 #include <string_view>
@@ -48,7 +49,13 @@ ustring ownHome() {
     passwd entry{};
     passwd* found = nullptr;
     std::vector<char> buffer(std::size_t{1} << 14);
-    int const error = ::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found);
+    constexpr std::size_t most = std::size_t{1} << 20;
+    int error = 0;
+    while ((error = ::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found)) ==
+               ERANGE &&
+           buffer.size() < most) {
+        buffer.resize(2 * buffer.size());
+    }
     return error == 0 && found ? filesystem::from_native(entry.pw_dir).str() : ustring();
 }
 

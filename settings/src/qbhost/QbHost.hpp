@@ -6,7 +6,8 @@
 #include <settingscore/host/ContextMgr.hpp>
 #include <settingscore/host/UString.hpp>
 
-/// What a program, or a test, can tell the host. All of it may be called at any time by any thread.
+/// What a program, or a test, can set in this host. All of it may be called at any time by any
+/// thread.
 namespace qbhost {
 
 /// Where the host is installed; made absolute. Empty: the host's own rule again, which is the

@@ -1,5 +1,5 @@
-// The parser as the shared library has it: a module that the first file in need of it loads. Each
-// test runs in a process of its own, as a module once loaded stays.
+// The parser as the shared library has it: a module that the first file that is not plain loads.
+// Each test runs in a process of its own, as a module once loaded stays.
 
 #include <atomic>
 #include <condition_variable>
@@ -36,6 +36,9 @@ using namespace settings::core;
 using qbtest::readFile;
 using qbtest::toUString;
 using qbtest::writeFile;
+
+/// Legal behind a root element; the plain reader leaves it to the parser.
+char const* const notPlain = "<?for somebody else?>\n";
 
 char const* const noParser = "1 Failed to find SAX plug in.";
 
@@ -76,15 +79,17 @@ protected:
             std::filesystem::create_directories(path() / place);
             environment_.set(variable, (path() / place).string());
         }
-        for (char const* const product : {"a", "b"}) {
+        for (std::string const product : {"a", "b", "plain"}) {
+            std::string const text =
+                qbtest::settingsXml(product, keyWith("int32", "<value>7</value>"));
             writeFile(path() / "toolbox" / product / "p.settings",
-                      qbtest::settingsXml(product, keyWith("int32", "<value>7</value>")));
+                      text + (product == "plain" ? "" : notPlain));
         }
     }
     std::filesystem::path path() const { return folder_.path(); }
     std::filesystem::path write(std::string const& name, std::string const& body,
                                 std::string const& attributes = "visible=\"true\"") const {
-        return writeFile(path() / name, qbtest::settingsXml("p", body, attributes));
+        return writeFile(path() / name, qbtest::settingsXml("p", body, attributes) + notPlain);
     }
     static int valueIn(std::string const& product) {
         auto const top = Settings::getSettingsRoot(BlessedZcrID)->getChild(product);
@@ -120,10 +125,10 @@ void inNewProcess(Work const& work) {
     EXPECT_EXIT((work(), endProcess()), ::testing::ExitedWithCode(0), "");
 }
 
-TEST_F(ParserModule, IsLoadedByTheFirstFileAndByNothingBefore) {
+TEST_F(ParserModule, IsLoadedByTheFirstFileThatIsNotPlainAndByNothingBefore) {
     inNewProcess([&] {
         auto const root = ZSettings::getZSettingsRoot(BlessedZcrID);
-        EXPECT_EQ(root->getChildren().size(), 2u);
+        EXPECT_EQ(root->getChildren().size(), 3u);
         auto const made = newNode("made", false);
         newNode("k", true)->setParent(made);
         made->setParent(root);
@@ -131,6 +136,10 @@ TEST_F(ParserModule, IsLoadedByTheFirstFileAndByNothingBefore) {
         auto const file = path() / "exported";
         Settings::exportSettings({made}, toUString(file), "");
         EXPECT_NE(readFile(file).find("<value>3</value>"), std::string::npos);
+        // Saved, exported, shipped: all of it is plain.
+        EXPECT_EQ(importOf(file), "read");
+        EXPECT_EQ(importOf(path() / "user/made.settings"), "read");
+        EXPECT_EQ(valueIn("plain"), 7);
         EXPECT_FALSE(parserIsMapped());
         EXPECT_EQ(valueIn("a"), 7);
         EXPECT_TRUE(parserIsMapped());
@@ -213,7 +222,7 @@ TEST_F(ParserModule, IsLoadedWhileTheTreeIsLocked) {
 
 TEST_F(ParserModule, IsLoadedInAChildOfAProcessWithThreads) {
     inNewProcess([&] {
-        EXPECT_EQ(Settings::getSettingsRoot(BlessedZcrID)->getChildren().size(), 2u);
+        EXPECT_EQ(Settings::getSettingsRoot(BlessedZcrID)->getChildren().size(), 3u);
         std::mutex mutex;
         std::condition_variable changed;
         bool over = false;

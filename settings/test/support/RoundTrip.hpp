@@ -3,18 +3,21 @@
 #include <sstream>
 
 #include <settingscore/persistence/xml/SettingsXMLReader.hpp>
+#include <support/BothReaders.hpp>
 #include <support/ProductWorld.hpp>
 
 /// Between texts of settings files and standalone trees.
 namespace qbtest {
 
-/// The text that a save of the node at the level gives.
+/// The text that a save of the node at the level gives. A good file among them is a plain one.
 inline std::string saved(NodePtr const& node, std::string const& level) {
     std::ostringstream stream;
     boost::shared_lock<boost::shared_mutex> const lock(SettingsImpl::mutexToRoot());
     SaveSettingsFunctor const save(lock);
     save(node, stream, level);
-    return stream.str();
+    std::string const text = stream.str();
+    EXPECT_EQ(readPlainly(text).isDone, readValidating(text).isDone) << text.substr(0, 1000);
+    return text;
 }
 
 /// The text of a file of one product "p" with a body.

@@ -55,7 +55,7 @@ public:
         level_ = levelForWriting(context.writing, level_);
         source_ = readSettingsFile(file_);
         findTarget(context);
-        if (!target_) context.writing.begin(product());
+        if (!target_) context.writing.beginNew(product());
         plan_ = planImport(context.directories, source_, target_, level_, replace_);
         Output& output = context.output;
         output.beginRecord();
@@ -123,8 +123,12 @@ private:
             carryOut(context);
         } catch (std::exception const& error) {
             std::string const reason = messageOf(error);
-            if (level_ != "user" || !context.writing.hasChanged(product())) {
+            auto const changed = context.writing.changed(product());
+            if (level_ != "user" || changed == Writing::Changed::no) {
                 throw Failure("nothing was imported: " + reason);
+            }
+            if (changed == Writing::Changed::unknown) {
+                throw Failure(reason + context.writing.afterword(product()));
             }
             reportSaved(context, reason);
         }

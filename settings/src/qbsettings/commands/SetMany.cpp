@@ -175,7 +175,11 @@ private:
             std::string const product = productOf(entry->key);
             if (level == "user" && !files.count(product)) {
                 files.emplace(product, SavedFile(context.directories.userFile(product)));
-                changed = changed || context.writing.hasChanged(product);
+                auto const state = context.writing.changed(product);
+                if (state == Writing::Changed::unknown) {
+                    throw Failure(product + context.writing.afterword(product));
+                }
+                changed = changed || state == Writing::Changed::yes;
             }
             std::string const name = entry->key->getFullName();
             bool const isSaved =

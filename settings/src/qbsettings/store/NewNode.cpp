@@ -16,7 +16,7 @@ std::pair<SettingsPtr, std::string> placeFor(Context& context, std::string const
         parentName.empty() ? context.tree.root() : findGroup(context.tree, parentName);
     if (!parent->isRoot()) context.writing.begin(productOf(parent));
     ZSettings::validateSettingOrGroupName(ownName);
-    if (parent->isRoot()) context.writing.begin(ownName);
+    if (parent->isRoot()) context.writing.beginNew(ownName);
     return {parent, ownName};
 }
 

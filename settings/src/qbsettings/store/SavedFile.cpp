@@ -46,15 +46,16 @@ std::string savedText(std::string const& done, std::vector<std::string> const& n
     return text;
 }
 
-std::string bytesOf(qf::ustring const& file) {
+std::optional<std::string> bytesOf(qf::ustring const& file) {
     std::string bytes;
     try {
+        if (!qf::filesystem::exists(file)) return bytes;
         qf::filesystem::sequential_reader reader(file);
         std::string piece(std::size_t{1} << 16, '\0');
         while (std::size_t const count = reader.read(piece.data(), piece.size()))
             bytes.append(piece, 0, count);
     } catch (qf::filesystem::FsysExceptionBase const&) {
-        bytes.clear();
+        return std::nullopt;
     }
     return bytes;
 }

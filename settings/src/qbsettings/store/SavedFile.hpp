@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,7 @@ private:
 std::string savedText(std::string const& done, std::vector<std::string> const& names,
                       std::vector<std::string> const& missing);
 
-/// The bytes of a file; empty if there are none to be had.
-std::string bytesOf(qf::ustring const& file);
+/// The bytes of a file; empty if there is no file, nothing if it cannot be read.
+std::optional<std::string> bytesOf(qf::ustring const& file);
 
 }  // namespace qbsettings

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <qbsettings/store/WriteLock.hpp>
@@ -25,9 +26,13 @@ public:
     /// a product, that it could not be read: a save keeps it aside and replaces it by what was
     /// understood of it.
     void begin(std::string const& product);
-    /// True if the user file is another than it was at `begin`. It is the old or the new one,
-    /// whole.
-    bool hasChanged(std::string const& product) const;
+    /// The same for a product that is not in the tree and is to be made.
+    /// @throws Failure if it has a user file all the same, which the root could not list
+    void beginNew(std::string const& product);
+    enum class Changed { no, yes, unknown };
+    /// Whether the user file is another than it was at `begin`; unknown if it cannot be read. It is
+    /// the old or the new one, whole.
+    Changed changed(std::string const& product) const;
     /// What goes behind the reason why a change of the product failed: a save can fail when its
     /// file is in place already. Empty if the file is as it was.
     std::string afterword(std::string const& product) const;
@@ -40,7 +45,8 @@ private:
     Directories const& directories_;
     Tree const& tree_;
     std::unique_ptr<WriteLock> lock_;
-    std::map<std::string, std::string> before_;  ///< The bytes of user files, by product.
+    /// The bytes of user files, by product; nothing where they could not be read.
+    std::map<std::string, std::optional<std::string>> before_;
 };
 
 }  // namespace qbsettings

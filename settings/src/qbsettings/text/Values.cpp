@@ -204,7 +204,7 @@ std::string shortest(unsigned long element, std::string const& text) {
         try {
             result = textOf(parse<typename decltype(tag)::Type>(text));
         } catch (Failure const&) {
-            // Told as it stands.
+            // Shown as it stands.
         }
     });
     return result;

@@ -50,10 +50,10 @@ enum ErrorCode {
     ParseFailed = 4,           ///< Not well-formed or not valid; position in the detail.
     ContentRefused = 5,        ///< Any other failure during the parse.
     MergeFailed = 6,           ///< The parsed files do not fit together.
-    LazyLoadFailed = 7         ///< Loading a product met errors; they are listed in the detail.
+    LazyLoadFailed = 7         ///< Faults while a product was loaded; the detail lists them.
 };
 
-/// A settings file, or a product's files together, could not be read. Only the detail tells why.
+/// A settings file, or a product's files together, could not be read. Only the detail says why.
 class SETTINGSCORE_API ErrorReadingSettingsData : public InternalError {
 public:
     ErrorReadingSettingsData(ErrorCode code, ustring detail)
@@ -65,8 +65,8 @@ public:
     /// What kind of failure it was.
     ErrorCode getErrorCode() const { return code_; }
     /// The reason, for people. That of `ParseFailed` begins with the place, "LineNum=3  ColNum=10
-    /// "; that of `LazyLoadFailed` has a line for each fault, the file in front of a tab. That a
-    /// product's files may have been deleted since the start stands there only if none was found.
+    /// "; that of `LazyLoadFailed` has a line for each fault, the file in front of a tab. It says
+    /// that a product's files may have been deleted since the start only if none was found.
     ustring const& getDetailErrorMsg() const { return detail_; }
 
 private:

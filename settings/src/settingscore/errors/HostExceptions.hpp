@@ -10,9 +10,9 @@ namespace settings::core {
 class SettingsLevel;
 }
 
-/// Errors that the library itself never throws, but for `NoFileWritePermission` and
-/// `ErrorWriteToTempSettingsFile` in durable saves: they stand for the host and its plug-ins, which
-/// report failures of their own beside the settings with them.
+/// Errors that the library itself never throws, except for `NoFileWritePermission` and
+/// `ErrorWriteToTempSettingsFile` in durable saves. They are there for the host and its plug-ins,
+/// to report failures of their own that have to do with settings.
 namespace settings::core::exception {
 
 /// A key was to stand directly under the root.
@@ -74,7 +74,7 @@ public:
     std::string const& getLevelName() const { return levelName_; }
     /// The file.
     ustring const& getCausingFilePath() const { return filePath_; }
-    /// The reason, as the system tells it.
+    /// The reason, as the system gives it.
     ustring const& getReasonStr() const { return reason_; }
     /// More for people; may be empty.
     ustring const& getAdditionalInfo() const { return additionalInfo_; }
@@ -170,7 +170,7 @@ private:
     std::type_info const* type_;
 };
 
-/// A value was asked of an empty `boost::any`.
+/// A value was requested from an empty `boost::any`.
 class SETTINGSCORE_API AttemptToGetValueFromVoid : public InternalError {
 public:
     char const* what() const noexcept override {

@@ -12,10 +12,10 @@ namespace settings::core {
 class Settings;
 }
 
-/// The errors that speak to programmers. Each has a fixed English `what()`; its accessors carry the
-/// variable part, from which a caller composes what a user is shown. The nodes that an error names
-/// live as long as the error. All classes are copyable and complete in their headers, so that a
-/// plug-in that throws or catches them needs not be linked with the library.
+/// The errors that are meant for programmers. Each has a fixed English `what()`; its accessors
+/// carry the variable part, from which a caller composes what a user is shown. The nodes that an
+/// error names live as long as the error. All classes are copyable and complete in their headers,
+/// so that a plug-in that throws or catches them need not be linked with the library.
 namespace settings::core::exception {
 
 /// Direct base of every class of the family but the value checks (see `ValidationException`).
@@ -29,7 +29,7 @@ namespace detail {
 
 class SETTINGSCORE_API WithObjectInvolved {
 public:
-    /// The node that the operation was asked of; may be empty.
+    /// The node that the operation was called on; may be empty.
     NodePtr const& getObjectInvovled() const { return objectInvolved_; }
 
 protected:

@@ -8,7 +8,7 @@
 /// Errors of merging trees and of exporting branches of them.
 namespace settings::core::exception {
 
-/// A merge into the root: only products and groups take one.
+/// A merge into the root was asked for: only products and groups take one.
 class SETTINGSCORE_API CannotMergeWithSettingsRoot : public InternalError,
                                                      public detail::WithObjectInvolved {
 public:

@@ -125,7 +125,7 @@ public:
     char const* what() const noexcept override {
         return "The parent group object is read-only. Cannot add/remove node to/from it.";
     }
-    /// The node that was to come, to go or to be unset.
+    /// The node that was to be added, removed or unset.
     NodePtr const& getChildObject() const { return child_; }
     /// The group.
     NodePtr const& getParentObject() const { return parent_; }
@@ -156,7 +156,7 @@ public:
     char const* what() const noexcept override {
         return "The product name has already existed. Product name cannot only vary by case.";
     }
-    /// The name of the product that was to come.
+    /// The name of the product that was to be added.
     std::string const& getProductNamePassedIn() const { return nameGiven_; }
     /// The name of the one that is there.
     std::string const& getExistingProductName() const { return existingName_; }

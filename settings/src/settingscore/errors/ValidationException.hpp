@@ -7,7 +7,7 @@
 
 namespace settings::core::exception {
 
-/// Tells the value checks apart. The numbers are part of the interface; 4 is not in use.
+/// Which of the value checks refused. The numbers are part of the interface; 4 is not in use.
 enum ValidationErrorCode {
     DataArraySizeOutOfRangeCode = 0,
     /// Of `DefaultValidationFailedOnVoidType` and of `UnsupportedType`.

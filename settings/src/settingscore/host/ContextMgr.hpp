@@ -6,7 +6,7 @@
 #include <boost/shared_ptr.hpp>
 #include <settingscore/host/HostApi.hpp>
 
-/// Runtime instances of the host and the registry that tells libraries of their life.
+/// Runtime instances of the host, and the registry through which libraries follow their life.
 namespace zbutil::contextmgr {
 
 /// Number of a runtime instance.
@@ -34,7 +34,7 @@ inline constexpr ZcrID BlessedZcrID{0};     ///< The instance that is always the
 inline constexpr ZcrID AnyZcrID{-1};        ///< Whichever instance the calling thread acts on.
 inline constexpr ZcrID UndefinedZcrID{-2};  ///< No instance.
 
-/// What a library does at the turns of an instance's life.
+/// What a library does when an instance starts, becomes current, stops being current or ends.
 class QBHOST_API ContextBase {
 public:
     virtual ~ContextBase() = default;
@@ -67,7 +67,7 @@ public:
     /// From now on the factory's contexts live with every instance that starts. Those of instances
     /// that have been started already are made before this returns. The blessed instance is never
     /// started: its contexts are made when it is first switched to or from, or ended, so that a
-    /// library may register while its other statics are still to come. A forgotten factory's
+    /// library may register before its other statics are initialised. A forgotten factory's
     /// contexts are destroyed without being released.
     virtual std::unique_ptr<FactoryHandle> registerFactory(
         boost::shared_ptr<ContextFactoryBase> factory) = 0;

@@ -129,8 +129,8 @@ public:
     /// Calls each subscription that shares a tag with the event and asks for a kind that the event
     /// is of, once, in the order of subscribing, on this thread, with no lock of the manager held:
     /// a handler may subscribe, end its own subscription or another's. A subscription made during
-    /// the delivery hears the next event, one ended before its turn nothing more. All are called,
-    /// then the first exception of a handler goes on to the caller.
+    /// the delivery gets the next event, one ended before its turn gets nothing more. All are
+    /// called, then the first exception of a handler goes on to the caller.
     template <class Event>
     void notify(boost::shared_ptr<Event const> const& event, DeliverMode mode) {
         deliver(*event, mode);

@@ -36,7 +36,7 @@ protected:
     IException& operator=(IException const&) = default;
 };
 
-/// Marks an error that speaks to programmers: fixed English text, typed accessors.
+/// Marks an error that is meant for programmers: fixed English text, typed accessors.
 class QBHOST_API IInternalException : public IException {
 public:
     std::string convert_str(ustring const& text) const override { return i18n::to_string(text); }

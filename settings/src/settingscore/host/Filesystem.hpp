@@ -113,9 +113,10 @@ enum file_status : unsigned {
 };
 
 /// True if something is there; a dangling link is not. @throws FsysExceptionBase if it can't be
-/// told (AccessDenied for an unreadable parent).
+/// found out (AccessDenied for an unreadable parent).
 QBHOST_API bool exists(path const& p);
-/// Kind of what `p` names, links followed. @throws FsysExceptionBase if it can't be told.
+/// Kind of what `p` names, links followed. @throws FsysExceptionBase if it can't be
+/// found out.
 QBHOST_API unsigned status(path const& p);
 /// Makes the folder and its missing parents; parents made before a failure stay.
 /// @throws FileExistsError if the folder itself is there already (or something else of that name);
@@ -147,7 +148,7 @@ QBHOST_API void link_or_copy(path const& from, path const& to);
 
 /// @{
 /// The permission bits of what `p` names (of 0777), links followed. @throws FsysExceptionBase if
-/// they can't be told or set, also if nothing is there.
+/// they can't be read or set, also if nothing is there.
 QBHOST_API unsigned permissions(path const& p);
 QBHOST_API void set_permissions(path const& p, unsigned bits);
 /// @}
@@ -170,8 +171,8 @@ public:
     /// The folder, as it was given, and the name.
     path const& full_pathname() const { return full_; }
     /// Kind, links followed, with `symbolic_link` beside it if the entry is a link; a link that is
-    /// dangling, or leads where the kind can't be told, is `other_file`, an entry that is gone by
-    /// now `no_file`. @throws FsysExceptionBase
+    /// dangling, or leads where the kind can't be found out, is `other_file`, an entry that is gone
+    /// by now `no_file`. @throws FsysExceptionBase
     unsigned status() const;
 
 private:
@@ -193,9 +194,9 @@ public:
     upath_directory_entry const* operator->() const { return &(*entries_)[index_]; }
     basic_directory_iterator& operator++() {
         ++index_;
-        /// @}
         return *this;
     }
+    /// @}
     /// @{
     /// Compares the places; all ends are equal.
     friend bool operator==(basic_directory_iterator const& a, basic_directory_iterator const& b) {
@@ -203,8 +204,8 @@ public:
     }
     friend bool operator!=(basic_directory_iterator const& a, basic_directory_iterator const& b) {
         return !(a == b);
-        /// @}
     }
+    /// @}
 
 private:
     bool atEnd() const { return !entries_ || index_ >= entries_->size(); }

@@ -41,7 +41,7 @@ public:
 class QBHOST_API MessageCatalog {
 public:
     /// The text of `id` with its arguments put in. For an id that the catalogue lacks: the id and
-    /// its arguments, so that no failure goes untold.
+    /// its arguments, so that no failure goes unreported.
     static ustring get_message(rescat::BaseMsgID const& id, qbLocale const& locale);
 };
 

@@ -27,12 +27,12 @@ public:
     template <class Number>
     uostream& operator<<(Number const& number) {
         narrow_.str(std::string());
-        /// @}
         narrow_ << number;
         for (char c : narrow_.str())
             text_ += static_cast<char16_t>(static_cast<unsigned char>(c));
         return *this;
     }
+    /// @}
     /// What was written.
     ustring const& str() const { return text_; }
 

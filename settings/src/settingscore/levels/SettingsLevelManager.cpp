@@ -4,6 +4,7 @@
 
 #include <boost/make_shared.hpp>
 #include <settingscore/levels/LevelDirectories.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -29,19 +30,19 @@ void detail::setRootPathQueries(RootPathQuery user, RootPathQuery factory) {
 }
 
 boost::shared_ptr<SettingsLevelManager> SettingsLevelManager::getSettingsLevelManagerInstance() {
-    static auto* const settingsLevelManagerPtr_ =
-        new boost::shared_ptr<SettingsLevelManager>(boost::make_shared<SettingsLevelManager>());
-    return *settingsLevelManagerPtr_;
+    static auto const& settingsLevelManagerPtr_ =
+        detail::neverDestroyed<boost::shared_ptr<SettingsLevelManager>>(
+            boost::make_shared<SettingsLevelManager>());
+    return settingsLevelManagerPtr_;
 }
 
 SettingsLevelManager::Levels const& SettingsLevelManager::levels() {
-    // Built at first use and never destroyed, so that nobody comes too early or too late.
-    static auto* const settingsLevels_ =
-        new Levels{SettingsLevel(nameAt(0), {}, true, 0, false, false, false, 0),
-                   SettingsLevel(nameAt(1), &userRoot, true, 1, false, false, true, 1),
-                   SettingsLevel(nameAt(2), &factoryRoot, false, SettingsLevel::unlimitedFiles,
-                                 true, false, false, 2)};
-    return *settingsLevels_;
+    static auto const& settingsLevels_ = detail::neverDestroyed<Levels>(
+        Levels{SettingsLevel(nameAt(0), {}, true, 0, false, false, false, 0),
+               SettingsLevel(nameAt(1), &userRoot, true, 1, false, false, true, 1),
+               SettingsLevel(nameAt(2), &factoryRoot, false, SettingsLevel::unlimitedFiles, true,
+                             false, false, 2)});
+    return settingsLevels_;
 }
 
 SettingsLevel const* SettingsLevelManager::findLevel(std::string const& name) {

@@ -130,7 +130,7 @@ void renameDurably(fs::path temporary, fs::path real) {
             try {
                 if (!aside.empty()) fs::remove(aside);
             } catch (fs::FsysExceptionBase const&) {
-                // The first failure is the one to tell.
+                // The first failure is the one to report.
             }
             throw;
         }

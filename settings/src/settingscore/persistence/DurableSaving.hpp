@@ -4,9 +4,9 @@
 
 namespace settings::core {
 
-/// Makes saves durable: a save that returns is on the disk, and one that could not be made whole
-/// changes no file and is told. Without this mode a save replaces the file even by an incomplete
-/// one, and says nothing (see `SettingsFile::saveSettings`).
+/// Makes saves durable: a save that returns is on the disk, and one that could not be completed
+/// changes no file and throws. Without this mode a save replaces the file even with an incomplete
+/// one, and reports nothing (see `SettingsFile::saveSettings`).
 ///
 /// What fails leaves the old file whole and nothing else in the directory, and is thrown by the
 /// change that was to be saved, which stays in memory:
@@ -32,8 +32,8 @@ namespace settings::core {
 /// their key's, nor an empty array unless the key takes arrays of any size (it would come back as
 /// no value), nor names with `<`, `&`, `"`, a tab, a line end or the characters above, nor what
 /// the reader's bounds on nesting and length refuse; those on length count the text as it is
-/// written. A product's name is one of a file. A carriage return is refused as well: it would come
-/// back as a line feed.
+/// written. A product's name has to be one that a file can have. A carriage return is refused as
+/// well: it would come back as a line feed.
 ///
 /// The new file has the permission bits of the old one. A user file that turned out to be defective
 /// when its product was loaded is kept aside as NAME.settings.rejected before a save replaces it;
@@ -42,17 +42,17 @@ namespace settings::core {
 /// A user file that the load could not read for a reason that may pass (no descriptors, no memory,
 /// a disk or network that fails; for a file that it names as well) or for want of the schema may be
 /// as good as ever, and is not replaced. A save of that product by that tree reads the file once
-/// more, to learn what is the matter:
+/// more, to find out what is wrong with it:
 /// - it fails again for such a reason: the save is refused with that reason;
 /// - it can be read: the save is refused all the same, as the tree has none of its values; a new
 ///   root loads them;
 /// - it is defective: it is kept aside, and the save goes on; so it does if the file is gone.
-/// Such a factory file keeps no save from its work: none would replace it.
+/// An unreadable factory file stops no save: no save would replace it.
 ///
-/// The cost is a walk over the product and two waits for the disk a save (more for the first
-/// file of a folder and for a file that is kept aside). The mode belongs to the
-/// process and goes through the replaceable steps of `SettingsFile`: turning it on or off puts
-/// functions of its own into them. To be called while no save runs.
+/// The cost of a save is a walk over the product and two waits for the disk (more for the first
+/// file of a folder and for a file that is kept aside). The mode belongs to the process and goes
+/// through the replaceable steps of `SettingsFile`: turning it on or off puts functions of its own
+/// into them. To be called while no save runs.
 SETTINGSCORE_API void turnOnDurableSaving();
 
 /// From now on saves are made in the library's default way.

@@ -1,5 +1,6 @@
 #include <settingscore/persistence/Markup.hpp>
 
+#include <settingscore/persistence/xml/FileSource.hpp>
 #include <settingscore/persistence/xml/validating/ValidatingParser.hpp>
 
 namespace settings::core {

@@ -23,11 +23,8 @@ namespace {
 class ProductLoader {
 public:
     ProductLoader(boost::shared_ptr<SettingsImpl> empty, boost::shared_ptr<TreeRoot const> root,
-                  Validator const& validator, ustring& errors)
-        : merged_(std::move(empty)),
-          root_(std::move(root)),
-          validator_(validator),
-          errors_(errors) {}
+                  ustring& errors)
+        : merged_(std::move(empty)), root_(std::move(root)), errors_(errors) {}
 
     void readAll(std::string const& product) {
         auto const& levels = SettingsLevelManager::levels();
@@ -76,7 +73,7 @@ private:
               SettingsLevel const& level) {
         // A product does not take the validator of its own element over, so that no set is judged
         // by it; what a set accepts, a load has to accept.
-        detail::NodeBuilder(*object).setValidator(validator_);
+        detail::NodeBuilder(*object).setValidator(Validator());
         if (isFirstRead_) {
             merged_ =
                 MergeEngine::foldFile(merged_, object, level, false, errors_, file.str()).result;
@@ -93,7 +90,6 @@ private:
 
     boost::shared_ptr<SettingsImpl> merged_;
     boost::shared_ptr<TreeRoot const> root_;
-    Validator validator_;
     ustring& errors_;
     bool isFirstRead_ = false;
     bool isAnyFileThere_ = false;
@@ -102,20 +98,17 @@ private:
 }  // namespace
 
 void SettingsImpl::loadSettingsOnce(ustring& errors) {
-    Validator validator;
     boost::shared_ptr<TreeRoot const> root;
     {
         detail::SharedTreeLock const lock;
         NodeView const view(*this, lock);
         if (!view.isTopLevel()) return;
-        validator = view.validatorInForce();
         root = view.root();
     }
     // On the thread that loads: no other one looks at the content of the product before the end.
     std::string const& name = content_.name;
-    ProductLoader loader(
-        boost::make_shared<SettingsImpl>(name, content_.isLeaf, boost::none, validator), root,
-        validator, errors);
+    ProductLoader loader(boost::make_shared<SettingsImpl>(name, content_.isLeaf, boost::none), root,
+                         errors);
     loader.readAll(name);
     if (boost::shared_ptr<SettingsImpl> const merged = loader.result()) {
         acceptChildren(*merged);

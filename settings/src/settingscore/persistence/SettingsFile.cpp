@@ -13,6 +13,7 @@
 #include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
 #include <settingscore/value/AsciiCase.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -25,7 +26,8 @@ constexpr char const* poolProduct = "gridpool";
 constexpr char const* poolFolder = "farmjobs";
 
 ustring const& extension() {
-    static auto const& text = *new ustring(qf::i18n::to_ustring(detail::settingsExtension));
+    static auto const& text =
+        detail::neverDestroyed<ustring>(qf::i18n::to_ustring(detail::settingsExtension));
     return text;
 }
 
@@ -120,7 +122,7 @@ std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(SettingsLevel co
                                                                 Root const& root) {
     std::vector<std::string> names;
     // Outside the handler: the first to ask for the user directory can have it made and filled from
-    // an older release, and what fails there is to be told.
+    // an older release, and what fails there is to be reported.
     fs::path const folder = getRootPathForLevel(level, root);
     try {
         for (fs::upath_directory_entry const& entry : fs::basic_directory_iterator(folder)) {

@@ -112,7 +112,7 @@ public:
     /// The new file has the permission bits of the old one, if that is possible. The file is gone
     /// if it could be moved out of the way and the next rename failed as well. No temporary folder
     /// stays behind in any of these cases. Durable saves, which `turnOnDurableSaving` turns on,
-    /// tell all of them but the first and lose nothing.
+    /// report all of them but the first and lose nothing.
     static void saveSettings(SettingsLevel const* level, boost::shared_ptr<SettingsImpl> const& obj,
                              SaveSettingsFunctor const& functor);
     /// The file that a save is about to replace by this temporary one; empty for other paths.

@@ -58,6 +58,14 @@ bool existsForSure(fs::path const& path) {
     }
 }
 
+bool isGone(fs::path const& path) {
+    try {
+        return !fs::exists(path);
+    } catch (fs::FsysExceptionBase const&) {
+        return false;
+    }
+}
+
 /// The folder in which one save works, and the files in it. All that its removal needs is there
 /// before the folder is.
 struct WorkFolder {
@@ -86,6 +94,16 @@ struct WorkFolder {
     fs::path const previous;
 };
 
+/// Nobody opens a file in it while that has more permissions than the one that it replaces. A file
+/// system without permissions has nothing to hide either.
+void closeToOthers(fs::path const& folder) {
+    constexpr unsigned ownerOnly = 0700;
+    try {
+        fs::set_permissions(folder, ownerOnly);
+    } catch (fs::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
+    }
+}
+
 /// Does the work in a new folder, which is gone afterwards, whatever happens.
 /// @throws NoWritePermissionOnDirectory, CanNotCreateTempDirectory, errors of the file layer
 template <class Work>
@@ -100,6 +118,7 @@ void inWorkFolder(fs::path const& parent, ustring const& fileName, Work const& w
             fs::create_directories(folder.path);
             isMade = true;
             if (!fs::exists(folder.path)) continue;
+            closeToOthers(folder.path);
         } catch (fs::FileExistsError const&) {
             continue;  // Somebody else's folder: another name is tried.
         } catch (fs::AccessDenied const& denied) {
@@ -178,10 +197,16 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
         ustring const fileName = qf::i18n::to_ustring(name + detail::settingsExtension);
         inWorkFolder(rootPath, fileName, [&](WorkFolder const& folder) {
             saveToFileFunc_.load()(level, top, functor, folder.temporary);
-            if (isWritable(realPath)) {
-                if (replaceRealFile(folder, realPath)) UnreadFiles::replaced(root, realPath);
-            } else {
+            if (!isWritable(realPath)) {
                 givenUpFunc_.load()(GivenUp::noWritePermission, level, top, realPath);
+                return;
+            }
+            try {
+                if (replaceRealFile(folder, realPath)) UnreadFiles::replaced(root, realPath);
+            } catch (...) {
+                // What failed behind the rename leaves our own file in place.
+                if (isGone(folder.temporary)) UnreadFiles::replaced(root, realPath);
+                throw;
             }
         });
     } catch (qf::except::Exception<msg::CanNotCreateTempDirectory, std::exception, void> const&) {

@@ -17,7 +17,7 @@ namespace settings::core {
 namespace {
 
 using Passing = UnreadFiles::Passing;
-/// A mark without a passing reason tells of a defective file.
+/// A mark without a passing reason is that of a defective file.
 using Marks = std::map<boost::weak_ptr<void const>, std::optional<Passing>>;
 
 struct Files {

@@ -12,8 +12,8 @@ namespace settings::core {
 /// they hold, so that a save that replaces one takes something from the user. May be called by any
 /// thread.
 ///
-/// A mark belongs to a file and to the tree whose load failed, which is told from others by its
-/// root. It is of one of two kinds: the file is defective, or it was unreadable at that time.
+/// A mark belongs to a file and to the tree whose load failed, which its root tells from
+/// others. It is of one of two kinds: the file is defective, or it was unreadable at that time.
 class UnreadFiles {
 public:
     using Root = boost::shared_ptr<void const>;

@@ -1,7 +1,6 @@
 #include <settingscore/prefdir/PreferencesDirectory.hpp>
 
 #include <string>
-#include <utility>
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
@@ -11,6 +10,7 @@
 #include <settingscore/prefdir/PathUtil.hpp>
 #include <settingscore/prefdir/ReleaseMigration.hpp>
 #include <settingscore/prefdir/Releases.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -23,20 +23,19 @@ struct SetDirectory {
     ustring prefDirUStr;
 };
 
-// Neither this nor the default directory is ever destroyed: a thread may outlive static objects.
 SetDirectory& setDirectory() {
-    static SetDirectory& state = *new SetDirectory;
+    static auto& state = detail::neverDestroyed<SetDirectory>();
     return state;
 }
 
 ustring const& getDefaultPrefDirOnce() {
     // The guard of a static has just the wanted rules: others wait for the first caller, and an
     // exception leaves the attempt to the next one.
-    static ustring const& defaultPrefDir = *[] {
+    static auto const& defaultPrefDir = detail::neverDestroyed<ustring>([] {
         ustring directory;
         pathutilinternal::getDefaultPreferencesDirectoryOnce(directory);
-        return new ustring(std::move(directory));
-    }();
+        return directory;
+    }());
     return defaultPrefDir;
 }
 
@@ -99,7 +98,8 @@ ustring getTimestampFileNameUStr() { return u"creation.timestamp"; }
 ustring zenbarRootUStr() { return qf::filesystem::get_install_path(); }
 
 char const* zenbarRoot() {
-    static std::string const& root = *new std::string(qf::i18n::to_string(zenbarRootUStr()));
+    static auto const& root =
+        detail::neverDestroyed<std::string>(qf::i18n::to_string(zenbarRootUStr()));
     return root.c_str();
 }
 

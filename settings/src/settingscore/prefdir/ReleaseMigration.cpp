@@ -140,7 +140,7 @@ void copyPreferencesFromPreviousPrefdir(bool warnOnEmpty, int const& status, ust
     try {
         if ((fs::status(timestamp) & fs::file_type_mask) == fs::regular_file) fs::remove(timestamp);
     } catch (fs::FsysExceptionBase const&) {
-        // What is in the way is told below.
+        // What is in the way is reported below.
     }
     std::FILE* const file = fs::fopen(timestamp, "w");
     if (!file) {

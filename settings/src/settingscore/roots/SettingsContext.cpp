@@ -5,6 +5,7 @@
 #include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/roots/SettingsRootStateMgr.hpp>
 #include <settingscore/roots/ZcrIdRootMap.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 extern "C" {
 char const* const libqbsettingscore_version = QBSETTINGSCORE_VERSION;
@@ -25,8 +26,8 @@ struct Globals {
     ZcrID currZcrId_ = UndefinedZcrID;
 
     static Globals& instance() {
-        static auto* const globals = new Globals;
-        return *globals;
+        static auto& globals = detail::neverDestroyed<Globals>();
+        return globals;
     }
 };
 

@@ -16,11 +16,11 @@ namespace settings::core::detail {
 namespace {
 
 ustring directoryOf(SettingsLevel const& level, TreeRoot const& tree) {
-    // Every root of a tree is one of an instance.
-    auto const& root = static_cast<SettingsImplRoot const&>(tree);
-    if (level.isFactoryLevel()) return root.getFactoryDir();
-    if (level.isWorkgroupLevel()) return root.getWrkgrpDir();
-    if (level.isUserLevel()) return root.getUserDir();
+    auto const* const root = dynamic_cast<SettingsImplRoot const*>(&tree);
+    if (!root) return {};
+    if (level.isFactoryLevel()) return root->getFactoryDir();
+    if (level.isWorkgroupLevel()) return root->getWrkgrpDir();
+    if (level.isUserLevel()) return root->getUserDir();
     return {};
 }
 

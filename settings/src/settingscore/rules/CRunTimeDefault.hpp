@@ -41,7 +41,7 @@ public:
 
     /// Runs the function.
     /// @throws exception::RunTimeFuncInvokingError for every failure; what the function itself
-    ///         throws is told as "Unknown", but for errors of finding a library or function
+    ///         throws is reported as "Unknown", but for errors of finding a library or function
     boost::any operator()() const;
     /// Compares the names and the level.
     bool operator==(CRunTimeDefault const& other) const;

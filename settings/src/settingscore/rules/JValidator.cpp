@@ -1,10 +1,12 @@
 #include <settingscore/rules/JValidator.hpp>
 
+#include <boost/thread/lock_types.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <settingscore/errors/FunctionExceptions.hpp>
 #include <settingscore/errors/MessageIds.hpp>
 #include <settingscore/errors/ValueExceptions.hpp>
 #include <settingscore/host/Except.hpp>
+#include <settingscore/host/ScopeGuard.hpp>
 #include <settingscore/rules/InstalledFunction.hpp>
 #include <settingscore/rules/WaitGraph.hpp>
 
@@ -21,24 +23,24 @@ thread_local unsigned int javaHolds = 0;
 /// known to the graph of waits: a validator may wait for a load that waits for this lock.
 class JavaLock {
 public:
-    explicit JavaLock(boost::recursive_mutex& mutex) : mutex_(mutex) {
-        if (!mutex_.try_lock()) {
-            graph().beginWait(&mutex_);
-            mutex_.lock();
-            graph().endWait();
+    explicit JavaLock(boost::recursive_mutex& mutex) : lock_(mutex, boost::try_to_lock) {
+        if (!lock_) {
+            graph().beginWait(&mutex);
+            qf::util::scope_guard const noted([] { graph().endWait(); });
+            lock_.lock();
         }
-        if (javaHolds++ == 0) graph().noteHeld(&mutex_);
+        if (javaHolds == 0) graph().noteHeld(&mutex);
+        ++javaHolds;
     }
     ~JavaLock() {
-        if (--javaHolds == 0) graph().release(&mutex_);
-        mutex_.unlock();
+        if (--javaHolds == 0) graph().release(lock_.mutex());
     }
     JavaLock(JavaLock const&) = delete;
     JavaLock& operator=(JavaLock const&) = delete;
 
 private:
     static detail::WaitGraph& graph() { return detail::WaitGraph::instance(); }
-    boost::recursive_mutex& mutex_;
+    boost::unique_lock<boost::recursive_mutex> lock_;
 };
 
 }  // namespace

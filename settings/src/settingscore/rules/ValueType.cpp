@@ -13,7 +13,7 @@ std::string expectedName(T const*) {
     return settingscore::boostany::ValueTraits<T>::name;
 }
 
-// The element type of an array is not told: the words stand for every array.
+// The element type of an array is not named: the words stand for every array.
 template <class T>
 std::string expectedName(std::vector<T> const*) {
     return "array of unsupported";

@@ -1,11 +1,12 @@
 #include <settingscore/rules/WaitGraph.hpp>
 
+#include <settingscore/value/NeverDestroyed.hpp>
+
 namespace settings::core::detail {
 
 WaitGraph& WaitGraph::instance() {
-    // Never destroyed: loads may run until the process ends.
-    static auto* const graph = new WaitGraph;
-    return *graph;
+    static auto& graph = neverDestroyed<WaitGraph>();
+    return graph;
 }
 
 bool WaitGraph::waitsFor(std::thread::id owner, std::thread::id thread) const {
@@ -24,18 +25,23 @@ bool WaitGraph::waitsFor(std::thread::id owner, std::thread::id thread) const {
 bool WaitGraph::take(Resource resource, boost::function<bool()> const& isDone) {
     std::unique_lock<std::mutex> lock(mutex_);
     auto const me = std::this_thread::get_id();
-    for (;;) {
-        if (isDone()) return false;
+    bool isAnnounced = false;
+    bool isFree = false;
+    while (!isDone()) {
         auto const owner = owners_.find(resource);
-        if (owner == owners_.end()) break;
-        if (waitsFor(owner->second, me)) return false;
-        waiting_[me] = resource;
-        changed_.notify_all();
+        isFree = owner == owners_.end();
+        if (isFree || waitsFor(owner->second, me)) break;
+        // Once: waiters that announce themselves at each turn would keep one another awake.
+        if (!isAnnounced) {
+            waiting_[me] = resource;
+            changed_.notify_all();
+            isAnnounced = true;
+        }
         changed_.wait(lock);
-        waiting_.erase(me);
     }
-    owners_[resource] = me;
-    return true;
+    if (isAnnounced) waiting_.erase(me);
+    if (isFree) owners_[resource] = me;
+    return isFree;
 }
 
 void WaitGraph::release(Resource resource) {

@@ -34,7 +34,7 @@ std::string reasonOf(InternalException const& refusal) {
 
 /// The node behind `node`; null if there is none.
 SettingsImpl const* implOf(Settings const* node) {
-    // All but a root are of this very class, which is told sooner than by a cast.
+    // All but a root are of this very class, which costs less to find out than a cast.
     if (node && typeid(*node) == typeid(SettingsImpl))
         return static_cast<SettingsImpl const*>(node);
     return dynamic_cast<SettingsImpl const*>(node);

@@ -2,6 +2,8 @@
 
 #include <exception>
 
+#include <cxxabi.h>
+
 namespace settings::core::detail {
 
 /// Runs something behind a change that stands already; what it throws is kept for the end of the
@@ -11,6 +13,8 @@ std::exception_ptr failureOf(Work const& work) {
     try {
         work();
         return nullptr;
+    } catch (abi::__forced_unwind const&) {
+        throw;  // The thread is being cancelled.
     } catch (...) {
         return std::current_exception();
     }
@@ -19,9 +23,9 @@ std::exception_ptr failureOf(Work const& work) {
 /// Brings a change that stands to its end, whatever failed behind it. The first failure goes out.
 template <class Work>
 void finishDespite(std::exception_ptr const& failure, Work const& work) {
-    std::exception_ptr const later = failureOf(work);
-    if (failure) std::rethrow_exception(failure);
-    if (later) std::rethrow_exception(later);
+    if (!failure) return work();
+    failureOf(work);
+    std::rethrow_exception(failure);
 }
 
 }  // namespace settings::core::detail

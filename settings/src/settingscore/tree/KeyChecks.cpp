@@ -114,7 +114,7 @@ void SettingsImpl::callValidator(HeldLock const& lock,
 void SettingsImpl::validateValueBasedOnParentRule(
     HeldLock const& lock, boost::shared_ptr<SettingsImpl const> const& parent) const {
     if (!NodeView(*parent, lock).hasValidatorInForce()) return;
-    if (content_.validator.which() != 0) return;  // A node with a rule of its own keeps it.
+    if (content_.validator.get().which() != 0) return;  // A node with a rule of its own keeps it.
     detail::checkValuesUnder(*this, lock, parent);
 }
 

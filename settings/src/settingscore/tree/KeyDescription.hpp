@@ -15,7 +15,7 @@ namespace settings::core {
 
 class Settings;
 
-/// What is told about a key for people: its rules, and where its values stand.
+/// A key described for people: its rules, and where its values stand.
 struct KeyDescription {
     /// As `Settings::getDataTypeIndex`.
     boost::optional<unsigned long> typeIndex;

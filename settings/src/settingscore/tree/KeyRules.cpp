@@ -14,23 +14,32 @@ namespace {
 std::mutex rulesMutex;
 using RulesLock = std::lock_guard<std::mutex>;
 
+SettledRules const& nothingSettled() {
+    static auto const& none = *new SettledRules;
+    return none;
+}
+
 }  // namespace
 
 template <class Read>
 auto KeyRules::read(Read const& read) const {
-    if (isComplete_.load(std::memory_order_acquire)) return read(rules_);
+    if (isComplete_.load(std::memory_order_acquire)) return read(*rules_);
     RulesLock const lock(rulesMutex);
-    return read(rules_);
+    return read(rules_ ? *rules_ : nothingSettled());
 }
 
 template <class Change>
 void KeyRules::change(Change const& change) const {
-    change(rules_);
-    isComplete_.store(rules_.isComplete(), std::memory_order_release);
+    if (!rules_) {
+        rules_ = std::make_shared<SettledRules>();
+    } else if (rules_.use_count() > 1) {
+        rules_ = std::make_shared<SettledRules>(*rules_);  // What others share is left to them.
+    }
+    change(*rules_);
+    isComplete_.store(rules_->isComplete(), std::memory_order_release);
 }
 
-KeyRules::KeyRules(KeyRules const& other)
-    : rules_(other.copy()), isComplete_(rules_.isComplete()) {}
+KeyRules::KeyRules(KeyRules const& other) { takeOver(other); }
 
 SettledRules KeyRules::copy() const {
     return read([](SettledRules const& rules) { return rules; });
@@ -48,8 +57,12 @@ boost::optional<unsigned long> KeyRules::typeIndex() const {
     return read([](SettledRules const& rules) { return rules.typeIndex; });
 }
 
+bool KeyRules::isTyped() const {
+    return read([](SettledRules const& rules) { return rules.typeIndex || rules.typeChecker; });
+}
+
 SettledRules const& KeyRules::settle(boost::any const& value, SettingsImpl const& key) const {
-    if (isComplete_.load(std::memory_order_acquire)) return rules_;
+    if (isComplete_.load(std::memory_order_acquire)) return *rules_;
 
     namespace boostany = settingscore::boostany;
     TypeValidatorSetter checker;
@@ -63,17 +76,26 @@ SettledRules const& KeyRules::settle(boost::any const& value, SettingsImpl const
 
     // Filled at once, so that of two first values one fixes the rules whole.
     RulesLock const lock(rulesMutex);
+    // Whoever saw them complete reads them without the lock: they are not touched any more.
+    if (isComplete_) return *rules_;
     change([&fromValue](SettledRules& own) {
         if (!own.typeChecker) own.typeChecker = fromValue.typeChecker;
         if (!own.sizes) own.sizes = fromValue.sizes;
         if (!own.writer) own.writer = fromValue.writer;
         if (!own.typeIndex) own.typeIndex = fromValue.typeIndex;
     });
-    return rules_;
+    return *rules_;
 }
 
 void KeyRules::takeOver(KeyRules const& other) {
-    change([rules = other.copy()](SettledRules& own) { own = rules; });
+    if (other.isComplete_.load(std::memory_order_acquire)) {
+        rules_ = other.rules_;
+        isComplete_.store(true, std::memory_order_release);
+        return;
+    }
+    RulesLock const lock(rulesMutex);
+    rules_ = other.rules_;
+    isComplete_.store(rules_ && rules_->isComplete(), std::memory_order_release);
 }
 
 void KeyRules::setTypeChecker(ValueTypeChecker checker) {
@@ -93,9 +115,20 @@ void KeyRules::setTypeIndex(unsigned long index) {
 }
 
 void KeyRules::forgetKey() {
-    if (auto& sizes = rules_.sizes) {
-        sizes = ValueArraySizeValidator(sizes->maxArrSize(), sizes->minArrSize());
-    }
+    if (!rules_ || !rules_->sizes) return;
+    change([](SettledRules& own) {
+        own.sizes = ValueArraySizeValidator(own.sizes->maxArrSize(), own.sizes->minArrSize());
+    });
+}
+
+void KeyRules::shareThrough(RulesPool& pool) {
+    if (isComplete_) rules_ = pool.sameAs(rules_);
+}
+
+RulesPool::Shared const& RulesPool::sameAs(Shared const& rules) {
+    Key const key(*rules->typeChecker, *rules->writer, *rules->typeIndex,
+                  rules->sizes->maxArrSize(), rules->sizes->minArrSize());
+    return known_.emplace(key, rules).first->second;
 }
 
 }  // namespace settings::core::detail

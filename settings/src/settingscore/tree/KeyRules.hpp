@@ -2,7 +2,10 @@
 
 #include <atomic>
 #include <iosfwd>
+#include <map>
+#include <memory>
 #include <string>
+#include <tuple>
 
 #include <boost/any.hpp>
 #include <boost/optional.hpp>
@@ -33,11 +36,13 @@ struct SettledRules {
     bool isComplete() const { return typeChecker && sizes && writer && typeIndex; }
 };
 
-/// The settled rules of one key.
+class RulesPool;
+
+/// The settled rules of one key. Keys that settled the same share them (copy on write).
 ///
 /// A first value fills them under shared locks of the tree, from operations that are const. So they
 /// are guarded by a mutex of their own (one for all keys) until all four are there, which a flag
-/// tells; from then on they are read without it. It is the innermost of all locks: nothing is
+/// says; from then on they are read without it. It is the innermost of all locks: nothing is
 /// locked and nothing is called under it.
 class KeyRules {
 public:
@@ -50,6 +55,8 @@ public:
     /// Null if there is none yet.
     ValueWriterFcn writer() const;
     boost::optional<unsigned long> typeIndex() const;
+    /// A value can be of another type than the key.
+    bool isTyped() const;
 
     /// The rules, with what `key` still lacks taken from `value`. From then on they are changed by
     /// nobody but the operations below.
@@ -64,16 +71,32 @@ public:
     void setTypeIndex(unsigned long index);
     /// The size rule no longer names the key that it was made for.
     void forgetKey();
+    /// Shares complete rules that name no key with those of the pool that are the same.
+    void shareThrough(RulesPool& pool);
     /// @}
 
 private:
+    using Shared = std::shared_ptr<SettledRules>;
     template <class Read>
     auto read(Read const& read) const;
     template <class Change>
     void change(Change const& change) const;
 
-    mutable SettledRules rules_;
+    mutable Shared rules_;  ///< Null while nothing is settled.
     mutable std::atomic<bool> isComplete_{false};
+};
+
+/// The rules that the keys of one product share.
+class RulesPool {
+public:
+    using Shared = std::shared_ptr<SettledRules>;
+    /// The pool's own of the same rules; the given ones if they are new to it.
+    Shared const& sameAs(Shared const& rules);
+
+private:
+    using Key =
+        std::tuple<ValueTypeChecker, ValueWriterFcn, unsigned long, unsigned long, unsigned long>;
+    std::map<Key, Shared> known_;
 };
 
 }  // namespace detail

@@ -44,7 +44,8 @@ boost::any const& KeyValues::viewOnLevel(SettingsLevel const* level, bool runDef
     }
     RunTimeDefault const& runTimeDefault = content.runTimeDefault.get();
     if (!runDefault || isVoidRuntimeDefault(runTimeDefault)) return computed;
-    bool const isOwn = belongsToLevel(runTimeDefault, level ? level->levelName() : std::string());
+    static auto const& noLevel = *new std::string;
+    bool const isOwn = belongsToLevel(runTimeDefault, level ? level->levelName() : noLevel);
     if (!isOwn && NodeView(key_, lock_).isConnected()) return computed;
     RuntimeDefaultVisitor const visitor(computed);
     boost::apply_visitor(visitor, runTimeDefault);

@@ -8,6 +8,7 @@
 #include <settingscore/tree/FailureOf.hpp>
 #include <settingscore/tree/KeyChecks.hpp>
 #include <settingscore/tree/MergeEngine.hpp>
+#include <settingscore/tree/NodeBuilder.hpp>
 #include <settingscore/tree/NodeEvents.hpp>
 #include <settingscore/tree/NodeWalk.hpp>
 
@@ -59,7 +60,7 @@ public:
 private:
     /// The child of that name, made if there is none.
     SettingsImpl& counterpart(SettingsImpl& parent, SettingsImpl const& sourceChild) {
-        auto const& children = parent.contentInternal().children;
+        auto const& children = parent.contentInternal().children.get();
         auto const found = children.find(sourceChild.contentWithLock(exclusive_).name);
         if (found != children.end()) return *found->second;
         boost::shared_ptr<SettingsImpl> const child = sourceChild.cloneSelf();
@@ -105,7 +106,7 @@ void SettingsImpl::mergeDescendants(boost::shared_ptr<Settings const> const& sou
         UpgradeTreeLock lock;
         checkTrees(*this, lock, src);
         boost::shared_ptr<SettingsImpl> const trial = clone();
-        trial->content_.validator = NodeView(*this, lock).validatorInForce();
+        detail::NodeBuilder(*trial).setValidator(NodeView(*this, lock).validatorInForce());
         MergeEngine(lock, level, MergeEngine::Purpose::trial).mergeIntoNode(*trial, *src, false);
 
         GatheredEvents events;

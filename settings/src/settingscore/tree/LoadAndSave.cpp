@@ -6,6 +6,7 @@
 #include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/tree/NodeView.hpp>
 #include <settingscore/tree/SettingsSaving.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -24,8 +25,8 @@ struct Replaced {
     boost::optional<SettingsImpl::SaveFunc> saver;
 
     static Replaced& instance() {
-        static auto* const replaced = new Replaced;
-        return *replaced;
+        static auto& replaced = neverDestroyed<Replaced>();
+        return replaced;
     }
 };
 
@@ -57,6 +58,7 @@ void LoadAndSave::setLoader(SettingsImpl::LoadFunc const& loader) {
 void LoadAndSave::setSaver(SettingsImpl::SaveFunc const& saver) {
     Replaced& replaced = Replaced::instance();
     std::lock_guard<std::mutex> const lock(replaced.mutex);
+    isSaverDefault = false;  // First: the saver that comes is called from its first moment on.
     replaced.saver = saver;
     isSaverDefault = files.save && saver.contains(files.save);
 }

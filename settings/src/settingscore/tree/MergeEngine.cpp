@@ -58,14 +58,15 @@ MergeEngine::MergeEngine(HeldLock const& lock, SettingsLevel const& level, Purpo
 
 void MergeEngine::mergeIntoNode(SettingsImpl& target, SettingsImpl const& source,
                                 bool defining) const {
-    mergeOne(target, source, defining);
+    // What stands at the top was put together by the caller.
+    mergeOne(target, source, defining, true);
     if (target.contentInternal().isLeaf) return;
     walkPairs(target, source, lock_, [this](SettingsImpl& into, SettingsImpl const& child) {
-        ChildMap const& children = into.contentInternal().children;
+        ChildMap const& children = into.contentInternal().children.get();
         auto const found = children.find(NodeView(child, lock_).name());
         bool const isNew = found == children.end();
         SettingsImpl& counterpart = isNew ? *newChild(into, child) : *found->second;
-        mergeOne(counterpart, child, isNew);
+        mergeOne(counterpart, child, isNew, isNew);
         return counterpart.contentInternal().isLeaf ? nullptr : &counterpart;
     });
 }
@@ -77,18 +78,19 @@ SettingsImpl* MergeEngine::newChild(SettingsImpl& target, SettingsImpl const& so
     return child.get();
 }
 
-void MergeEngine::mergeOne(SettingsImpl& target, SettingsImpl const& source, bool defining) const {
+void MergeEngine::mergeOne(SettingsImpl& target, SettingsImpl const& source, bool defining,
+                           bool isNew) const {
     mergePreCheck(target, source, defining);
     NodeContent& own = target.contentInternal();
     if (isLastLevel_ || defining) {
         NodeContent const& from = source.contentWithLock(lock_);
-        own.validator = from.validator;
+        own.validator = from.validator.get();
         own.rules.takeOver(from.rules);
         own.metaData = from.metaData;
         own.version = from.version;
         own.readOnly = from.readOnly;
     }
-    if (own.isLeaf) mergeIntoLeafNode(target, source, defining);
+    if (own.isLeaf) mergeIntoLeafNode(target, source, isNew);
 }
 
 void MergeEngine::mergePreCheck(SettingsImpl& target, SettingsImpl const& source,
@@ -122,9 +124,10 @@ void MergeEngine::mergeIntoLeafNode(SettingsImpl& target, SettingsImpl const& so
     boost::any value = from.storedInForce();
     if (value.empty()) return;
     // Of a definition and a value that come together the value is the definition's own affair.
-    bool const hasRules = purpose_ == Purpose::trial && !isNew && own.rules.typeIndex();
-    if (hasRules) takeShape(own.rules.settle(value, target), value);
-    if (own.values.holdsAnyValue() || hasRules) {
+    bool const hasRules = purpose_ == Purpose::trial && !isNew && own.rules.isTyped();
+    bool const isFirst = !own.values.holdsAnyValue();
+    if (isFirst && hasRules) takeShape(own.rules.settle(value, target), value);
+    if (!isFirst || hasRules) {
         checkValue(target, lock_, value);
     } else {
         own.rules.settle(value, target);
@@ -160,18 +163,20 @@ void takeShape(SettledRules const& rules, boost::any& value) {
 
 namespace {
 
-void settleKeyOnLevel(SettingsImpl& key, SettingsLevel const& level) {
+void settleKeyOnLevel(SettingsImpl& key, SettingsLevel const& level, RulesPool& pool) {
     NodeContent& content = key.contentInternal();
-    content.children.clear();   // Keys inside keys are not taken over.
-    content.rules.forgetKey();  // As in a copy, whose rule outlives the node that it names.
+    content.children.reset();  // Keys inside keys are not taken over.
     if (!isVoidRuntimeDefault(content.runTimeDefault.get())) {
         setBelongingLevel(content.runTimeDefault.edit(), level.levelName());
     }
     boost::any value;
     content.values.take(SettingsLevelManager::userLevel().position(), value);
-    if (value.empty()) return;
-    content.rules.settle(value, key);
-    content.values.put(level.position(), value);
+    if (!value.empty()) {
+        content.rules.settle(value, key);
+        content.values.put(level.position(), value);
+    }
+    content.rules.forgetKey();  // As in a copy, whose rule outlives the node that it names.
+    content.rules.shareThrough(pool);
 }
 
 }  // namespace
@@ -182,14 +187,15 @@ void MergeEngine::takeFirstFile(SettingsImpl const& target, SettingsImpl& parsed
     boost::shared_mutex unshared;
     boost::upgrade_lock<boost::shared_mutex> const lock(unshared);
     MergeEngine(lock, level, Purpose::load).mergePreCheck(*target.cloneSelf(), parsed, true);
+    RulesPool pool;
     std::vector<SettingsImpl*> waiting{&parsed};
     while (!waiting.empty()) {
         SettingsImpl* const node = waiting.back();
         waiting.pop_back();
         if (node->contentInternal().isLeaf) {
-            settleKeyOnLevel(*node, level);
+            settleKeyOnLevel(*node, level, pool);
         } else {
-            for (auto const& entry : node->contentInternal().children)
+            for (auto const& entry : node->contentInternal().children.get())
                 waiting.push_back(entry.second.get());
         }
     }

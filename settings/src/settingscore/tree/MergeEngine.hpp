@@ -42,7 +42,8 @@ public:
 
 private:
     /// One node, without what is below it.
-    void mergeOne(SettingsImpl& target, SettingsImpl const& source, bool defining) const;
+    void mergeOne(SettingsImpl& target, SettingsImpl const& source, bool defining,
+                  bool isNew) const;
     void mergePreCheck(SettingsImpl& target, SettingsImpl const& source, bool defining) const;
     void mergeIntoLeafNode(SettingsImpl& target, SettingsImpl const& source, bool isNew) const;
     /// Null if the target has the child already; else the child, made and attached.

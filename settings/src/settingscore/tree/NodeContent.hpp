@@ -10,14 +10,15 @@
 #include <boost/optional.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
-#include <settingscore/host/EventMgr.hpp>
 #include <settingscore/rules/RunTimeDefault.hpp>
 #include <settingscore/rules/SettingsKeyMetaData.hpp>
-#include <settingscore/rules/Validator.hpp>
+#include <settingscore/tree/EventIdentity.hpp>
 #include <settingscore/tree/KeyRules.hpp>
 #include <settingscore/tree/LevelValues.hpp>
 #include <settingscore/tree/LoadOnce.hpp>
+#include <settingscore/tree/OwnValidator.hpp>
 #include <settingscore/tree/Rare.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -50,8 +51,7 @@ struct NodeContent {
     /// The children as far as they may be looked at: none while a product is not loaded, but for
     /// the thread that loads it.
     ChildMap const& visibleChildren() const {
-        static auto const& none = *new ChildMap;
-        return isPending() && !loadOnce.isRunningHere() ? none : children;
+        return isPending() && !loadOnce.isRunningHere() ? Rare<ChildMap>().get() : children.get();
     }
 
     std::string const name;
@@ -65,11 +65,11 @@ struct NodeContent {
     boost::optional<unsigned int> version;
     boost::weak_ptr<SettingsImpl> parent;
     LevelValues values;
-    ChildMap children;
-    Validator validator;
+    Rare<ChildMap> children;
+    OwnValidator validator;
     Rare<SettingsKeyMetaData<boost::any>> metaData;
     KeyRules rules;
-    corebus::msg_svc::exchange::IDType eventId;
+    EventIdentity eventId;
     Rare<RunTimeDefault> runTimeDefault;
 };
 

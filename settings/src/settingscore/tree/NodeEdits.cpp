@@ -5,7 +5,6 @@
 
 #include <settingscore/errors/TreeExceptions.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
-#include <settingscore/value/AsciiCase.hpp>
 #include <settingscore/tree/FailureOf.hpp>
 #include <settingscore/tree/KeyChecks.hpp>
 #include <settingscore/tree/LoadAndSave.hpp>
@@ -13,6 +12,7 @@
 #include <settingscore/tree/NodeWalk.hpp>
 #include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 
 namespace settings::core {
 
@@ -43,7 +43,7 @@ void addChild(SettingsImpl& parent, boost::shared_ptr<SettingsImpl> const& child
         }
     }
     try {
-        if (parent.contentInternal().children.emplace(name, child).second) return;
+        if (parent.contentInternal().children.edit().emplace(name, child).second) return;
     } catch (...) {
         if (root) root->strikeName(name);
         throw;
@@ -173,12 +173,12 @@ void SettingsImpl::removeNodeImpl(boost::shared_ptr<SettingsImpl> const& child) 
 
 bool SettingsImpl::removeNodeImplWithLock(UpgradeLock& lock,
                                           boost::shared_ptr<SettingsImpl> const& child) {
-    auto const found = content_.children.find(child->content_.name);
-    if (found == content_.children.end() || found->second != child) return false;
+    auto const found = content_.children.get().find(child->content_.name);
+    if (found == content_.children.get().end() || found->second != child) return false;
     TreeRoot* const root = asTreeRoot(*this);
     ExclusiveTreeLock const exclusive(lock);
     if (root) root->strikeName(found->first);
-    content_.children.erase(found);
+    content_.children.edit().erase(found);
     child->resetParent();
     return true;
 }

@@ -7,6 +7,7 @@
 #include <settingscore/tree/NodeView.hpp>
 #include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -20,7 +21,7 @@ constexpr std::size_t usualIdLength = 28;
 
 /// The root, if somebody hears its events.
 boost::shared_ptr<TreeRoot const> rootWithAudience(NodeView const& view) {
-    // The common case, told before the way up to the root.
+    // The common case, found out without the way up to the root.
     if (!TreeRoot::isAnyAudience()) return {};
     boost::shared_ptr<TreeRoot const> root = view.root();
     if (root && !root->hasAudience()) root.reset();
@@ -31,12 +32,11 @@ boost::shared_ptr<TreeRoot const> rootWithAudience(NodeView const& view) {
 
 template <class Event>
 ustring SettingsImpl::createEventIdentifier(HeldLock const&) const {
-    // Never destroyed: threads may still set values while the process ends.
-    static ustring const& tag = *new ustring(Event::typeTag());
+    static auto const& tag = detail::neverDestroyed<ustring>(Event::typeTag());
     ustring identifier;
     identifier.reserve(tag.size() + usualIdLength);
     identifier += tag;
-    content_.eventId.appendTo(identifier);
+    content_.eventId.get().appendTo(identifier);
     return identifier;
 }
 

@@ -6,13 +6,14 @@
 #include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core::detail {
 
 namespace {
 
 boost::any const& noValue() {
-    static auto const& none = *new boost::any;
+    static auto const& none = neverDestroyed<boost::any>();
     return none;
 }
 
@@ -98,18 +99,19 @@ unsigned long NodeView::depth() const {
 }
 
 std::string NodeView::fullName(bool includeRootName) const {
-    std::vector<std::string const*> names;
-    if (!isTreeRoot() || includeRootName) names.push_back(&name());
-    for (auto above = parent(); above; above = above->getParentImpl()) {
-        if (!above->isSettingsTreeRoot() || includeRootName) {
-            names.push_back(&above->contentWithLock(lock_).name);
-        }
-    }
+    // Held: the names belong to nodes that others may let go.
+    std::vector<boost::shared_ptr<SettingsImpl const>> chain;
+    for (auto above = parent(); above; above = above->getParentImpl())
+        chain.push_back(above);
     std::string full;
-    for (auto part = names.rbegin(); part != names.rend(); ++part) {
+    auto const append = [&](SettingsImpl const& node) {
+        if (node.isSettingsTreeRoot() && !includeRootName) return;
         if (!full.empty()) full += '.';
-        full += **part;
-    }
+        full += node.contentWithLock(lock_).name;
+    };
+    for (auto above = chain.rbegin(); above != chain.rend(); ++above)
+        append(**above);
+    append(node_);
     return full;
 }
 
@@ -126,7 +128,7 @@ SettingsImpl* NodeView::child(std::string const& name) const {
 Validator NodeView::validatorInForce() const {
     if (validator().which() != 0) return validator();
     for (auto ancestor = parent(); ancestor; ancestor = ancestor->getParentImpl()) {
-        Validator const& above = ancestor->contentWithLock(lock_).validator;
+        Validator const& above = ancestor->contentWithLock(lock_).validator.get();
         if (above.which() != 0) return above;
     }
     return Validator();
@@ -135,7 +137,7 @@ Validator NodeView::validatorInForce() const {
 bool NodeView::hasValidatorInForce() const {
     if (validator().which() != 0) return true;
     for (auto ancestor = parent(); ancestor; ancestor = ancestor->getParentImpl()) {
-        if (ancestor->contentWithLock(lock_).validator.which() != 0) return true;
+        if (ancestor->contentWithLock(lock_).validator.get().which() != 0) return true;
     }
     return false;
 }

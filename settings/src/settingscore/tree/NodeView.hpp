@@ -55,7 +55,7 @@ public:
 
     // --- Rules ------------------------------------------------------------------------------
     /// The node's own validator; the first alternative is none.
-    Validator const& validator() const { return content_.validator; }
+    Validator const& validator() const { return content_.validator.get(); }
     /// The nearest one up the chain of parents, its own first.
     Validator validatorInForce() const;
     bool hasValidatorInForce() const;

@@ -24,8 +24,8 @@ void walkTree(SettingsImpl const& top, HeldLock const& lock, ChildOrder order, E
               Leave&& leave) {
     struct Frame {
         NodeView view;
+        ChildMap const* children;  // As they stood at the first look.
         ChildMap::const_iterator next;
-        ChildMap::const_iterator end;
         int round;  // Of two where keys come first: the keys, then the groups.
     };
     int const rounds = order == ChildOrder::keysFirst ? 2 : 1;
@@ -33,7 +33,8 @@ void walkTree(SettingsImpl const& top, HeldLock const& lock, ChildOrder order, E
     auto const visit = [&](SettingsImpl const& node) {
         NodeView const view(node, lock);
         if (enter(view, stack.size())) {
-            stack.push_back({view, view.children().begin(), view.children().end(), 0});
+            ChildMap const& children = view.children();
+            stack.push_back({view, &children, children.begin(), 0});
         } else {
             leave(view, stack.size());
         }
@@ -41,9 +42,9 @@ void walkTree(SettingsImpl const& top, HeldLock const& lock, ChildOrder order, E
     visit(top);
     while (!stack.empty()) {
         Frame& frame = stack.back();
-        if (frame.next == frame.end) {
+        if (frame.next == frame.children->end()) {
             if (++frame.round < rounds) {
-                frame.next = frame.view.children().begin();
+                frame.next = frame.children->begin();
                 continue;
             }
             NodeView const view = frame.view;

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include <settingscore/value/NeverDestroyed.hpp>
+
 namespace settings::core::detail {
 
 /// A member that most nodes leave empty: it costs them a pointer, and takes its room when it is
@@ -18,15 +20,17 @@ public:
         return *this;
     }
 
+    /// Lives as long as this, or, of what is not set, for ever.
     T const& get() const {
-        // Never destroyed: threads may still read while the process ends.
-        static T const& none = *new T();
+        static T const& none = neverDestroyed<T>();
         return value_ ? *value_ : none;
     }
     T& edit() {
         if (!value_) value_ = std::make_unique<T>();
         return *value_;
     }
+    /// Back to nothing.
+    void reset() noexcept { value_.reset(); }
     void swap(Rare& other) noexcept { value_.swap(other.value_); }
 
 private:

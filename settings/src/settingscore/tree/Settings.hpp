@@ -31,9 +31,9 @@ using BatchErrors = std::vector<std::pair<std::string, std::string>>;
 /// one value on each of the levels "session", "user" and "factory".
 ///
 /// Nodes are owned by `boost::shared_ptr`. A node below the root of an instance is connected: its
-/// changes are told to listeners and saved to files. A child of the root is a product; its content
-/// is loaded from its files by the first operation that needs it. A standalone node (no parent, not
-/// the root) has the same operations, but neither saves nor tells.
+/// changes are reported to listeners and saved to files. A child of the root is a product; its
+/// content is loaded from its files by the first operation that needs it. A standalone node (no
+/// parent, not the root) has the same operations, but neither saves nor notifies.
 ///
 /// Values travel in a `boost::any` that holds one of the types of
 /// `settingscore::boostany::SupportedTypes`; an empty one means no value. `std::int64_t`,
@@ -50,10 +50,10 @@ using BatchErrors = std::vector<std::pair<std::string, std::string>>;
 ///
 /// A signal handler must call nothing of the library: whatever it calls may lock or allocate, and
 /// would wait for the very thread that it interrupted. The child of a `fork` has the locks as they
-/// were: if another thread was inside the library at that moment, some are held by nobody who could
-/// let go of them, and the child may call nothing that locks: let it go on to `exec`. If there was
-/// none, it may call everything. Its tree is a copy from then on: of the saves of both processes
-/// the last one wins.
+/// were: if another thread was inside the library at that moment, it left locks that nobody can
+/// release any more, and the child must call nothing that locks: let it go on to `exec`. If there
+/// was none, it may call everything. Its tree is a copy from then on: of the saves of both
+/// processes the last one wins.
 ///
 /// An operation that "loads" throws `exception::ErrorReadingSettingsData` (code 7) once, when it is
 /// the first to touch a product with faulty files; what could be read is there afterwards.
@@ -112,20 +112,20 @@ public:
     static void createFactorySettingsFile(boost::shared_ptr<Settings const> const& node,
                                           ustring const& path, unsigned int version);
 
-    /// Checks `value` and stores it on `level` of the key `name` of this group; tells listeners if
-    /// the value in force changed, and rewrites the product's file of that level. The value may be
-    /// converted to the key's shape first (one element to an array and back). A value equal to the
-    /// one on the level changes nothing.
+    /// Checks `value` and stores it on `level` of the key `name` of this group; notifies listeners
+    /// if the value in force changed, and rewrites the product's file of that level. The value may
+    /// be converted to the key's shape first (one element to an array and back). A value equal to
+    /// the one on the level changes nothing.
     ///
     /// A failure before the store changes nothing. A failure to save reaches the caller, and the
     /// value stays changed in memory. What a listener throws reaches the caller after the save. A
-    /// runtime default that stands behind the value is evaluated
-    /// to see whether the value in force changes: if it fails with a message-id exception, nothing
-    /// is stored and the call returns normally; read the value back where that matters.
+    /// runtime default that stands behind the value is evaluated to see whether the value in force
+    /// changes: if it fails with a message-id exception, nothing is saved, nobody is notified, and
+    /// the call returns normally; read the value back where that matters.
     ///
     /// A key without definition takes its type and size from the first value that is checked, even
     /// if that value is refused afterwards. An array of n elements makes it a key of up to n, an
-    /// empty array one of any number. A file does not tell an array of up to one element from a
+    /// empty array one of any number. A file does not tell an array of at most one from a
     /// single value: a key whose first value was an array of one has the bare element after a
     /// restart. `validateAny` with an empty array, called before, makes it one of arrays for good.
     ///
@@ -144,7 +144,7 @@ public:
     /// pairs; names are paths below this node. All are checked against the present state before the
     /// first is stored: if one is refused, none is stored. Then they are stored in order, each with
     /// its event and its save; a failing save leaves those before it stored. What a listener
-    /// throws ends the batch as well, once the element that it heard of is saved.
+    /// throws ends the batch as well, once the element that it was called for is saved.
     /// @return the refused elements, empty if all were stored: first those whose name is not found,
     ///         then the others in order. A name that is not found has a second row among these,
     ///         with its number in place of the name, and "NULLOBJ".
@@ -168,11 +168,11 @@ public:
     BatchErrors validateMultipleOrThrow(Range const& range) const;
 
     /// Calls `listener` for each event of class T on this node or anything below it, as long as the
-    /// connection lives; the addition or removal of a node is told on its parent and upwards. T is
-    /// one of the event classes; the base `SettingsEvent` hears all of them. Empty for a node that
-    /// is not connected. What a listener throws reaches the caller of the change, which stays made
-    /// and is saved first; if the save fails as well, the listener's failure is the one thrown.
-    /// Only in a merge it ends the call before the save.
+    /// connection lives; the addition or removal of a node is an event of the node's parent. T is
+    /// one of the event classes; the base `SettingsEvent` stands for all of them. Empty for a node
+    /// that is not connected. What a listener throws reaches the caller of the change, which stays
+    /// made and is saved first; if the save fails as well, the listener's failure is the one
+    /// thrown. Only in a merge it ends the call before the save.
     /// @throws std::invalid_argument for an empty listener
     template <class T>
     std::unique_ptr<corebus::msg_svc::eventmgr::Connection> addListener(
@@ -205,10 +205,10 @@ public:
     /// Same for a path given in parts; an empty part names nothing.
     virtual boost::shared_ptr<Settings> getSettingsByPathVec(
         std::vector<std::string> const& path) const = 0;
-    /// Removes the value of the key `name` on one level, tells listeners if the value in force
-    /// changed, and rewrites the file. Loads. Once the value is removed it stays so and the file is
-    /// rewritten, whatever fails behind that (a runtime default that now stands in, a listener);
-    /// the first such failure goes out at the end.
+    /// Removes the value of the key `name` on one level, notifies listeners if the value in force
+    /// changed, and rewrites the file. Loads. A value that was removed stays removed and the file
+    /// is rewritten, whatever fails after that (a runtime default that now stands in, a listener);
+    /// the first such failure is thrown at the end.
     /// @throws exception::NoSuchKey, exception::NotAKeyName, exception::UnSupportedLevel,
     ///         exception::CantModifyValuesOnReadOnlyLevel,
     ///         exception::CannotAddRemoveNodeUnderReadOnlyParent,
@@ -245,7 +245,7 @@ public:
     virtual bool isRoot() const = 0;
     /// Version of the product's definition.
     virtual boost::optional<unsigned int> getVersionNumber() const = 0;
-    /// Hears value changes of this node and of everything below it, see the template.
+    /// Listens for value changes of this node and of everything below it, see the template.
     virtual std::unique_ptr<corebus::msg_svc::eventmgr::Connection> addListener(
         boost::function<void(SettingsEvent const&)> const& listener) const;
     /// The node's own validator. The reference is to the node's field: hold the root mutex shared
@@ -255,9 +255,9 @@ public:
     virtual SettingsKeyMetaData<boost::any> getAnyMetaData(std::string const& name) const = 0;
     /// Adds what the standalone tree `source` has below its top, and this node lacks, to this node:
     /// nodes, and values on `level`. What is there stays. All or nothing against conflicts and
-    /// refused values; new nodes and values are told to listeners, then the product's file of the
-    /// level is rewritten. What a listener throws ends the call before that; a failing save leaves
-    /// the merge in memory. `source` is only read. Loads.
+    /// refused values; new nodes and values are reported to listeners, then the product's file of
+    /// the level is rewritten. What a listener throws ends the call before that; a failing save
+    /// leaves the merge in memory. `source` is only read. Loads.
     ///
     /// A key that is there and has its type checks its first value like any other. One that the
     /// merge makes, or that has neither type nor value yet, takes it unchecked.

@@ -20,7 +20,7 @@ class Settings;
 /// Something that happened to a node of an instance's tree. An event keeps its nodes alive.
 class SETTINGSCORE_API SettingsEvent : public corebus::msg_svc::eventmgr::BaseEvent {
 public:
-    /// `tags` route the event: one for each node that hears it.
+    /// `tags` route the event: one for each node whose listeners get it.
     SettingsEvent(boost::shared_ptr<Settings const> const& obj, std::vector<ustring> tags,
                   ZcrID const& id);
     SettingsEvent(SettingsEvent const&) = default;

@@ -1,6 +1,7 @@
 #include <settingscore/tree/SettingsImpl.hpp>
 
 #include <settingscore/tree/NodeView.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -29,7 +30,7 @@ SettingsImpl::SettingsImpl(std::string name, bool isLeaf, boost::optional<bool> 
     content_.visible = visible;
     content_.version = version;
     content_.parent = parent;
-    content_.validator = std::move(validator);
+    content_.validator = validator;
 }
 
 SettingsImpl::SettingsImpl(std::string name, bool isLeaf, boost::optional<bool> visible,
@@ -56,9 +57,15 @@ struct NoOrder {
 using Orphans = std::multimap<std::string, boost::shared_ptr<SettingsImpl>, NoOrder>;
 thread_local Orphans* orphansOfThisThread = nullptr;
 
-void adopt(SettingsImpl::ChildMap& children, Orphans& orphans) {
-    while (!children.empty())
-        orphans.insert(orphans.end(), children.extract(children.begin()));
+/// Keys end with the map.
+void adoptGroups(SettingsImpl::ChildMap& children, Orphans& orphans) {
+    for (auto child = children.begin(); child != children.end();) {
+        auto const next = std::next(child);
+        if (!child->second->contentInternal().isLeaf) {
+            orphans.insert(orphans.end(), children.extract(child));
+        }
+        child = next;
+    }
 }
 
 }  // namespace
@@ -66,14 +73,14 @@ void adopt(SettingsImpl::ChildMap& children, Orphans& orphans) {
 // The children of a node that ends are let go one after another by the outermost end on this
 // thread, and not each inside its parent's: a tree may be deeper than the stack.
 SettingsImpl::~SettingsImpl() {
-    if (content_.children.empty()) return;
+    if (content_.children.get().empty()) return;
     if (orphansOfThisThread) {
-        adopt(content_.children, *orphansOfThisThread);
+        adoptGroups(content_.children.edit(), *orphansOfThisThread);
         return;
     }
     Orphans orphans;
     orphansOfThisThread = &orphans;
-    adopt(content_.children, orphans);
+    adoptGroups(content_.children.edit(), orphans);
     while (!orphans.empty()) {
         boost::shared_ptr<SettingsImpl> const last = std::move(orphans.begin()->second);
         orphans.erase(orphans.begin());
@@ -82,9 +89,8 @@ SettingsImpl::~SettingsImpl() {
 }
 
 boost::shared_mutex& SettingsImpl::mutexToRoot() {
-    // Never destroyed: threads may still read while the process ends.
-    static auto* const mutexToRoot_ = new boost::shared_mutex;
-    return *mutexToRoot_;
+    static auto& mutexToRoot_ = detail::neverDestroyed<boost::shared_mutex>();
+    return mutexToRoot_;
 }
 
 // --- Flags ----------------------------------------------------------------------------------
@@ -147,7 +153,7 @@ boost::shared_ptr<SettingsImpl> SettingsImpl::getThisObjectImpl() {
 }
 
 corebus::msg_svc::exchange::IDType SettingsImpl::getImplNodeEventId() const {
-    return content_.eventId;
+    return content_.eventId.get();
 }
 
 void SettingsImpl::enableEventQueue(bool) {}

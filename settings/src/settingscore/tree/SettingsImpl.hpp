@@ -266,7 +266,7 @@ public:
     static void createSettingsFileImpl(boost::shared_ptr<SettingsImpl const> const& node,
                                        ustring const& path, unsigned int version);
 
-    // --- Writer: persistence/writer/SettingsImplWriter.cpp, by way of TreeWriter --------------
+    // --- Writer: persistence/writer/SettingsImplWriter.cpp ------------------------------------
     template <bool Leaf>
     struct FilterLeafNode {
         bool operator()(ChildMap::value_type const& entry) const {

@@ -36,7 +36,7 @@ void SettingsImpl::loadIfNotInitializedYet() {
 void SettingsImpl::acceptChildren(SettingsImpl& loaded) {
     boost::shared_ptr<SettingsImpl> const self = shared_from_this();
     content_.children.swap(loaded.content_.children);
-    for (auto const& entry : content_.children)
+    for (auto const& entry : content_.children.get())
         entry.second->content_.parent = self;
     if (!content_.version) content_.version = loaded.content_.version;
     if (!content_.visible) content_.visible = loaded.content_.visible;

@@ -92,11 +92,12 @@ void SettingsImpl::setMetaData(SettingsKeyMetaData<boost::any> const& metaData) 
 
 Validator const& SettingsImpl::getValidator() const {
     SharedTreeLock const lock;
-    return content_.validator;
+    return content_.validator.keptPlace();
 }
 
 void SettingsImpl::setValidator(Validator const& validator) {
     Validator copy(validator);
+    content_.validator.keptPlace();
     UpgradeTreeLock lock;
     ExclusiveTreeLock const exclusive(lock.get());
     content_.validator.swap(copy);

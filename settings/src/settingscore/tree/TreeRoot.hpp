@@ -4,8 +4,8 @@
 #include <string>
 
 #include <boost/shared_ptr.hpp>
-#include <settingscore/value/AsciiCase.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 
 namespace settings::core {
 

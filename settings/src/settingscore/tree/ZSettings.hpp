@@ -36,7 +36,7 @@ public:
     /// @throws exception::InvalidSettingOrGroupName unless it is a legal variable name
     static void validateSettingOrGroupName(std::string const& name);
     /// @{
-    /// A standalone node, to be attached with `setParent`. Does not look at the name:
+    /// A standalone node, to be attached with `setParent`. Does not check the name:
     /// `validateSettingOrGroupName` does. A key has no type yet and takes that of its first value;
     /// for a key of arrays see `setAny`, since an array of one element alone does not make one that
     /// outlives a restart.
@@ -66,8 +66,8 @@ public:
     /// On a root: from now on (or no longer) all events are queued for `eventQueue` as well. No
     /// effect on other nodes.
     virtual void enableEventQueue(bool enable) = 0;
-    /// Removes a child group with all it holds. Listeners are told; the product's files are
-    /// rewritten, or deleted if the group is a product, also if a listener throws. Loads.
+    /// Removes a child group with all it holds. Listeners are notified; the product's files
+    /// are rewritten, or deleted if the group is a product, also if a listener throws. Loads.
     /// @throws exception::NoSuchNode, exception::NotANodeName,
     ///         exception::CannotAddRemoveNodeUnderReadOnlyParent,
     ///         exception::NoFileWritePermissionOnMultipleLevels for factory values; what a
@@ -76,7 +76,7 @@ public:
     /// Same for a child key. @throws exception::NoSuchKey, exception::NotAKeyName, and as above
     virtual void removeKey(std::string const& name) = 0;
     /// Attaches this standalone node. Values are checked against the validators that they come
-    /// under; listeners are told; the product's files are rewritten, also if a listener throws.
+    /// under; listeners are notified; the product's files are rewritten, also if a listener throws.
     /// Does nothing for an empty `parent`. Loads the parent.
     /// @throws exception::CannotAddRemoveNodeUnderReadOnlyParent,
     ///         exception::CanNotAddKeyToRootException, exception::ErrorAddingTopLevelNode,

@@ -60,7 +60,7 @@ T castElement(E const& from) {
 }  // namespace detail
 
 /// Copies a value from one shape and element type to another. With `allowConversion` false the
-/// element types have to agree. A failure leaves `to` as it was, except where told otherwise.
+/// element types have to agree. A failure leaves `to` as it was, except where stated otherwise.
 struct ConvertVector {
     /// Scalar to scalar. A reference to a bit is no `bool`: it always needs the conversion.
     template <class E, class T>

@@ -7,8 +7,8 @@
 #include <boost/mpl/void_fwd.hpp>
 #include <settingscore/host/UString.hpp>
 
-/// The element types, one row each, in the order of their indexes. All that is told by type (names,
-/// indexes, lists, instantiations) is made from this table.
+/// The element types, one row each, in the order of their indexes. All that depends on the type
+/// (names, indexes, lists, instantiations) is made from this table.
 ///
 /// ROW(type, index, name, wide, word)
 /// - type: the C++ type; exactly this one, not another of the same size

@@ -85,7 +85,7 @@ TEST_F(DurableSave, WritesTheSameFilesAndBringsThemToTheDiskInOrder) {
     {
         Calls const calls(userDir());
         setWidth(6);
-        EXPECT_EQ(calls.seen, (Texts{"mkdir TEMP", "fsync TEMP/plot.settings.tmp",
+        EXPECT_EQ(calls.seen, (Texts{"mkdir TEMP", "chmod TEMP", "fsync TEMP/plot.settings.tmp",
                                      "close TEMP/plot.settings.tmp", "fopen plot.settings",
                                      "rename plot.settings", "fsync .", "close ."}));
     }

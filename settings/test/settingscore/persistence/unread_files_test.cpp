@@ -89,11 +89,19 @@ TEST_F(SaveOfAnUnreadFile, IsRefusedWhateverItWasThatTheReadLacked) {
     expectRefused(ENOENT, {"cannot be read at this time", "settings.xsd"});
     qbhost::setInstallPath({});
     expectGoodInANewRoot(ENOENT);
-    // Memory of the parser.
+    // Memory of the parser, which reads what is not plain.
+    Files const plain = std::exchange(good_, {});
+    userText("plot.settings", settingsXml("plot", "<?a b?>" + intKey("width", "6")));
+    good_ = userFiles();
     resetInstances();
     product();
     ParserMemory::suffices(50, [&] { expectReported("std::bad_alloc"); });
-    expectGoodInANewRoot(ENOMEM);
+    expectRefused(ENOMEM, {"can be read now", "new root"});
+    good_ = plain;
+    resetInstances();
+    setWidth(7);
+    setWidth(6);
+    EXPECT_EQ(userFiles(), good_);
     // Another file that the file names.
     userText("more", settingsXml("plot", intKey("more", "1")));
     userText("plot.settings",

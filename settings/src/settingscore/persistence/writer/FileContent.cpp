@@ -163,7 +163,7 @@ private:
     }
 
     /// A value can differ from its key's definition: the first one of a key comes unchecked in a
-    /// merge, and a set converts without looking at how a file tells no elements.
+    /// merge, and a set converts without looking at how a file says "no elements".
     void checkShape(SettingsImpl const& key, boost::any const& value, bool isAnyTyped) {
         constexpr unsigned long elementTypes = settingscore::boostany::elementTypeCount;
         TypeIndexSetter indexOf;

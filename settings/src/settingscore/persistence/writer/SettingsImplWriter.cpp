@@ -46,7 +46,7 @@ private:
 
 bool isTopOfFile(NodeView const& view) { return !view.parent() || view.isTopLevel(); }
 
-/// The node and those above it that a file tells of, the topmost first.
+/// The node and those above it that a file has, the topmost first.
 std::vector<boost::shared_ptr<SettingsImpl const>> chainTo(SettingsImpl const& node) {
     std::vector<boost::shared_ptr<SettingsImpl const>> chain{node.shared_from_this()};
     for (auto above = node.getParentImpl(); above && !above->isSettingsTreeRoot();

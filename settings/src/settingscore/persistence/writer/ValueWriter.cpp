@@ -81,6 +81,7 @@ private:
     }
     template <class Integer>
     void writeNumber(Integer value) {
+        static_assert(std::is_integral_v<Integer>, "a floating type has a written form of its own");
         char buffer[24];
         text_.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr);
     }

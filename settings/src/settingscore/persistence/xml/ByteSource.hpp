@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
+#include <string_view>
 
 #include <settingscore/host/Filesystem.hpp>
 
@@ -15,19 +15,18 @@ public:
     virtual std::size_t read(char* to, std::size_t size) = 0;
 };
 
-/// Those of a file. It is read through the host's file layer, which takes its path as it is, and
-/// does not wait at a pipe.
-class FileSource : public ByteSource {
+/// Those of a text, to which it refers.
+class TextSource : public ByteSource {
 public:
-    explicit FileSource(qf::filesystem::path file) : file_(std::move(file)) {}
+    explicit TextSource(std::string_view text) : rest_(text) {}
     std::size_t read(char* to, std::size_t size) override {
-        if (!reader_) reader_ = std::make_unique<qf::filesystem::sequential_reader>(file_);
-        return reader_->read(to, size);
+        std::size_t const count = rest_.copy(to, size);
+        rest_.remove_prefix(count);
+        return count;
     }
 
 private:
-    qf::filesystem::path file_;
-    std::unique_ptr<qf::filesystem::sequential_reader> reader_;
+    std::string_view rest_;
 };
 
 /// Bytes, and the file that messages name for them.

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <algorithm>
+#include <array>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include <settingscore/persistence/xml/FileVocabulary.hpp>
 
 namespace settings::core {
 
@@ -11,33 +12,28 @@ namespace settings::core {
 /// to texts of the parser, and is good until the next tag.
 class ElementAttributes {
 public:
-    void clear() { attributes_.clear(); }
-    void add(std::string_view name, std::string_view value) {
-        attributes_.push_back({name, value});
+    using Kind = AttributeKind;
+
+    void clear() { given_ = 0; }
+    void set(Kind kind, std::string_view value) {
+        values_[static_cast<std::size_t>(kind)] = value;
+        given_ |= bitOf(kind);
     }
 
+    bool has(Kind kind) const { return (given_ & bitOf(kind)) != 0; }
     /// Empty if it is absent.
-    std::string get(std::string_view name) const { return std::string(find(name)); }
+    std::string_view view(Kind kind) const {
+        return has(kind) ? values_[static_cast<std::size_t>(kind)] : std::string_view();
+    }
+    std::string get(Kind kind) const { return std::string(view(kind)); }
     /// True if it is exactly "true".
-    bool isTrue(std::string_view name) const { return find(name) == "true"; }
-    bool has(std::string_view name) const { return position(name) != attributes_.end(); }
+    bool isTrue(Kind kind) const { return view(kind) == "true"; }
+
+    static constexpr unsigned bitOf(Kind kind) { return 1u << static_cast<unsigned>(kind); }
 
 private:
-    struct Attribute {
-        std::string_view name;
-        std::string_view value;
-    };
-
-    std::vector<Attribute>::const_iterator position(std::string_view name) const {
-        return std::find_if(attributes_.begin(), attributes_.end(),
-                            [&](Attribute const& attribute) { return attribute.name == name; });
-    }
-    std::string_view find(std::string_view name) const {
-        auto const found = position(name);
-        return found == attributes_.end() ? std::string_view() : found->value;
-    }
-
-    std::vector<Attribute> attributes_;
+    std::array<std::string_view, attributeKindCount> values_;
+    unsigned given_ = 0;
 };
 
 }  // namespace settings::core

@@ -1,11 +1,7 @@
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
 
-#include <string>
-#include <utility>
-
 #include <settingscore/errors/FileExceptions.hpp>
 #include <settingscore/persistence/xml/XMLTopSettingsNode.hpp>
-#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
 
@@ -17,12 +13,6 @@ namespace {
 
 }  // namespace
 
-SettingsSaxHandler::TopNodesHandlerMap const& SettingsSaxHandler::topNodesHandlerMap() {
-    static auto const& topNodesHandlerMap_ = detail::neverDestroyed<TopNodesHandlerMap>(
-        TopNodesHandlerMap{{"settings", &XMLTopSettingsNode::createTop}});
-    return topNodesHandlerMap_;
-}
-
 bool SettingsSaxHandler::popNextPaths(qf::filesystem::path& next) {
     if (nextPaths_.empty()) return false;
     next = nextPaths_.back();
@@ -30,46 +20,53 @@ bool SettingsSaxHandler::popNextPaths(qf::filesystem::path& next) {
     return true;
 }
 
+void SettingsSaxHandler::startAgain() {
+    nodeStack_.clear();
+    parsedSettings_.reset();
+    nextPaths_.resize(pathsBefore_);
+    textLength_ = 0;
+}
+
 void SettingsSaxHandler::startElement(std::string_view name, ElementAttributes const& attributes) {
     textLength_ = 0;
-    std::string const tag(name);
-    boost::shared_ptr<XMLNode> node;
-    if (nodeStack_.empty()) {
-        auto const found = topNodesHandlerMap().find(tag);
-        if (found == topNodesHandlerMap().end()) {
-            refuse(u"Illegal tag encountered at the beginning of the Settings XMLfile");
+    ElementKind const kind = elementKind(name);
+    if (nodeStack_.depth() > 0) {
+        if (nodeStack_.depth() >= nestingLimit) {
+            refuse(u"The elements of the settings file are nested too deeply");
         }
-        node = found->second(attributes, boost::shared_ptr<XMLNode>());
-    } else if (nodeStack_.size() >= nestingLimit) {
-        refuse(u"The elements of the settings file are nested too deeply");
+        XMLNode& parent = nodeStack_.top();
+        nodeStack_.push(kind, [&](XMLNode::Room& room) {
+            return parent.subNode(kind, name, attributes, room);
+        });
+    } else if (kind == ElementKind::settings) {
+        nodeStack_.push(kind, [&](XMLNode::Room& room) {
+            return root_ = XMLTopSettingsNode::createTop(room, attributes);
+        });
     } else {
-        node = nodeStack_.back()->subNode(tag, attributes);
+        refuse(u"Illegal tag encountered at the beginning of the Settings XMLfile");
     }
-    nodeStack_.push_back(std::move(node));
 }
 
 void SettingsSaxHandler::endElement(std::string_view name) {
     textLength_ = 0;
-    if (nodeStack_.empty() || name != nodeStack_.back()->getTagName()) {
+    if (nodeStack_.depth() == 0 || elementKind(name) != nodeStack_.topKind()) {
         refuse(u"Mismatch in tag hierarchy between parser and node stack");
     }
-    boost::shared_ptr<XMLNode> const node = std::move(nodeStack_.back());
-    nodeStack_.pop_back();
-    if (!nodeStack_.empty()) {
-        node->closeTag();
-        return;
+    if (nodeStack_.depth() > 1) {
+        nodeStack_.top().closeTag();
+    } else {
+        parsedSettings_ = root_->getSettings();
+        auto const& paths = root_->getAdditionalPath();
+        nextPaths_.insert(nextPaths_.end(), paths.begin(), paths.end());
     }
-    auto const& root = static_cast<XMLTopSettingsNode const&>(*node);
-    parsedSettings_ = root.getSettings();
-    auto const& paths = root.getAdditionalPath();
-    nextPaths_.insert(nextPaths_.end(), paths.begin(), paths.end());
+    nodeStack_.pop();
 }
 
 void SettingsSaxHandler::characters(ustring const& piece) {
-    if (nodeStack_.empty()) return;
+    if (nodeStack_.depth() == 0) return;
     textLength_ += piece.size();
     if (textLength_ > textLimit) refuse(u"A text of the settings file is too long");
-    nodeStack_.back()->parseText(piece);
+    nodeStack_.top().parseText(piece);
 }
 
 }  // namespace settings::core

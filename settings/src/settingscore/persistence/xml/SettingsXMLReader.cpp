@@ -6,7 +6,10 @@
 #include <settingscore/host/Except.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
+#include <settingscore/persistence/xml/FileSource.hpp>
+#include <settingscore/persistence/xml/SchemaInForce.hpp>
 #include <settingscore/persistence/xml/SettingsSaxHandler.hpp>
+#include <settingscore/persistence/xml/plain/PlainReader.hpp>
 #include <settingscore/persistence/xml/validating/ValidatingParser.hpp>
 #include <settingscore/tree/MergeEngine.hpp>
 
@@ -17,18 +20,20 @@ using qf::filesystem::path;
 
 namespace {
 
-path schemaFile() {
-    return path(qf::filesystem::get_install_path()) / u"settings" / u"src" / u"settingscore" /
-           u"settings.xsd";
-}
+/// Longer files are read by the validating parser alone, which needs not have them in memory.
+constexpr std::size_t longestInMemory = std::size_t(64) << 20;
 
-/// What an element handler refuses with a message id, the reader tells with the catalogue's text.
+/// The plain reader does what it can. What is refused, is refused by the validating parser, which
+/// sees the same bytes.
 void parse(path const& file, SettingsSaxHandler& handler) {
-    path const schema = schemaFile();
-    FileSource schemaBytes(schema);
+    SchemaInForce schema;
     FileSource bytes(file);
+    if (schema.isOurs() && bytes.takeWhole(longestInMemory)) {
+        if (readPlain(bytes.taken(), handler)) return;
+        handler.startAgain();
+    }
     try {
-        parseValidating({schema, schemaBytes}, {file, bytes}, handler);
+        parseValidating(schema.source(), {file, bytes}, handler);
     } catch (qf::except::IMsgIDException const& error) {
         throw ErrorReadingSettingsData(exception::ContentRefused, error.GetUnicodeMessageTxt());
     }
@@ -56,7 +61,7 @@ boost::shared_ptr<SettingsImpl> readChain(ustring const& startingFile) {
                          .result;
         } else {
             result = handler.getSettings();
-            topValidator.swap(result->contentInternal().validator);
+            result->contentInternal().validator.swap(topValidator);
         }
     } while (handler.popNextPaths(current));
 
@@ -65,7 +70,7 @@ boost::shared_ptr<SettingsImpl> readChain(ustring const& startingFile) {
             exception::MergeFailed,
             u"Error merging Settings' files. The starting file is: " + startingFile);
     }
-    if (result) topValidator.swap(result->contentInternal().validator);
+    if (result) result->contentInternal().validator.swap(topValidator);
     return result;
 }
 

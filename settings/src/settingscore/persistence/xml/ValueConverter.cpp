@@ -1,5 +1,6 @@
 #include <settingscore/persistence/xml/ValueConverter.hpp>
 
+#include <algorithm>
 #include <string>
 #include <type_traits>
 
@@ -15,6 +16,13 @@ namespace settings::core {
 namespace boostany = settingscore::boostany;
 
 namespace {
+
+/// What a number may be is ASCII.
+std::string narrow(ustring const& text) {
+    bool const isAscii =
+        std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 0x80; });
+    return isAscii ? std::string(text.begin(), text.end()) : qf::i18n::to_string(text);
+}
 
 template <class T>
 T toNumber(std::string const& text) {
@@ -37,7 +45,7 @@ T ValueConverter<T>::input() const {
         return text_ == u"true" || text_ == u"1";
     } else {
         try {
-            return toNumber<T>(qf::i18n::to_string(text_));
+            return toNumber<T>(narrow(text_));
         } catch (boost::bad_lexical_cast const&) {
             using Traits = boostany::ValueTraits<T>;
             ZENBAR::settings::core::throwMessage<

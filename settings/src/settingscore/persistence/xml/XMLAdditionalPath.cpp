@@ -4,8 +4,6 @@
 
 namespace settings::core {
 
-void XMLAdditionalPath::closeTag() const {
-    parentAs<XMLTopSettingsNode>().appendAdditionalPath(path_);
-}
+void XMLAdditionalPath::closeTag() { parentAs<XMLTopSettingsNode>().appendAdditionalPath(path_); }
 
 }  // namespace settings::core

@@ -8,12 +8,11 @@ namespace settings::core {
 /// A further file to read, named by the root element.
 class XMLAdditionalPath : public XMLLeafNode {
 public:
-    XMLAdditionalPath(ElementAttributes const&, boost::shared_ptr<XMLNode> const& parent)
-        : XMLLeafNode(parent) {}
+    XMLAdditionalPath(ElementAttributes const&, XMLNode* parent) : XMLLeafNode(parent) {}
 
     void parseText(ustring const& text) override { path_ = text; }
     std::string getTagName() const override { return "additionalpath"; }
-    void closeTag() const override;
+    void closeTag() override;
 
 private:
     qf::filesystem::path path_;

@@ -9,16 +9,16 @@ namespace settings::core {
 /// A key: its rules, and the values of its type element.
 class XMLKey : public XMLNode {
 public:
-    XMLKey(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> const& parent);
+    XMLKey(ElementAttributes const& attributes, XMLNode* parent);
 
-    boost::shared_ptr<SettingsImpl> getSettings() const override { return settings_; }
+    boost::shared_ptr<SettingsImpl> const& getSettings() const override { return settings_; }
     std::string getTagName() const override { return "key"; }
     /// Stores the value on the level "user", whichever file it is from, and links the key.
-    void closeTag() const override;
-    HandlerMap const& getHandlerMap() const override;
+    void closeTag() override;
+    Creator creatorOf(ElementKind kind) const override;
 
     void setKeyValueWriter(SettingsImpl::ValueWriterFcn writer) { keyValueWriter_ = writer; }
-    void setKeyValue(boost::any const& value) { keyValue_ = value; }
+    void setKeyValue(boost::any value) { keyValue_.swap(value); }
     bool canBeAnyType() const { return canBeAnyType_; }
 
 private:

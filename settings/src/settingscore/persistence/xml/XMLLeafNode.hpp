@@ -8,7 +8,7 @@ namespace settings::core {
 class XMLLeafNode : public XMLNode {
 public:
     using XMLNode::XMLNode;
-    HandlerMap const& getHandlerMap() const override;
+    Creator creatorOf(ElementKind) const final { return nullptr; }
 };
 
 }  // namespace settings::core

@@ -21,8 +21,7 @@ class XMLMetaData : public XMLNode {
 public:
     using Bound = typename SettingsKeyMetaData<T>::Bound;
 
-    XMLMetaData(ElementAttributes const&, boost::shared_ptr<XMLNode> const& parent)
-        : XMLNode(parent) {}
+    XMLMetaData(ElementAttributes const&, XMLNode* parent) : XMLNode(parent) {}
 
     std::string getTagName() const override { return "metadata"; }
 
@@ -40,19 +39,24 @@ public:
         choices_->push_back(value);
     }
 
-    void closeTag() const override {
-        auto const node = getSettings();
-        if (node && !(minValue_.empty() && maxValue_.empty() && !choices_)) {
-            detail::NodeBuilder(*node).setMetaData(
-                SettingsKeyMetaData<boost::any>(minValue_, maxValue_, choices_));
+    void closeTag() override {
+        if (!(minValue_.empty() && maxValue_.empty() && !choices_)) {
+            detail::NodeBuilder(*getSettings())
+                .setMetaData(SettingsKeyMetaData<boost::any>(minValue_, maxValue_, choices_));
         }
     }
 
-    HandlerMap const& getHandlerMap() const override {
-        static auto const& handlers = *new HandlerMap{{"min", &create<XMLMetaDataMin<T>>},
-                                                      {"max", &create<XMLMetaDataMax<T>>},
-                                                      {"choices", &create<XMLMetaDataChoice<T>>}};
-        return handlers;
+    Creator creatorOf(ElementKind kind) const override {
+        switch (kind) {
+            case ElementKind::min:
+                return &create<XMLMetaDataMin<T>>;
+            case ElementKind::max:
+                return &create<XMLMetaDataMax<T>>;
+            case ElementKind::choices:
+                return &create<XMLMetaDataChoice<T>>;
+            default:
+                return nullptr;
+        }
     }
 
 private:

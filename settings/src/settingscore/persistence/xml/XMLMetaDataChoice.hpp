@@ -12,12 +12,11 @@ class XMLMetaData;
 template <class T>
 class XMLMetaDataChoice : public XMLLeafNode {
 public:
-    XMLMetaDataChoice(ElementAttributes const&, boost::shared_ptr<XMLNode> const& parent)
-        : XMLLeafNode(parent) {}
+    XMLMetaDataChoice(ElementAttributes const&, XMLNode* parent) : XMLLeafNode(parent) {}
 
     void parseText(ustring const& text) override { value_ = ValueConverter<T>(text).input(); }
     std::string getTagName() const override { return "choices"; }
-    void closeTag() const override { parentAs<XMLMetaData<T>>().appendChoices(value_); }
+    void closeTag() override { parentAs<XMLMetaData<T>>().appendChoices(value_); }
 
 private:
     T value_{};

@@ -16,12 +16,11 @@ class XMLMetaDataMax : public XMLLeafNode {
 public:
     using Bound = std::conditional_t<std::is_same_v<T, ustring>, unsigned int, T>;
 
-    XMLMetaDataMax(ElementAttributes const&, boost::shared_ptr<XMLNode> const& parent)
-        : XMLLeafNode(parent) {}
+    XMLMetaDataMax(ElementAttributes const&, XMLNode* parent) : XMLLeafNode(parent) {}
 
     void parseText(ustring const& text) override { value_ = ValueConverter<Bound>(text).input(); }
     std::string getTagName() const override { return "max"; }
-    void closeTag() const override { parentAs<XMLMetaData<T>>().updateMaxValue(value_); }
+    void closeTag() override { parentAs<XMLMetaData<T>>().updateMaxValue(value_); }
 
 private:
     Bound value_{};

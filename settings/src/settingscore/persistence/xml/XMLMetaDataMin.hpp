@@ -16,12 +16,11 @@ class XMLMetaDataMin : public XMLLeafNode {
 public:
     using Bound = std::conditional_t<std::is_same_v<T, ustring>, unsigned int, T>;
 
-    XMLMetaDataMin(ElementAttributes const&, boost::shared_ptr<XMLNode> const& parent)
-        : XMLLeafNode(parent) {}
+    XMLMetaDataMin(ElementAttributes const&, XMLNode* parent) : XMLLeafNode(parent) {}
 
     void parseText(ustring const& text) override { value_ = ValueConverter<Bound>(text).input(); }
     std::string getTagName() const override { return "min"; }
-    void closeTag() const override { parentAs<XMLMetaData<T>>().updateMinValue(value_); }
+    void closeTag() override { parentAs<XMLMetaData<T>>().updateMinValue(value_); }
 
 private:
     Bound value_{};

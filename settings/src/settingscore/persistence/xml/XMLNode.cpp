@@ -10,8 +10,8 @@ using ZENBAR::settings::core::throwMessage;
 
 XMLNode::~XMLNode() = default;
 
-boost::shared_ptr<SettingsImpl> XMLNode::getSettings() const {
-    return parentXMLNode_ ? parentXMLNode_->getSettings() : boost::shared_ptr<SettingsImpl>();
+boost::shared_ptr<SettingsImpl> const& XMLNode::getSettings() const {
+    return parentXMLNode_->getSettings();
 }
 
 void XMLNode::parseText(ustring const&) {
@@ -19,21 +19,18 @@ void XMLNode::parseText(ustring const&) {
                                                                               getTagName());
 }
 
-boost::shared_ptr<XMLNode> XMLNode::subNode(std::string const& tag,
-                                            ElementAttributes const& attributes) {
-    HandlerMap const& handlers = getHandlerMap();
-    auto const found = handlers.find(tag);
-    if (found == handlers.end()) {
-        throwMessage<ZENBAR::settings::core::XMLParserErrorIllegalTagName>(fullName(), tag,
-                                                                           getTagName());
+XMLNode* XMLNode::subNode(ElementKind kind, std::string_view tag,
+                          ElementAttributes const& attributes, Room& room) {
+    Creator const creator = creatorOf(kind);
+    if (!creator) {
+        throwMessage<ZENBAR::settings::core::XMLParserErrorIllegalTagName>(
+            fullName(), std::string(tag), getTagName());
     }
-    return found->second(attributes, shared_from_this());
+    return creator(room, attributes, this);
 }
 
 std::string XMLNode::fullName() const {
-    auto const node = getSettings();
-    return node ? node->getFullNameWithLock(XMLHelperFunctions::privateTreeLock(), false)
-                : std::string();
+    return getSettings()->getFullNameWithLock(XMLHelperFunctions::privateTreeLock(), false);
 }
 
 }  // namespace settings::core

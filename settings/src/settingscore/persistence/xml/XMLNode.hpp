@@ -1,14 +1,14 @@
 #pragma once
 
-#include <map>
+#include <cstddef>
+#include <new>
 #include <string>
-#include <utility>
+#include <string_view>
 
-#include <boost/enable_shared_from_this.hpp>
-#include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
 #include <settingscore/host/UString.hpp>
 #include <settingscore/persistence/xml/ElementAttributes.hpp>
+#include <settingscore/persistence/xml/FileVocabulary.hpp>
 
 namespace settings::core {
 
@@ -18,39 +18,47 @@ class SettingsImpl;
 /// the element says and hands it to the handler of the enclosing element, or to the node under
 /// construction, when the element ends. The nodes that handlers build belong to the parse alone:
 /// nothing here takes the tree lock.
-class XMLNode : public boost::enable_shared_from_this<XMLNode> {
+///
+/// A handler lives in the room of its depth (`HandlerStack`), one after the other: an element takes
+/// no memory of its own but for what it has to keep.
+class XMLNode {
 public:
-    using Creator = boost::shared_ptr<XMLNode> (*)(ElementAttributes const& attributes,
-                                                   boost::shared_ptr<XMLNode> const& parent);
-    using HandlerMap = std::map<std::string, Creator>;
+    /// Room for any handler.
+    struct Room {
+        static constexpr std::size_t size = 160;
+        alignas(std::max_align_t) unsigned char bytes[size];
+    };
+    /// Makes a handler in a room. The handler of the enclosing element is null for the root.
+    using Creator = XMLNode* (*)(Room& room, ElementAttributes const& attributes, XMLNode* parent);
 
-    /// `parent` is empty for the root element.
-    explicit XMLNode(boost::shared_ptr<XMLNode> parent) : parentXMLNode_(std::move(parent)) {}
+    /// `parent` outlives this one.
+    explicit XMLNode(XMLNode* parent) : parentXMLNode_(parent) {}
     XMLNode(XMLNode const&) = delete;
     XMLNode& operator=(XMLNode const&) = delete;
 
     /// The node that the element belongs to.
-    virtual boost::shared_ptr<SettingsImpl> getSettings() const;
+    virtual boost::shared_ptr<SettingsImpl> const& getSettings() const;
     /// A piece of the element's text; it may come in several. Refused here.
     virtual void parseText(ustring const& text);
     virtual std::string getTagName() const = 0;
     /// The element has ended. Not called for the root element.
-    virtual void closeTag() const {}
+    virtual void closeTag() {}
     virtual ~XMLNode();
-    /// The elements that may stand inside; built once a class.
-    virtual HandlerMap const& getHandlerMap() const = 0;
+    /// What makes the handler of an element inside this one; null for one that may not stand there.
+    virtual Creator creatorOf(ElementKind kind) const = 0;
 
     /// A handler for an element inside this one.
-    boost::shared_ptr<XMLNode> subNode(std::string const& tag, ElementAttributes const& attributes);
-    boost::shared_ptr<XMLNode> const& getParentXMLNode() const { return parentXMLNode_; }
+    XMLNode* subNode(ElementKind kind, std::string_view tag, ElementAttributes const& attributes,
+                     Room& room);
+    XMLNode* getParentXMLNode() const { return parentXMLNode_; }
 
 protected:
     template <class C>
-    static boost::shared_ptr<XMLNode> create(ElementAttributes const& attributes,
-                                             boost::shared_ptr<XMLNode> const& parent) {
-        return boost::make_shared<C>(attributes, parent);
+    static XMLNode* create(Room& room, ElementAttributes const& attributes, XMLNode* parent) {
+        static_assert(sizeof(C) <= Room::size && alignof(C) <= alignof(Room));
+        return new (room.bytes) C(attributes, parent);
     }
-    /// The enclosing handler, whose class the handler maps make certain.
+    /// The enclosing handler, whose class its `creatorOf` makes certain.
     template <class C>
     C& parentAs() const {
         return static_cast<C&>(*parentXMLNode_);
@@ -59,7 +67,7 @@ protected:
     std::string fullName() const;
 
 private:
-    boost::shared_ptr<XMLNode> parentXMLNode_;
+    XMLNode* parentXMLNode_;
 };
 
 }  // namespace settings::core

@@ -9,11 +9,10 @@ namespace settings::core {
 template <class T>
 class XMLRuntimeDefault : public XMLLeafNode {
 public:
-    XMLRuntimeDefault(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
-        : XMLLeafNode(parent) {
-        std::string const type = attributes.get("type");
-        std::string const package = attributes.get("packagename");
-        std::string const function = attributes.get("functionname");
+    XMLRuntimeDefault(ElementAttributes const& attributes, XMLNode* parent) : XMLLeafNode(parent) {
+        std::string const type = attributes.get(AttributeKind::type);
+        std::string const package = attributes.get(AttributeKind::packagename);
+        std::string const function = attributes.get(AttributeKind::functionname);
         detail::NodeBuilder node(*getSettings());
         if (type == "C") {
             node.setRunTimeDefault(CRunTimeDefault(package, function));

@@ -7,33 +7,34 @@
 
 namespace settings::core {
 
-XMLSettings::XMLSettings(ElementAttributes const& attributes,
-                         boost::shared_ptr<XMLNode> const& parent)
-    : XMLNode(parent) {
+XMLSettings::XMLSettings(ElementAttributes const& attributes, XMLNode* parent) : XMLNode(parent) {
     // A group that does not say so is as its parent is.
     boost::logic::tribool readOnly(boost::logic::indeterminate);
-    if (attributes.isTrue("readonly")) readOnly = true;
+    if (attributes.isTrue(AttributeKind::readonly)) readOnly = true;
     settings_ = boost::make_shared<SettingsImpl>(
-        attributes.get("name"), false, boost::optional<bool>(attributes.isTrue("visible")),
-        XMLSettingsDetails::getVersionNumber(attributes.get("version")), readOnly, Validator(),
-        boost::shared_ptr<SettingsImpl>());
+        attributes.get(AttributeKind::name), false,
+        boost::optional<bool>(attributes.isTrue(AttributeKind::visible)),
+        XMLSettingsDetails::getVersionNumber(attributes.get(AttributeKind::version)), readOnly,
+        Validator(), boost::shared_ptr<SettingsImpl>());
 }
 
-void XMLSettings::closeTag() const {
-    if (auto const& parent = getParentXMLNode()) {
+void XMLSettings::closeTag() {
+    if (XMLNode* const parent = getParentXMLNode()) {
         settings_->setParentInternal(parent->getSettings());
     }
 }
 
-XMLNode::HandlerMap XMLSettings::createHandlerMap() {
-    return {{"validationfunc", &create<XMLValidationFunction>},
-            {"key", &create<XMLKey>},
-            {"settings", &create<XMLSettings>}};
-}
-
-XMLNode::HandlerMap const& XMLSettings::getHandlerMap() const {
-    static auto const& handlers = *new HandlerMap(createHandlerMap());
-    return handlers;
+XMLNode::Creator XMLSettings::creatorOf(ElementKind kind) const {
+    switch (kind) {
+        case ElementKind::validationfunc:
+            return &create<XMLValidationFunction>;
+        case ElementKind::key:
+            return &create<XMLKey>;
+        case ElementKind::settings:
+            return &create<XMLSettings>;
+        default:
+            return nullptr;
+    }
 }
 
 }  // namespace settings::core

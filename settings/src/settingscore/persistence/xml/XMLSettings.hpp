@@ -7,15 +7,12 @@ namespace settings::core {
 /// A group. The reader links it under its parent when it ends.
 class XMLSettings : public XMLNode {
 public:
-    XMLSettings(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> const& parent);
+    XMLSettings(ElementAttributes const& attributes, XMLNode* parent);
 
-    boost::shared_ptr<SettingsImpl> getSettings() const override { return settings_; }
+    boost::shared_ptr<SettingsImpl> const& getSettings() const override { return settings_; }
     std::string getTagName() const override { return "settings"; }
-    void closeTag() const override;
-    HandlerMap const& getHandlerMap() const override;
-
-protected:
-    static HandlerMap createHandlerMap();
+    void closeTag() override;
+    Creator creatorOf(ElementKind kind) const override;
 
 private:
     boost::shared_ptr<SettingsImpl> settings_;

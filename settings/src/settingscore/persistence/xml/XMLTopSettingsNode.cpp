@@ -4,13 +4,9 @@
 
 namespace settings::core {
 
-XMLNode::HandlerMap const& XMLTopSettingsNode::getHandlerMap() const {
-    static auto const& handlers = *new HandlerMap([] {
-        HandlerMap map = createHandlerMap();
-        map.emplace("additionalpath", &create<XMLAdditionalPath>);
-        return map;
-    }());
-    return handlers;
+XMLNode::Creator XMLTopSettingsNode::creatorOf(ElementKind kind) const {
+    if (kind == ElementKind::additionalpath) return &create<XMLAdditionalPath>;
+    return XMLSettings::creatorOf(kind);
 }
 
 }  // namespace settings::core

@@ -12,15 +12,15 @@ class XMLTopSettingsNode : public XMLSettings {
 public:
     using XMLSettings::XMLSettings;
 
-    HandlerMap const& getHandlerMap() const override;
+    Creator creatorOf(ElementKind kind) const override;
     void appendAdditionalPath(qf::filesystem::path const& path) {
         additionalPaths_.push_back(path);
     }
     std::vector<qf::filesystem::path> const& getAdditionalPath() const { return additionalPaths_; }
 
-    static boost::shared_ptr<XMLNode> createTop(ElementAttributes const& attributes,
-                                                boost::shared_ptr<XMLNode> const& parent) {
-        return create<XMLTopSettingsNode>(attributes, parent);
+    static XMLTopSettingsNode* createTop(Room& room, ElementAttributes const& attributes) {
+        return static_cast<XMLTopSettingsNode*>(
+            create<XMLTopSettingsNode>(room, attributes, nullptr));
     }
 
 private:

@@ -4,12 +4,11 @@
 
 namespace settings::core {
 
-XMLValidationFunction::XMLValidationFunction(ElementAttributes const& attributes,
-                                             boost::shared_ptr<XMLNode> const& parent)
+XMLValidationFunction::XMLValidationFunction(ElementAttributes const& attributes, XMLNode* parent)
     : XMLLeafNode(parent) {
-    std::string const type = attributes.get("type");
-    std::string const package = attributes.get("packagename");
-    std::string const function = attributes.get("functionname");
+    std::string const type = attributes.get(AttributeKind::type);
+    std::string const package = attributes.get(AttributeKind::packagename);
+    std::string const function = attributes.get(AttributeKind::functionname);
     Validator validator;
     if (type == "ZENBAR") {
         validator = ZValidator(package, function);

@@ -15,8 +15,7 @@ class XMLValueType;
 template <class T>
 class XMLValue : public XMLLeafNode {
 public:
-    XMLValue(ElementAttributes const&, boost::shared_ptr<XMLNode> const& parent)
-        : XMLLeafNode(parent) {}
+    XMLValue(ElementAttributes const&, XMLNode* parent) : XMLLeafNode(parent) {}
 
     void parseText(ustring const& text) override {
         if constexpr (std::is_same_v<T, ustring>) {
@@ -26,7 +25,7 @@ public:
         }
     }
     std::string getTagName() const override { return "value"; }
-    void closeTag() const override { parentAs<XMLValueType<T>>().updateValues(value_); }
+    void closeTag() override { parentAs<XMLValueType<T>>().updateValues(value_); }
 
 private:
     T value_{};

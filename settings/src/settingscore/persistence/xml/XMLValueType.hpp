@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <boost/any.hpp>
@@ -24,12 +25,12 @@ class XMLValueType : public XMLNode {
 public:
     /// @throws boost::bad_lexical_cast for sizes that are no numbers; the schema supplies absent
     ///         ones
-    XMLValueType(ElementAttributes const& attributes, boost::shared_ptr<XMLNode> const& parent)
+    XMLValueType(ElementAttributes const& attributes, XMLNode* parent)
         : XMLNode(parent),
-          minArraySize_(arraySize(attributes, "minArraySize")),
-          maxArraySize_(arraySize(attributes, "maxArraySize")),
-          undefined_(attributes.isTrue("undef")) {
-        auto const node = getSettings();
+          minArraySize_(arraySize(attributes.view(AttributeKind::minArraySize))),
+          maxArraySize_(arraySize(attributes.view(AttributeKind::maxArraySize))),
+          undefined_(attributes.isTrue(AttributeKind::undef)) {
+        boost::shared_ptr<SettingsImpl> const& node = getSettings();
         node->setDataTypeIndexInternal(parentAs<XMLKey>().canBeAnyType()
                                            ? SettingsImpl::anyTypeIndex
                                            : settingscore::boostany::ValueTraits<T>::index);
@@ -40,48 +41,67 @@ public:
                                               : &validateValueType<std::vector<T>>);
     }
 
-    std::string getTagName() const override { return settingscore::boostany::ValueTraits<T>::name; }
-    void updateValues(T const& value) { values_.push_back(value); }
+    static XMLNode* createType(Room& room, ElementAttributes const& attributes, XMLNode* parent) {
+        return create<XMLValueType>(room, attributes, parent);
+    }
 
-    void closeTag() const override {
+    std::string getTagName() const override { return settingscore::boostany::ValueTraits<T>::name; }
+    void updateValues(T& value) {
+        ++count_;
+        if (maxArraySize_ != 1) {
+            values_.push_back(std::move(value));
+        } else if (count_ == 1) {
+            single_ = std::move(value);
+        }
+    }
+
+    void closeTag() override {
         auto& key = parentAs<XMLKey>();
         key.setKeyValueWriter(&writeValues<T>);
         if (undefined_) return;
-        std::uint64_t const count = values_.size();
-        if (count == 0) {
+        if (count_ == 0) {
             if (minArraySize_ == 0 && maxArraySize_ == 0) key.setKeyValue(std::vector<T>());
             return;
         }
         bool const bounded = maxArraySize_ != 0;
-        if (count < minArraySize_ || (bounded && count > maxArraySize_)) {
+        if (count_ < minArraySize_ || (bounded && count_ > maxArraySize_)) {
             ZENBAR::settings::core::throwMessage<
                 ZENBAR::settings::core::XMLParserErrorNumOfValueNotInRange>(
-                fullName(), getTagName(), std::to_string(count), std::to_string(minArraySize_),
+                fullName(), getTagName(), std::to_string(count_), std::to_string(minArraySize_),
                 bounded ? std::to_string(maxArraySize_) : std::string("unbounded"));
         }
         if (maxArraySize_ == 1) {
-            key.setKeyValue(static_cast<T>(values_.front()));
+            key.setKeyValue(std::move(single_));
         } else {
-            key.setKeyValue(values_);
+            key.setKeyValue(std::move(values_));
         }
     }
 
-    HandlerMap const& getHandlerMap() const override {
-        static auto const& handlers =
-            *new HandlerMap{{"value", &create<XMLValue<T>>},
-                            {"runtimedefault", &create<XMLRuntimeDefault<T>>},
-                            {"metadata", &create<XMLMetaData<T>>}};
-        return handlers;
+    Creator creatorOf(ElementKind kind) const override {
+        switch (kind) {
+            case ElementKind::value:
+                return &create<XMLValue<T>>;
+            case ElementKind::runtimedefault:
+                return &create<XMLRuntimeDefault<T>>;
+            case ElementKind::metadata:
+                return &create<XMLMetaData<T>>;
+            default:
+                return nullptr;
+        }
     }
 
 private:
-    static std::uint64_t arraySize(ElementAttributes const& attributes, char const* name) {
-        return settingscore::boostany::lexicalParse<unsigned long long>(attributes.get(name));
+    static std::uint64_t arraySize(std::string_view text) {
+        if (text == "1") return 1;  // Nearly always.
+        return settingscore::boostany::lexicalParse<unsigned long long>(text);
     }
 
     std::uint64_t const minArraySize_;
     std::uint64_t const maxArraySize_;
     bool const undefined_;
+    std::uint64_t count_ = 0;
+    /// The first value of a scalar, or all of an array.
+    T single_{};
     std::vector<T> values_;
 };
 

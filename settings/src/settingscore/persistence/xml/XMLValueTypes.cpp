@@ -5,23 +5,16 @@
 
 namespace settings::core {
 
-namespace {
-
-template <class T>
-boost::shared_ptr<XMLNode> createValueType(ElementAttributes const& attributes,
-                                           boost::shared_ptr<XMLNode> const& parent) {
-    return boost::make_shared<XMLValueType<T>>(attributes, parent);
-}
-
-}  // namespace
-
-XMLNode::HandlerMap valueTypeHandlers() {
-    XMLNode::HandlerMap handlers;
-    settingscore::boostany::forEachElementType([&](auto wrapper) {
-        using T = typename decltype(wrapper)::Type;
-        handlers.emplace(settingscore::boostany::ValueTraits<T>::name, &createValueType<T>);
-    });
-    return handlers;
+XMLNode::Creator creatorOfType(ElementKind kind) {
+    switch (typeIndex(kind)) {
+#define SETTINGSCORE_ROW(type, index, name, wide, word) \
+    case index:                                         \
+        return &XMLValueType<type>::createType;
+        SETTINGSCORE_ELEMENT_TYPES(SETTINGSCORE_ROW)
+#undef SETTINGSCORE_ROW
+        default:
+            return nullptr;
+    }
 }
 
 }  // namespace settings::core

@@ -4,7 +4,7 @@
 
 namespace settings::core {
 
-/// The handlers of the twelve type elements.
-XMLNode::HandlerMap valueTypeHandlers();
+/// What makes the handler of a type element; null for another element.
+XMLNode::Creator creatorOfType(ElementKind kind);
 
 }  // namespace settings::core

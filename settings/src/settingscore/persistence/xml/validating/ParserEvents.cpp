@@ -10,15 +10,14 @@ namespace settings::core {
 void ParserEvents::startElement(XMLCh const*, XMLCh const* localName, XMLCh const*,
                                 xercesc::Attributes const& attributes) {
     readState_.bytesSinceTag = 0;
-    XMLSize_t const count = attributes.getLength();
-    texts_.clear();
-    for (XMLSize_t i = 0; i < count; ++i) {
-        texts_.push_back(utf8Of(attributes.getQName(i)));
-        texts_.push_back(utf8Of(attributes.getValue(i)));
-    }
     attributes_.clear();
-    for (std::size_t i = 0; i < texts_.size(); i += 2)
-        attributes_.add(texts_[i], texts_[i + 1]);
+    for (XMLSize_t i = 0; i < attributes.getLength(); ++i) {
+        AttributeKind const kind = attributeKind(utf8Of(attributes.getQName(i)));
+        if (kind == AttributeKind::unknown) continue;  // Of namespaces, and the like.
+        std::string& value = values_[static_cast<std::size_t>(kind)];
+        value = utf8Of(attributes.getValue(i));
+        attributes_.set(kind, value);
+    }
     handler_.startElement(utf8Of(localName), attributes_);
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <array>
 #include <string>
-#include <vector>
 
 #include <settingscore/persistence/xml/DocumentHandler.hpp>
 #include <settingscore/persistence/xml/validating/SettingsInputSource.hpp>
@@ -32,8 +32,8 @@ private:
     ReadState& readState_;
     xercesc::Locator const* locator_ = nullptr;
     ElementAttributes attributes_;
-    /// Names and values in turn, which `attributes_` refers to.
-    std::vector<std::string> texts_;
+    /// What `attributes_` refers to.
+    std::array<std::string, attributeKindCount> values_;
 };
 
 }  // namespace settings::core
