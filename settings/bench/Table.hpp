@@ -51,6 +51,8 @@ void addSets(Table& table);
 void addSaves(Table& table);
 void addLoads(Table& table);
 void addStart(Table& table);
+/// Whether the files that the loads read are plain. To be asked before the first benchmark.
+std::string plainFiles();
 void addMemory(Table& table);
 void addGrowth(Table& table);
 void addReaders(Table& table);

@@ -39,6 +39,10 @@ private:
     std::unique_ptr<qbtest::TempFolder> folder_;
 };
 
+class Table;
+/// First uses in processes of their own, of the first product of these files.
+void addFreshProcesses(Table& table, Files const& files);
+
 /// An instance of the host that reads such files, until the end of the scope.
 class Instance {
 public:

@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
 
+    std::string const plain = qbbench::plainFiles();
     qbbench::Table table;
     qbbench::addReads(table);
     qbbench::addSets(table);
@@ -41,6 +42,7 @@ int main(int argc, char** argv) {
     qbbench::addReaders(table);
     benchmark::RunSpecifiedBenchmarks(&table);
     table.print(std::cout);
+    std::cout << plain << '\n';
     if (!jsonFile.empty()) {
         std::ofstream file(jsonFile);
         table.writeJson(file);

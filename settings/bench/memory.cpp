@@ -17,7 +17,7 @@ using settings::core::SettingsImpl;
 /// The node, and the entry of its parent's map: name and pointer under the head of a tree node.
 constexpr std::size_t bareSize =
     sizeof(SettingsImpl) + sizeof(SettingsImpl::ChildMap::value_type) + 4 * sizeof(void*);
-constexpr std::size_t bound = 700;
+constexpr std::size_t bound = 400;
 
 std::size_t bytesInUse() {
     auto const info = ::mallinfo2();
@@ -53,7 +53,7 @@ void addMemory(Table& table) {
     benchmark::RegisterBenchmark("bound", constantSize, bound)->Iterations(1);
     table.add({"memory of a key with one double on one level", "node and its map entry",
                "keyMemory/1000", "bareSize", 1.5});
-    table.add({"the same", "700 bytes", "keyMemory/1000", "bound", 1});
+    table.add({"the same", "400 bytes", "keyMemory/1000", "bound", 1});
 }
 
 }  // namespace qbbench

@@ -43,6 +43,18 @@ void programStart(benchmark::State& state) {
     }
 }
 
+void versionStart(benchmark::State& state) {
+    for (auto _ : state) {
+        if (!run({QBBENCH_PROGRAM, "--version"})) state.SkipWithError("the program failed");
+    }
+}
+
+void emptyStart(benchmark::State& state) {
+    for (auto _ : state) {
+        if (!run({QBBENCH_EMPTY_PROGRAM})) state.SkipWithError("the empty program failed");
+    }
+}
+
 void bareStart(benchmark::State& state) {
     std::vector<std::string> const words{QBBENCH_BARE_PROGRAM, QBBENCH_SCHEMA,
                                          files().factoryFile(100)};
@@ -58,6 +70,10 @@ void addStart(Table& table) {
     benchmark::RegisterBenchmark("bareStart", bareStart)->UseRealTime();
     table.add({"start of the program, get of one key among 200 products",
                "process start and bare parse", "programStart", "bareStart", 2});
+    benchmark::RegisterBenchmark("versionStart", versionStart)->UseRealTime();
+    benchmark::RegisterBenchmark("emptyStart", emptyStart)->UseRealTime();
+    table.add({"the same", "empty C++ program", "programStart", "emptyStart", 1.8});
+    table.add({"program, --version", "empty C++ program", "versionStart", "emptyStart", 1.3});
 }
 
 }  // namespace qbbench
