@@ -160,6 +160,15 @@ TEST(PlatformTest, AProgramMayPutItsOwnInPlace) {
     qbhost::enableLog(nullptr);
     logger.record(1, "lost");
     EXPECT_EQ(records, "settings::core2kept ");
+    // A sink may log, and put another one in its own place.
+    qbhost::enableLog([&](std::string const&, int severity, std::string const& text) {
+        records = text + std::to_string(severity) + " " + records;
+        if (severity > 1) return qbhost::enableLog(nullptr);
+        logger.record(2, "inner");
+    });
+    logger.record(1, "outer");
+    EXPECT_FALSE(logger.is_enabled(1));
+    EXPECT_EQ(records, "inner2 outer1 settings::core2kept ");
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ struct Reader {
     std::vector<Candidate> candidates;
     std::size_t chosen = 0;
 
-    Reader() {
+    explicit Reader(std::vector<std::string> const& words) {
         app.require_subcommand(1);
         app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
         app.add_option("--host-root", line.directories.hostRoot,
@@ -44,8 +44,16 @@ struct Reader {
             "Exit status: 0 done, 1 refused or failed, 2 wrong usage, 3 no value or no such "
             "name.\nExample: qbsettings list plotter\nSee 'qbsettings COMMAND --help' for "
             "more about a command.");
-        for (CommandInfo const& info : commands())
-            add(info);
+        // To declare what no word names would be most of the work of a short command.
+        bool const helps = std::any_of(words.begin(), words.end(), mayAskForHelp);
+        for (CommandInfo const& info : commands()) {
+            if (helps || std::find(words.begin(), words.end(), info.name) != words.end()) add(info);
+        }
+    }
+
+    static bool mayAskForHelp(std::string const& word) {
+        return word.rfind("--help", 0) == 0 ||
+               (word[0] == '-' && word[1] != '-' && word.find('h') != std::string::npos);
     }
 
     void add(CommandInfo const& info) {
@@ -113,7 +121,7 @@ struct Reader {
 }  // namespace
 
 CommandLine parseCommandLine(std::vector<std::string> const& words) {
-    Reader reader;
+    Reader reader(words);
     reader.parse(words);
     return std::move(reader.line);
 }

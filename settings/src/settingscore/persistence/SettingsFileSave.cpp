@@ -6,7 +6,7 @@
 #include <ctime>
 #include <string_view>
 
-#include <boost/chrono/duration.hpp>
+#include <boost/date_time/posix_time/posix_time_duration.hpp>
 #include <boost/thread/thread.hpp>
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/errors/MessageIds.hpp>
@@ -146,8 +146,9 @@ bool replaceRealFile(WorkFolder const& folder, fs::path const& realPath) {
         }
         if (attempt % attemptsBetweenSleeps == 0) {
             std::srand(static_cast<unsigned int>(std::time(nullptr)));
-            boost::this_thread::sleep_for(boost::chrono::seconds(1) +
-                                          boost::chrono::milliseconds(std::rand() % 1000 + 1));
+            // Can be interrupted; by Boost's other clock, which costs a program no library more.
+            boost::this_thread::sleep(
+                boost::posix_time::milliseconds(1000 + std::rand() % 1000 + 1));
         } else if (attempt == attempts) {
             return false;
         }

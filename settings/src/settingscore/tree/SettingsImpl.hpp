@@ -192,7 +192,7 @@ public:
     boost::optional<ValueArraySizeValidator> getValueArraySizeValidator() const;
     void initSetters(boost::any const& value) const;
 
-    // --- Attaching and removing: NodeEdits ----------------------------------------------------
+    // --- Attaching and removing: SettingsImplEdits.cpp, by way of NodeEdits --------------------
     /// True for an entry of a child map whose name equals the held one without regard to case.
     class SettingsNamingRule {
     public:
@@ -266,7 +266,7 @@ public:
     static void createSettingsFileImpl(boost::shared_ptr<SettingsImpl const> const& node,
                                        ustring const& path, unsigned int version);
 
-    // --- Writer: persistence/writer/SettingsImplWriter.cpp ------------------------------------
+    // --- Writer: persistence/writer/SettingsImplWriter.cpp, by way of TreeWriter --------------
     template <bool Leaf>
     struct FilterLeafNode {
         bool operator()(ChildMap::value_type const& entry) const {

@@ -47,7 +47,9 @@ void logFailure(std::string const& reason) {
 
 ParserModule const* loadFrom(std::string const& file) {
     // Never closed if it is the right one: what it has made, grammars and exceptions, lives on.
-    void* const module = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    // Lazy for what the parser draws in, most of which is never called. All that the module calls
+    // itself is looked up at once: it is linked so.
+    void* const module = ::dlopen(file.c_str(), RTLD_LAZY | RTLD_LOCAL);
     if (!module) {
         char const* const reason = ::dlerror();
         logFailure(reason ? reason : file);
