@@ -169,6 +169,9 @@ void SettingsFile::setRenameBackupFileFunc(RenameFunc function) {
 void SettingsFile::setSaveToFileFunc(SaveToFileFunc function) { saveToFileFunc_ = function; }
 void SettingsFile::setGivenUpFunc(GivenUpFunc function) { givenUpFunc_ = function; }
 
+// The replaceable steps take their paths by value, the library's own among them.
+// NOLINTBEGIN(performance-unnecessary-value-param)
+
 void SettingsFile::renameExistingFile(Path from, Path to) { fs::rename(from, to); }
 
 void SettingsFile::giveUpInSilence(GivenUp, SettingsLevel const*,
@@ -242,6 +245,8 @@ void SettingsFile::saveToFile(SettingsLevel const* level,
     functor(obj, stream, level->levelName());
     stream.close();  // A failure stays in the stream's state, which nobody looks at.
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 bool SettingsFile::checkWritePermission(SettingsLevel const* level,
                                         boost::shared_ptr<SettingsImpl const> const& obj) {

@@ -12,7 +12,8 @@ namespace settings::core::detail {
 
 /// The replaceable loader and saver of the process, and the way from the tree to the files, of
 /// which the tree knows nothing: the layer that has them puts its functions in when the library is
-/// loaded. Without them nodes work in memory, nothing is loaded, and nothing is saved.
+/// loaded. Without them nodes work in memory, nothing is loaded, and nothing is saved. What can be
+/// replaced is guarded by a mutex of its own, which is never held while anything is called.
 class LoadAndSave {
 public:
     using Saver = void (*)(SettingsLevel const*, boost::shared_ptr<SettingsImpl> const&,

@@ -70,7 +70,7 @@ public:
     static std::string const settingsSchemaInfo;     ///< Schema attributes of the root element.
 
     /// The root of an instance; empty if there is no such instance or if it has ended.
-    static boost::shared_ptr<Settings> getSettingsRoot(ZcrID const& id);
+    static boost::shared_ptr<Settings> getSettingsRoot(ZcrID const& id);  // In roots/.
 
     /// The lock of all trees of the process. Hold it shared (`boost::shared_lock`) around several
     /// reads that belong together. While it is held so, do nothing on the same thread that a
@@ -87,6 +87,8 @@ public:
     ///         (an additional file that does not fit), numeric and cast errors of Boost for broken
     ///         numbers
     static boost::shared_ptr<Settings> importAsStandaloneObject(ustring const& path);
+
+    // This one, the one above and the one below: in persistence/SettingsExport.cpp.
 
     /// Writes the nodes, all of one product, with the path from the product down to each, into one
     /// file: the values of one level, or with "" the stored values in force (without

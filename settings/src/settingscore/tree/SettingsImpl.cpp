@@ -30,7 +30,7 @@ SettingsImpl::SettingsImpl(std::string name, bool isLeaf, boost::optional<bool> 
     content_.visible = visible;
     content_.version = version;
     content_.parent = parent;
-    content_.validator = validator;
+    if (validator.which() != 0) content_.validator.swap(validator);
 }
 
 SettingsImpl::SettingsImpl(std::string name, bool isLeaf, boost::optional<bool> visible,

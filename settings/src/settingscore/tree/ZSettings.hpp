@@ -23,6 +23,8 @@ struct SettingsProperties {
 /// an instance, so that such a layer needs no other class.
 class SETTINGSCORE_API ZSettings : public Settings {
 public:
+    // What is static here is in roots/ZSettings.cpp.
+
     /// Adds an instance. False, with nothing changed, if it is there already.
     static bool createEmptySettingsFor(ZcrID const& id);
     /// Puts directories in the place of those that the environment gives; an unset one restores the
