@@ -1,5 +1,6 @@
 #include <settingscore/persistence/DurableSaving.hpp>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <exception>
@@ -8,6 +9,7 @@
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/levels/SettingsLevel.hpp>
+#include <settingscore/persistence/DurableSteps.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
 #include <settingscore/persistence/UnreadFiles.hpp>
 #include <settingscore/persistence/writer/FileContent.hpp>
@@ -84,21 +86,6 @@ void writeWhole(SettingsLevel const* level, Node const& product, SaveSettingsFun
 
 // --- The rename -------------------------------------------------------------------------------
 
-/// Gives the file a second name under which it stays; returns that name.
-fs::path keepAside(fs::path const& file) {
-    for (unsigned number = 1;; ++number) {
-        std::string const suffix =
-            number == 1 ? ".rejected" : ".rejected." + std::to_string(number);
-        fs::path const aside(file.str() + qf::i18n::to_ustring(suffix));
-        try {
-            fs::link_or_copy(file, aside);
-            return aside;
-        } catch (fs::FileExistsError const&) {
-            // A file that was kept before stays: the next number is tried.
-        }
-    }
-}
-
 /// Brings the folder's new entry to the disk. The first file of a folder may stand in folders that
 /// the save had to make, whose entries count as well; what the user may not open was there before.
 void syncFolders(fs::path folder, bool fileIsNew) {
@@ -159,15 +146,35 @@ void tellGivenUp(SettingsFile::GivenUp why, SettingsLevel const* level,
         ustring(), level->levelName());
 }
 
+std::atomic<bool> isOn{false};
+
 }  // namespace
 
+fs::path keepAside(fs::path const& file) {
+    for (unsigned number = 1;; ++number) {
+        std::string const suffix =
+            number == 1 ? ".rejected" : ".rejected." + std::to_string(number);
+        fs::path const aside(file.str() + qf::i18n::to_ustring(suffix));
+        try {
+            fs::link_or_copy(file, aside);
+            return aside;
+        } catch (fs::FileExistsError const&) {
+            // A file that was kept before stays: the next number is tried.
+        }
+    }
+}
+
+bool isDurableSavingOn() { return isOn; }
+
 void turnOnDurableSaving() {
+    isOn = true;
     SettingsFile::setSaveToFileFunc(&writeWhole);
     SettingsFile::setRenameTempToRealFunc(&renameDurably);
     SettingsFile::setGivenUpFunc(&tellGivenUp);
 }
 
 void turnOffDurableSaving() {
+    isOn = false;
     SettingsFile::setSaveToFileFunc(&SettingsFile::saveToFile);
     SettingsFile::setRenameTempToRealFunc(&SettingsFile::renameExistingFile);
     SettingsFile::setGivenUpFunc(&SettingsFile::giveUpInSilence);

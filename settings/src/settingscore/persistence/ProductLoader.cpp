@@ -1,12 +1,11 @@
-// The default loader: fills a product from its files of all levels.
-
-#include <optional>
+#include <settingscore/persistence/ProductLoader.hpp>
 
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
-#include <settingscore/persistence/UnreadFiles.hpp>
+#include <settingscore/persistence/shared/Agreements.hpp>
+#include <settingscore/persistence/shared/SharedSaves.hpp>
 #include <settingscore/tree/MergeEngine.hpp>
 #include <settingscore/tree/NodeBuilder.hpp>
 #include <settingscore/tree/NodeView.hpp>
@@ -17,85 +16,92 @@ namespace settings::core {
 using detail::MergeEngine;
 using detail::NodeView;
 
-namespace {
+ProductLoader::ProductLoader(std::string const& product, boost::shared_ptr<TreeRoot const> root,
+                             ustring& errors)
+    : name_(product),
+      merged_(boost::make_shared<SettingsImpl>(product, false, boost::none)),
+      root_(std::move(root)),
+      errors_(errors) {}
 
-/// Collects what the files of one product say in a private tree.
-class ProductLoader {
-public:
-    ProductLoader(boost::shared_ptr<SettingsImpl> empty, boost::shared_ptr<TreeRoot const> root,
-                  ustring& errors)
-        : merged_(std::move(empty)), root_(std::move(root)), errors_(errors) {}
-
-    void readAll(std::string const& product) {
-        auto const& levels = SettingsLevelManager::levels();
-        for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
-            for (qf::filesystem::path const& file :
-                 SettingsFile::getAllSettingsFileForProduct(product, &*level, root_)) {
-                isAnyFileThere_ = true;
-                std::size_t const errorsBefore = errors_.size();
-                std::optional<UnreadFiles::Passing> const passing = read(file, *level);
-                if (!level->canBeModified()) continue;
-                if (errors_.size() == errorsBefore) {
-                    UnreadFiles::setRead(root_, file);
-                } else {
-                    UnreadFiles::setUnread(root_, file, passing);
-                }
-            }
+void ProductLoader::readAll(bool withStamp) {
+    auto const& levels = SettingsLevelManager::levels();
+    for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
+        if (level->canHaveFile() && level->canBeModified()) {
+            readUser(*level, withStamp);
+            continue;
+        }
+        for (Path const& file : SettingsFile::getAllSettingsFileForProduct(name_, &*level, root_)) {
+            isAnyFileThere_ = true;
+            read(file, *level);
         }
     }
-    /// Null if no file contributed.
-    boost::shared_ptr<SettingsImpl> result() const {
-        return isFirstRead_ ? merged_ : boost::shared_ptr<SettingsImpl>();
-    }
-    bool isAnyFileThere() const { return isAnyFileThere_; }
+}
 
-private:
-    /// Whatever a file can do wrong costs the contribution of that file alone.
-    /// @return what kept the file from being read, if that may pass
-    std::optional<UnreadFiles::Passing> read(qf::filesystem::path const& file,
-                                             SettingsLevel const& level) {
+void ProductLoader::readUser(SettingsLevel const& level, bool withStamp) {
+    Path file;
+    std::optional<FileStamp> before;
+    if (withStamp) {
+        file = SettingsFile::userFileOf(name_, &level, root_);
         try {
-            auto const object = SettingsFile::loadSettingsObject(file);
-            if (object) fold(object, file, level);
-        } catch (exception::ErrorReadingSettingsData const& e) {
-            report(file, e.getDetailErrorMsg());
-            return UnreadFiles::passing(e, file);
-        } catch (qf::except::IMsgIDException const& e) {
-            report(file, e.GetUnicodeMessageTxt());
-        } catch (std::exception const& e) {
-            report(file, qf::i18n::to_ustring(e.what()));
-            return UnreadFiles::passing(e, file);
+            before = FileStamp::of(file);
+        } catch (qf::filesystem::FsysExceptionBase const&) {
+            // The load tells, if it has anything to tell.
         }
-        return std::nullopt;
     }
-
-    void fold(boost::shared_ptr<SettingsImpl> const& object, qf::filesystem::path const& file,
-              SettingsLevel const& level) {
-        // A product does not take the validator of its own element over, so that no set is judged
-        // by it; what a set accepts, a load has to accept.
-        detail::NodeBuilder(*object).setValidator(Validator());
-        if (isFirstRead_) {
-            merged_ =
-                MergeEngine::foldFile(merged_, object, level, false, errors_, file.str()).result;
+    bool mayPass = false;
+    for (Path const& found : SettingsFile::getAllSettingsFileForProduct(name_, &level, root_)) {
+        isAnyFileThere_ = true;
+        std::size_t const errorsBefore = errors_.size();
+        std::optional<UnreadFiles::Passing> const passing = read(found, level);
+        if (errors_.size() == errorsBefore) {
+            UnreadFiles::setRead(root_, found);
         } else {
-            MergeEngine::takeFirstFile(*merged_, *object, level);
-            merged_ = object;
-            isFirstRead_ = true;
+            UnreadFiles::setUnread(root_, found, passing);
+            userFault_ += errors_.substr(errorsBefore);
+            mayPass = mayPass || passing;
         }
     }
-
-    void report(qf::filesystem::path const& file, ustring const& text) {
-        errors_ += file.str() + u'\t' + text + u'\n';
+    if (!before || mayPass) return;
+    try {
+        if (FileStamp::of(file) == *before) userStamp_ = before;
+    } catch (qf::filesystem::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
     }
+}
 
-    boost::shared_ptr<SettingsImpl> merged_;
-    boost::shared_ptr<TreeRoot const> root_;
-    ustring& errors_;
-    bool isFirstRead_ = false;
-    bool isAnyFileThere_ = false;
-};
+std::optional<UnreadFiles::Passing> ProductLoader::read(Path const& file,
+                                                        SettingsLevel const& level) {
+    try {
+        auto const object = SettingsFile::loadSettingsObject(file);
+        if (object) fold(object, file, level);
+    } catch (exception::ErrorReadingSettingsData const& e) {
+        report(file, e.getDetailErrorMsg());
+        return UnreadFiles::passing(e, file);
+    } catch (qf::except::IMsgIDException const& e) {
+        report(file, e.GetUnicodeMessageTxt());
+    } catch (std::exception const& e) {
+        report(file, qf::i18n::to_ustring(e.what()));
+        return UnreadFiles::passing(e, file);
+    }
+    return std::nullopt;
+}
 
-}  // namespace
+void ProductLoader::fold(boost::shared_ptr<SettingsImpl> const& object, Path const& file,
+                         SettingsLevel const& level) {
+    // A product does not take the validator of its own element over, so that no set is judged
+    // by it; what a set accepts, a load has to accept.
+    detail::NodeBuilder(*object).setValidator(Validator());
+    if (isFirstRead_) {
+        merged_ = MergeEngine::foldFile(merged_, object, level, false, errors_, file.str()).result;
+    } else {
+        MergeEngine::takeFirstFile(*merged_, *object, level);
+        merged_ = object;
+        isFirstRead_ = true;
+    }
+}
+
+void ProductLoader::report(Path const& file, ustring const& text) {
+    errors_ += file.str() + u'\t' + text + u'\n';
+}
 
 void SettingsImpl::loadSettingsOnce(ustring& errors) {
     boost::shared_ptr<TreeRoot const> root;
@@ -107,13 +113,12 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
     }
     // On the thread that loads: no other one looks at the content of the product before the end.
     std::string const& name = content_.name;
-    ProductLoader loader(boost::make_shared<SettingsImpl>(name, content_.isLeaf, boost::none), root,
-                         errors);
-    loader.readAll(name);
-    if (boost::shared_ptr<SettingsImpl> const merged = loader.result()) {
-        acceptChildren(*merged);
-        return;
-    }
+    bool const isShared = SharedSaves::areOn();
+    ProductLoader loader(name, root, errors);
+    loader.readAll(isShared);
+    if (boost::shared_ptr<SettingsImpl> const merged = loader.result()) acceptChildren(*merged);
+    if (isShared && root) Agreements::loaded(shared_from_this(), loader.userStamp());
+    if (loader.result()) return;
     // Made in memory, there is nothing to load; or the lines say why nothing could be.
     if (content_.visible || loader.isAnyFileThere()) return;
     errors += u"There is no Settings files associated with this product node: " +

@@ -104,6 +104,12 @@ fs::path SettingsFile::getSettingsFilePathForObj(SettingsLevel const* level,
     return userFile(getObjFilePathRoot(level, obj).str(), obj->getName());
 }
 
+fs::path SettingsFile::userFileOf(std::string const& product, SettingsLevel const* level,
+                                  Root const& root) {
+    ustring const folder = getRootPathForLevel(level, root);
+    return folder.empty() ? fs::path() : userFile(folder, product);
+}
+
 // --- Lists ----------------------------------------------------------------------------------
 
 std::vector<fs::path> SettingsFile::getSettingsFileList(fs::path const& folder) {

@@ -13,6 +13,7 @@ class SaveSettingsFunctor;
 class SettingsImpl;
 class SettingsLevel;
 class TreeRoot;
+struct FileStamp;
 
 /// True for a regular file with the extension ".settings", in exactly this spelling.
 struct IsASettingsFile {
@@ -53,6 +54,17 @@ public:
                                  boost::shared_ptr<SettingsImpl const> const& product,
                                  Path const& file);
 
+    /// One save, when all is known that it needs.
+    struct Save {
+        SettingsLevel const* level;
+        boost::shared_ptr<SettingsImpl const> product;
+        boost::shared_ptr<TreeRoot const> root;
+        Path folder;
+        Path file;
+    };
+    /// Carries a save out, or has `replaceFile` do so.
+    using SaveFunc = void (*)(Save const&, SaveSettingsFunctor const&);
+
     static void setRenameTempToRealFunc(RenameFunc function);
     static void setRenameRealToTempFunc(RenameFunc function);
     /// Kept, and never called: the save has no step that restores.
@@ -60,6 +72,8 @@ public:
     static void setSaveToFileFunc(SaveToFileFunc function);
     /// Called when a save gives up. What it throws reaches the caller of the save.
     static void setGivenUpFunc(GivenUpFunc function);
+    /// For the library: puts in what makes saves; null is its default.
+    static void setSaveFunc(SaveFunc function);
     /// For the library: puts in who knows the directories. Without it there are none.
     static void setDirectoryFunc(DirectoryFunc function);
 
@@ -71,6 +85,9 @@ public:
                                    boost::shared_ptr<SettingsImpl const> const& obj);
     static Path getSettingsFilePathForObj(SettingsLevel const* level,
                                           boost::shared_ptr<SettingsImpl const> const& obj);
+    /// The one file of a product at a level that has one for each; empty without a directory.
+    static Path userFileOf(std::string const& product, SettingsLevel const* level,
+                           boost::shared_ptr<TreeRoot const> const& root);
     /// Settings files of a folder, in the order of the directory; what was found so far if the
     /// folder can't be read to the end.
     static std::vector<Path> getSettingsFileList(Path const& folder);
@@ -115,6 +132,10 @@ public:
     /// report all of them but the first and lose nothing.
     static void saveSettings(SettingsLevel const* level, boost::shared_ptr<SettingsImpl> const& obj,
                              SaveSettingsFunctor const& functor);
+    /// The steps of a save in a temporary folder. `written`, if it is there, becomes the version of
+    /// the new file before its rename. @return false if the file was not replaced
+    static bool replaceFile(Save const& save, SaveSettingsFunctor const& functor,
+                            FileStamp* written);
     /// The file that a save is about to replace by this temporary one; empty for other paths.
     static Path replacedBy(Path const& temporary);
     /// Gives the temporary file the permission bits of the one that it replaces, if there is one.

@@ -17,6 +17,9 @@
 #include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
 #include <settingscore/persistence/UnreadFiles.hpp>
+#include <settingscore/persistence/shared/FileStamp.hpp>
+#include <settingscore/persistence/shared/LeftOvers.hpp>
+#include <settingscore/persistence/shared/SharedSaves.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 #include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/NodeView.hpp>
@@ -39,6 +42,7 @@ std::atomic<SettingsFile::RenameFunc> renameRealToTempFunc_{&SettingsFile::renam
 std::atomic<SettingsFile::RenameFunc> renameTempRealBackUpToRealFunc_{
     &SettingsFile::renameExistingFile};
 std::atomic<SettingsFile::SaveToFileFunc> saveToFileFunc_{&SettingsFile::saveToFile};
+std::atomic<SettingsFile::SaveFunc> saveFunc_{nullptr};
 std::atomic<SettingsFile::GivenUpFunc> givenUpFunc_{&SettingsFile::giveUpInSilence};
 
 void logSave(std::string const& product, std::string const& level) {
@@ -66,6 +70,15 @@ bool isGone(fs::path const& path) {
     }
 }
 
+/// Nothing if the file could not be written, which the default save does not report.
+FileStamp stampOf(fs::path const& temporary) {
+    try {
+        return FileStamp::of(temporary);
+    } catch (fs::FsysExceptionBase const&) {
+        return {};
+    }
+}
+
 /// The folder in which one save works, and the files in it. All that its removal needs is there
 /// before the folder is.
 struct WorkFolder {
@@ -77,7 +90,8 @@ struct WorkFolder {
 
     void remove() const {
         // File by file first: that needs no descriptor, of which there may be none left.
-        for (fs::path const* const file : {&temporary, &previous, &path}) {
+        fs::path const mark = path / fs::path(LeftOvers::markName);
+        for (fs::path const* const file : {&temporary, &previous, &mark, &path}) {
             try {
                 fs::remove(*file);
             } catch (fs::FsysExceptionBase const&) {
@@ -119,6 +133,7 @@ void inWorkFolder(fs::path const& parent, ustring const& fileName, Work const& w
             isMade = true;
             if (!fs::exists(folder.path)) continue;
             closeToOthers(folder.path);
+            if (SharedSaves::areOn()) LeftOvers::mark(folder.path);
         } catch (fs::FileExistsError const&) {
             continue;  // Somebody else's folder: another name is tried.
         } catch (fs::AccessDenied const& denied) {
@@ -168,6 +183,7 @@ void SettingsFile::setRenameBackupFileFunc(RenameFunc function) {
 }
 void SettingsFile::setSaveToFileFunc(SaveToFileFunc function) { saveToFileFunc_ = function; }
 void SettingsFile::setGivenUpFunc(GivenUpFunc function) { givenUpFunc_ = function; }
+void SettingsFile::setSaveFunc(SaveFunc function) { saveFunc_ = function; }
 
 // The replaceable steps take their paths by value, the library's own among them.
 // NOLINTBEGIN(performance-unnecessary-value-param)
@@ -195,27 +211,37 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
     // Asked for once: the instance's directories can change while the save runs.
     Path const rootPath = getRootPathForLevel(level, root);
     if (rootPath.empty()) return;
-    Path const realPath = userFile(rootPath.str(), name);
+    Save const save{level, top, root, rootPath, userFile(rootPath.str(), name)};
+    if (SaveFunc const function = saveFunc_) return function(save, functor);
+    replaceFile(save, functor, nullptr);
+}
+
+bool SettingsFile::replaceFile(Save const& save, SaveSettingsFunctor const& functor,
+                               FileStamp* written) {
+    bool isReplaced = false;
     try {
-        ustring const fileName = qf::i18n::to_ustring(name + detail::settingsExtension);
-        inWorkFolder(rootPath, fileName, [&](WorkFolder const& folder) {
-            saveToFileFunc_.load()(level, top, functor, folder.temporary);
-            if (!isWritable(realPath)) {
-                givenUpFunc_.load()(GivenUp::noWritePermission, level, top, realPath);
+        inWorkFolder(save.folder, save.file.filename().str(), [&](WorkFolder const& folder) {
+            saveToFileFunc_.load()(save.level, save.product, functor, folder.temporary);
+            if (!isWritable(save.file)) {
+                givenUpFunc_.load()(GivenUp::noWritePermission, save.level, save.product,
+                                    save.file);
                 return;
             }
+            if (written) *written = stampOf(folder.temporary);
             try {
-                if (replaceRealFile(folder, realPath)) UnreadFiles::replaced(root, realPath);
+                isReplaced = replaceRealFile(folder, save.file);
+                if (isReplaced) UnreadFiles::replaced(save.root, save.file);
             } catch (...) {
                 // What failed behind the rename leaves our own file in place.
-                if (isGone(folder.temporary)) UnreadFiles::replaced(root, realPath);
+                if (isGone(folder.temporary)) UnreadFiles::replaced(save.root, save.file);
                 throw;
             }
         });
     } catch (qf::except::Exception<msg::CanNotCreateTempDirectory, std::exception, void> const&) {
         // Without a temporary folder the save ends, the file unchanged.
-        givenUpFunc_.load()(GivenUp::noTemporaryFolder, level, top, realPath);
+        givenUpFunc_.load()(GivenUp::noTemporaryFolder, save.level, save.product, save.file);
     }
+    return isReplaced;
 }
 
 fs::path SettingsFile::replacedBy(Path const& temporary) {

@@ -1,5 +1,6 @@
 #include <settingscore/tree/Batch.hpp>
 
+#include <algorithm>
 #include <exception>
 #include <typeinfo>
 
@@ -59,16 +60,31 @@ BatchErrors Batch::set(std::string const& levelName) const {
     BatchErrors errors;
     SettingsLevel const& level = modifiableLevelOf(caller_, levelName);
     caller_.loadIfNotInitializedYet();
+    bringUpToDate();
     UpgradeTreeLock lock;
     validateWithLock(lock, errors);
     if (!errors.empty()) return errors;
-    for (Element const* element = first_; element != last_; ++element)
-        setOne(lock, *element, level);
+    Changed changed;
+    std::exception_ptr const failure = failureOf([&] {
+        for (Element const* element = first_; element != last_; ++element)
+            setOne(lock, *element, level, changed);
+    });
+    // What was stored reaches the file, whatever fails behind it.
+    finishDespite(failure, [&] { saveOnce(changed, level); });
     return errors;
 }
 
-void Batch::setOne(UpgradeTreeLock& lock, Element const& element,
-                   SettingsLevel const& level) const {
+void Batch::bringUpToDate() const {
+    if (!LoadAndSave::isShared()) return;
+    LevelAdoption::Kept nodes{&caller_};
+    for (Element const* element = first_; element != last_; ++element) {
+        if (SettingsImpl const* const node = implOf(element->first.get())) nodes.push_back(node);
+    }
+    LoadAndSave::bringUpToDate(nodes);
+}
+
+void Batch::setOne(UpgradeTreeLock& lock, Element const& element, SettingsLevel const& level,
+                   Changed& changed) const {
     auto& node = static_cast<SettingsImpl&>(*element.first);  // As was checked.
     KeyValues::Change change;
     try {
@@ -78,8 +94,27 @@ void Batch::setOne(UpgradeTreeLock& lock, Element const& element,
     }
     if (!change.made || (change.failure && isDropped(change.failure))) return;
     if (change.tellListeners) change.failure = failureOf([&] { fireValueChange(node, lock); });
-    // What was stored reaches the file, whatever fails behind it.
-    finishDespite(change.failure, [&] { LoadAndSave::saveChange(level, node); });
+    finishDespite(change.failure, [&] {
+        if (LoadAndSave::isShared()) {
+            changed.push_back(&node);
+        } else {
+            LoadAndSave::saveChange(level, node);
+        }
+    });
+}
+
+void Batch::saveOnce(Changed const& changed, SettingsLevel const& level) const {
+    std::vector<boost::shared_ptr<SettingsImpl const>> saved;
+    std::exception_ptr failure;
+    for (SettingsImpl* const node : changed) {
+        auto const product = node->getTopLevelNode();
+        if (std::find(saved.begin(), saved.end(), product) != saved.end()) continue;
+        saved.push_back(product);
+        // One product that cannot be saved keeps no other from its file.
+        std::exception_ptr const own = failureOf([&] { LoadAndSave::saveChange(level, *node); });
+        if (!failure) failure = own;
+    }
+    if (failure) std::rethrow_exception(failure);
 }
 
 BatchErrors Batch::validate() const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core::detail {
@@ -15,14 +17,21 @@ public:
     Batch(SettingsImpl const& caller, Element* first, Element* last, bool rethrow)
         : caller_(caller), first_(first), last_(last), rethrow_(rethrow) {}
 
-    /// All elements are checked before the first is stored. Each is saved by itself.
+    /// All elements are checked before the first is stored. Each is saved by itself; where several
+    /// processes share files, each product once at the end.
     BatchErrors set(std::string const& levelName) const;
     BatchErrors validate() const;
     /// The checks alone, for whoever holds a lock. Values may be converted in place.
     void validateWithLock(HeldLock const& lock, BatchErrors& errors) const;
 
 private:
-    void setOne(UpgradeTreeLock& lock, Element const& element, SettingsLevel const& level) const;
+    /// Nodes that are to be saved at the end.
+    using Changed = std::vector<SettingsImpl*>;
+
+    void bringUpToDate() const;
+    void setOne(UpgradeTreeLock& lock, Element const& element, SettingsLevel const& level,
+                Changed& changed) const;
+    void saveOnce(Changed const& changed, SettingsLevel const& level) const;
 
     SettingsImpl const& caller_;
     Element* first_;

@@ -1,5 +1,6 @@
 #include <settingscore/tree/LoadAndSave.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 
@@ -17,6 +18,7 @@ namespace {
 // Constant, so that they are there before any initialiser runs.
 LoadAndSave::Files files{};
 std::atomic<bool> isSaverDefault{true};
+std::atomic<decltype(LoadAndSave::Sharing::bringUpToDate)> bringUpToDateFunc{nullptr};
 
 /// What was put in the place of the defaults.
 struct Replaced {
@@ -48,6 +50,28 @@ SettingsImpl::SaveFunc currentSaver() {
 }  // namespace
 
 void LoadAndSave::setFiles(Files const& registered) { files = registered; }
+
+void LoadAndSave::setSharing(Sharing const& sharing) { bringUpToDateFunc = sharing.bringUpToDate; }
+
+bool LoadAndSave::isShared() { return bringUpToDateFunc.load(std::memory_order_relaxed); }
+
+void LoadAndSave::bringUpToDate(LevelAdoption::Kept const& nodes) {
+    auto const function = bringUpToDateFunc.load(std::memory_order_relaxed);
+    if (!function) return;
+    std::vector<boost::shared_ptr<SettingsImpl>> products;
+    {
+        SharedTreeLock const lock;
+        for (SettingsImpl const* const node : nodes) {
+            NodeView const view(*node, lock);
+            if (view.isTreeRoot() || !view.isConnected()) continue;
+            auto const product = boost::const_pointer_cast<SettingsImpl>(view.topLevel());
+            if (std::find(products.begin(), products.end(), product) == products.end())
+                products.push_back(product);
+        }
+    }
+    for (boost::shared_ptr<SettingsImpl> const& product : products)
+        function(*product, nodes);
+}
 
 void LoadAndSave::setLoader(SettingsImpl::LoadFunc const& loader) {
     Replaced& replaced = Replaced::instance();

@@ -6,6 +6,7 @@
 #include <boost/shared_ptr.hpp>
 #include <settingscore/host/UString.hpp>
 #include <settingscore/tree/KeyRules.hpp>
+#include <settingscore/tree/LevelAdoption.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core::detail {
@@ -34,6 +35,19 @@ public:
     };
 
     static void setFiles(Files const& files);
+
+    /// What several processes that share files want done. Nothing by default.
+    struct Sharing {
+        /// Takes in what others wrote to a product before it is changed. The nodes stay, whatever
+        /// they wrote. Called without a lock of the tree.
+        void (*bringUpToDate)(SettingsImpl& product, LevelAdoption::Kept const& kept) = nullptr;
+    };
+    static void setSharing(Sharing const& sharing);
+    /// To be called before the lock is taken for a change of the products to which the nodes
+    /// belong; a product or node that is not on a tree is left alone.
+    static void bringUpToDate(LevelAdoption::Kept const& nodes);
+    /// True if files are shared: what one operation changes is then saved together at its end.
+    static bool isShared();
 
     static void setLoader(SettingsImpl::LoadFunc const& loader);
     static void setSaver(SettingsImpl::SaveFunc const& saver);

@@ -44,6 +44,7 @@ void NodeEdits::addChild(SettingsImpl& parent, boost::shared_ptr<SettingsImpl> c
 
 void NodeEdits::attach(boost::shared_ptr<SettingsImpl> const& newParent) const {
     newParent->loadIfNotInitializedYet();
+    LoadAndSave::bringUpToDate({newParent.get()});
     // What was made in memory is whole: its own saved file must not be loaded over it. Spent before
     // the lock is taken, so that a first touch on another thread has ended when the node becomes a
     // product.
@@ -96,6 +97,7 @@ void NodeEdits::remove(boost::shared_ptr<SettingsImpl> const& child) const {
     bool wasTopLevel = false;
     std::vector<SettingsLevel const*> levels;
     std::exception_ptr failure;
+    LoadAndSave::bringUpToDate({&node_, child.get()});
     {
         // Held from the first check on, so that no other remover comes between.
         UpgradeTreeLock lock;
@@ -131,12 +133,16 @@ void NodeEdits::remove(boost::shared_ptr<SettingsImpl> const& child) const {
 bool NodeEdits::take(UpgradeLock& lock, boost::shared_ptr<SettingsImpl> const& child) const {
     auto const found = content_.children.get().find(child->contentInternal().name);
     if (found == content_.children.get().end() || found->second != child) return false;
-    TreeRoot* const root = asTreeRoot(node_);
     ExclusiveTreeLock const exclusive(lock);
-    if (root) root->strikeName(found->first);
-    content_.children.edit().erase(found);
-    child->resetParent();
+    leave(child);
     return true;
+}
+
+void NodeEdits::leave(boost::shared_ptr<SettingsImpl> const& child) const {
+    std::string const& name = child->contentInternal().name;
+    if (TreeRoot* const root = asTreeRoot(node_)) root->strikeName(name);
+    content_.children.edit().erase(name);
+    child->resetParent();
 }
 
 }  // namespace settings::core::detail

@@ -24,6 +24,9 @@ public:
     void remove(NodePtr const& child) const;
     /// The change alone. True if `child` was there and is gone.
     bool take(UpgradeLock& lock, NodePtr const& child) const;
+    /// Lets a child go that is there: under exclusive access, or on nodes that no other thread can
+    /// reach.
+    void leave(NodePtr const& child) const;
 
     /// @throws exception::ErrorAddingTopLevelNode, exception::ErrorAddingChildNodeOrKey
     static void addChild(SettingsImpl& parent, NodePtr const& child);

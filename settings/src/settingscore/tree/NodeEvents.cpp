@@ -85,10 +85,13 @@ void GatheredEvents::fireAll(HeldLock const& lock) const {
     std::exception_ptr first;
     for (Event const& event : events_) {
         std::exception_ptr const failure = failureOf([&] {
-            if (event.parent) {
-                fireNodeEvent<SettingsAddNodeEvent>(*event.parent, lock, event.node);
-            } else {
-                fireValueChange(*event.node, lock);
+            switch (event.kind) {
+                case Kind::value:
+                    return fireValueChange(*event.node, lock);
+                case Kind::added:
+                    return fireNodeEvent<SettingsAddNodeEvent>(*event.parent, lock, event.node);
+                case Kind::removed:
+                    return fireNodeEvent<SettingsRemoveNodeEvent>(*event.parent, lock, event.node);
             }
         });
         if (!first) first = failure;

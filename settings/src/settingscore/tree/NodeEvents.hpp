@@ -21,17 +21,23 @@ class GatheredEvents {
 public:
     void nodeAdded(boost::shared_ptr<SettingsImpl> const& parent,
                    boost::shared_ptr<SettingsImpl> const& node) {
-        events_.push_back({parent, node});
+        events_.push_back({Kind::added, parent, node});
+    }
+    void nodeRemoved(boost::shared_ptr<SettingsImpl> const& parent,
+                     boost::shared_ptr<SettingsImpl> const& node) {
+        events_.push_back({Kind::removed, parent, node});
     }
     void valueChanged(boost::shared_ptr<SettingsImpl> const& key) {
-        events_.push_back({nullptr, key});
+        events_.push_back({Kind::value, nullptr, key});
     }
     /// All of them are fired, in order; then the first exception of a listener goes on.
     void fireAll(HeldLock const& lock) const;
 
 private:
+    enum class Kind { value, added, removed };
     struct Event {
-        boost::shared_ptr<SettingsImpl> parent;  ///< Null for a change of a value.
+        Kind kind;
+        boost::shared_ptr<SettingsImpl> parent;  ///< Of a node that came or went.
         boost::shared_ptr<SettingsImpl> node;
     };
     std::vector<Event> events_;

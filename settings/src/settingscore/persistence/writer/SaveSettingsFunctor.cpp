@@ -1,6 +1,7 @@
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
 
 #include <settingscore/persistence/writer/SaveWalk.hpp>
+#include <settingscore/persistence/writer/TagWriter.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -8,6 +9,7 @@ namespace settings::core {
 void SaveSettingsFunctor::operator()(boost::shared_ptr<SettingsImpl const> const& obj,
                                      std::ostream& stream, std::string const& level) const {
     if (!level.empty()) obj->validateLevelName(level);
+    if (text_) return put(stream, *text_);
     detail::HeldLock const lock(lock_);
     SaveWalk walk(stream);
     unsigned long const depth = obj->getNodeDepth(lock);

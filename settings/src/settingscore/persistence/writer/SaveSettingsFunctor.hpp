@@ -16,6 +16,10 @@ class SaveSettingsFunctor {
 public:
     explicit SaveSettingsFunctor(boost::shared_lock<boost::shared_mutex> const& lock)
         : lock_(lock) {}
+    /// Writes this text, which was made before, in place of what it is asked for.
+    SaveSettingsFunctor(boost::shared_lock<boost::shared_mutex> const& lock,
+                        std::string const& text)
+        : lock_(lock), text_(&text) {}
 
     /// Writes `obj` with all below it and the tags of the groups above it: a whole file. Every key
     /// is written, with the values of `level` alone; with the level "" the values in force, and no
@@ -27,6 +31,7 @@ public:
 
 private:
     boost::shared_lock<boost::shared_mutex> const& lock_;
+    std::string const* text_ = nullptr;
 };
 
 }  // namespace settings::core

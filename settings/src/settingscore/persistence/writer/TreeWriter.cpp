@@ -58,6 +58,7 @@ std::vector<boost::shared_ptr<SettingsImpl const>> chainTo(SettingsImpl const& n
 }  // namespace
 
 void TreeWriter::saveSelf(SettingsImpl const& top, SaveWalk& walk, unsigned long depth) const {
+    if (observer_) observer_->begins();
     writeOpenTag(top, walk, depth);
     auto const chain = chainTo(top);
     GroupValidators validators;
@@ -69,11 +70,13 @@ void TreeWriter::saveSelf(SettingsImpl const& top, SaveWalk& walk, unsigned long
             SettingsImpl const& node = view.node();
             if (below > 0) {
                 validators.write(walk.stream());
+                if (observer_) observer_->begins();
                 writeCurrentOpenTag(lock_, walk.stream(), depth + below, node.shared_from_this(),
                                     isTopOfFile(view));
                 walk.opened(node);
             }
             if (view.isLeaf()) writeKeyContent(node, walk.stream(), depth + below);
+            if (observer_) observer_->ends(view, below);
             validators.entered(view, depth + below);
             return !view.isLeaf();
         },

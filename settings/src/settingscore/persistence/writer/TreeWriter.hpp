@@ -4,6 +4,7 @@
 #include <string>
 
 #include <settingscore/levels/SettingsLevelManager.hpp>
+#include <settingscore/tree/NodeView.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
 namespace settings::core {
@@ -13,8 +14,21 @@ namespace settings::core {
 /// keys. A failed stream swallows what is written.
 class TreeWriter {
 public:
-    TreeWriter(detail::HeldLock const& lock, std::string const& levelName)
-        : lock_(lock), levelName_(levelName), level_(SettingsLevelManager::findLevel(levelName)) {}
+    /// Told by `saveSelf` where the text of each node begins and ends, without what is below it.
+    class Observer {
+    public:
+        virtual ~Observer() = default;
+        virtual void begins() = 0;
+        /// The depth is that below the topmost node.
+        virtual void ends(detail::NodeView const& node, std::size_t depth) = 0;
+    };
+
+    TreeWriter(detail::HeldLock const& lock, std::string const& levelName,
+               Observer* observer = nullptr)
+        : lock_(lock),
+          levelName_(levelName),
+          level_(SettingsLevelManager::findLevel(levelName)),
+          observer_(observer) {}
 
     /// The node and all below it, with the tags above that are still owed.
     void saveSelf(SettingsImpl const& top, SaveWalk& walk, unsigned long depth) const;
@@ -34,6 +48,7 @@ private:
     detail::HeldLock lock_;
     std::string levelName_;
     SettingsLevel const* level_;  ///< Null for "".
+    Observer* observer_;
 };
 
 }  // namespace settings::core

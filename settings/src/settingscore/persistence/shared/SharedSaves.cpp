@@ -1,0 +1,190 @@
+#include <settingscore/persistence/shared/SharedSaves.hpp>
+
+#include <atomic>
+#include <cerrno>
+#include <memory>
+
+#include <settingscore/errors/Exceptions.hpp>
+#include <settingscore/errors/MessageIds.hpp>
+#include <settingscore/host/I18n.hpp>
+#include <settingscore/levels/SettingsLevelManager.hpp>
+#include <settingscore/persistence/DurableSteps.hpp>
+#include <settingscore/persistence/UnreadFiles.hpp>
+#include <settingscore/persistence/shared/Agreements.hpp>
+#include <settingscore/persistence/shared/FileLock.hpp>
+#include <settingscore/persistence/shared/FileMerge.hpp>
+#include <settingscore/persistence/shared/LeftOvers.hpp>
+#include <settingscore/persistence/shared/Present.hpp>
+#include <settingscore/persistence/shared/Rendering.hpp>
+#include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
+#include <settingscore/tree/LoadAndSave.hpp>
+#include <settingscore/tree/MergeEngine.hpp>
+
+namespace settings::core {
+
+namespace fs = qf::filesystem;
+namespace msg = ZENBAR::settings::core;
+
+namespace {
+
+std::atomic<bool> isOn{false};
+std::atomic<std::chrono::milliseconds::rep> waitLimit{0};
+
+[[noreturn]] void fail(SettingsFile::Save const& save, int errorNumber, std::string const& reason) {
+    throw exception::ErrorWriteToTempSettingsFile(save.product, save.file.str(), errorNumber,
+                                                  qf::i18n::to_ustring(reason));
+}
+
+/// One save, from the lock to the new agreement.
+class SharedSave {
+public:
+    SharedSave(SettingsFile::Save const& save, SaveSettingsFunctor const& functor)
+        : save_(save),
+          functor_(functor),
+          lock_(functor.lock()),
+          mine_(lock_, *save.product, *save.level),
+          known_(Agreements::find(save.product)) {}
+
+    void run() {
+        FileStamp const now = stamp();
+        bool const isCurrent = known_ && known_->stamp == now;
+        std::string const text = isCurrent ? std::string() : mergedWith(now);
+        bool const isMerged = !isCurrent && text != mine_.text;
+        write(isMerged ? text : mine_.text, isMerged);
+    }
+
+private:
+    FileStamp stamp() const {
+        try {
+            return FileStamp::of(save_.file);
+        } catch (fs::FsysExceptionBase const& error) {
+            fail(save_, error.errorNumber(), error.reason());
+        }
+    }
+
+    /// What the file is to hold when others have written to it.
+    std::string mergedWith(FileStamp const& now) const {
+        boost::shared_ptr<SettingsImpl> file = now.exists ? read() : nullptr;
+        if (now.exists && !file) return mine_.text;  // A defective file, which is kept aside.
+        if (!file) file = save_.product->cloneSelf();
+        FileImage const nothing;
+        // Without a change since the load memory has nothing that the file would lack.
+        FileImage const& base = !known_ ? nothing : known_->image ? *known_->image : mine_.image;
+        FileMerge(lock_, mine_.image, base).into(*file, *save_.product);
+        return Rendering(lock_, *file, *save_.level).text;
+    }
+
+    /// Null if the file is defective.
+    boost::shared_ptr<SettingsImpl> read() const {
+        try {
+            boost::shared_ptr<SettingsImpl> parsed = SettingsFile::loadSettingsObject(save_.file);
+            if (!parsed) return nullptr;
+            auto const empty =
+                boost::make_shared<SettingsImpl>(save_.product->getName(), false, boost::none);
+            detail::MergeEngine::takeFirstFile(*empty, *parsed, *save_.level);
+            return parsed;
+        } catch (std::exception const& error) {
+            auto const passing = UnreadFiles::passing(error, save_.file);
+            if (passing) {
+                fail(save_, passing->errorNumber,
+                     "it was changed by another process and cannot be read at this time: " +
+                         qf::i18n::to_string(passing->reason));
+            }
+            UnreadFiles::setUnread(save_.root, save_.file, std::nullopt);
+            return nullptr;
+        }
+    }
+
+    void write(std::string const& text, bool isMerged) const {
+        fs::path aside;
+        // A durable save does so by itself.
+        if (!isDurableSavingOn() && UnreadFiles::isDefective(save_.file) &&
+            fs::exists(save_.file)) {
+            aside = keepAside(save_.file);
+        }
+        FileStamp written;
+        SaveSettingsFunctor const functor(functor_.lock(), text);
+        try {
+            if (!SettingsFile::replaceFile(save_, functor, &written)) return drop(aside);
+        } catch (...) {
+            if (!FileStamp::of(save_.file).isSameFileAs(written)) drop(aside);
+            throw;
+        }
+        FileStamp const now = stamp();
+        // What is not ours any more was replaced by somebody without the lock.
+        std::optional<FileStamp> agreed;
+        if (!isMerged && now.isSameFileAs(written)) agreed = now;
+        Agreement const next{agreed, std::make_shared<FileImage>(mine_.image), 0, {}, {}};
+        while (!Agreements::replace(save_.product, versionNow(), next)) {
+        }
+    }
+
+    unsigned long versionNow() const {
+        auto const known = Agreements::find(save_.product);
+        return known ? known->version : 0;
+    }
+
+    static void drop(fs::path const& aside) {
+        if (aside.empty()) return;
+        try {
+            fs::remove(aside);
+        } catch (fs::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
+        }
+    }
+
+    SettingsFile::Save const& save_;
+    SaveSettingsFunctor const& functor_;
+    detail::HeldLock lock_;
+    Rendering const mine_;
+    std::optional<Agreement> const known_;
+};
+
+/// The directory that is to hold the lock file.
+void makeDirectory(fs::path const& folder) {
+    try {
+        if (!fs::exists(folder)) fs::create_directories(folder);
+    } catch (fs::FileExistsError const&) {  // NOLINT(bugprone-empty-catch)
+        // Somebody was faster; if it is no directory, the lock file says so.
+    } catch (fs::AccessDenied const& denied) {
+        msg::throwMessage<msg::NoWritePermissionOnDirectory>(folder.str(), denied.reason().c_str());
+    }
+}
+
+}  // namespace
+
+void SharedSaves::save(SettingsFile::Save const& save, SaveSettingsFunctor const& functor) {
+    makeDirectory(save.folder);
+    try {
+        FileLock const lock(save.folder, longestWait());
+        LeftOvers::removeDead(save.folder);
+        SharedSave(save, functor).run();
+    } catch (FileLockFailure const& failure) {
+        if (failure.errorNumber() == EACCES || failure.errorNumber() == EROFS) {
+            msg::throwMessage<msg::NoWritePermissionOnDirectory>(
+                save.folder.str(), std::string(failure.what()).c_str());
+        }
+        fail(save, failure.errorNumber(), failure.what());
+    }
+}
+
+bool SharedSaves::areOn() { return isOn.load(std::memory_order_relaxed); }
+
+std::chrono::milliseconds SharedSaves::longestWait() {
+    return std::chrono::milliseconds(waitLimit.load());
+}
+
+void SharedSaves::turnOn(std::chrono::milliseconds longestWait) {
+    waitLimit = longestWait.count();
+    if (isOn.exchange(true)) return;
+    SettingsFile::setSaveFunc(&SharedSaves::save);
+    detail::LoadAndSave::setSharing({&Present::bringUpToDate});
+}
+
+void SharedSaves::turnOff() {
+    if (!isOn.exchange(false)) return;
+    detail::LoadAndSave::setSharing({});
+    SettingsFile::setSaveFunc(nullptr);
+    Agreements::forgetAll();
+}
+
+}  // namespace settings::core
