@@ -1,25 +1,18 @@
-// Writing chosen nodes, or a standalone tree, to a file of the user's choice, and reading one back.
+#include <settingscore/persistence/SettingsExport.hpp>
 
 #include <stdexcept>
 
 #include <settingscore/errors/Exceptions.hpp>
 #include <settingscore/host/Filesystem.hpp>
-#include <settingscore/persistence/writer/SaveWalk.hpp>
 #include <settingscore/persistence/writer/TagWriter.hpp>
-#include <settingscore/persistence/xml/SettingsXMLReader.hpp>
 #include <settingscore/tree/FakeSettingsTreeNode.hpp>
 #include <settingscore/tree/NodeView.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
 
-namespace settings::core {
-
-using detail::HeldLock;
-using detail::NodeView;
-using detail::SharedTreeLock;
-using FakeNode = boost::shared_ptr<FakeSettingsTreeNode>;
-using NodeList = std::vector<boost::shared_ptr<Settings const>>;
+namespace settings::core::detail {
 
 namespace {
+
+using FakeNode = boost::shared_ptr<FakeSettingsTreeNode>;
 
 /// The chain from the top of the node's tree down to the node.
 FakeNode createTopFakeObjectOfTheCurrentObject(boost::shared_ptr<SettingsImpl const> node) {
@@ -98,77 +91,37 @@ void saveFakeSavingTree(FakeSettingsTreeNode const& top, std::ostream& stream,
 
 }  // namespace
 
-void SettingsImpl::exportSettingsImpl(NodeList const& nodes, ustring const& path,
-                                      std::string const& levelName) {
+SettingsExport::SettingsExport(Nodes const& nodes) {
     if (nodes.empty()) throw std::invalid_argument("exportSettings: the list of nodes is empty.");
-    std::vector<boost::shared_ptr<SettingsImpl const>> impls;
     for (auto const& node : nodes) {
-        impls.push_back(boost::dynamic_pointer_cast<SettingsImpl const>(node));
-        if (!impls.back()) throw std::invalid_argument("exportSettings: a node is empty.");
+        nodes_.push_back(boost::dynamic_pointer_cast<SettingsImpl const>(node));
+        if (!nodes_.back()) throw std::invalid_argument("exportSettings: a node is empty.");
     }
+}
+
+void SettingsExport::write(ustring const& path, std::string const& levelName) const {
     // Before the lock: a product that was not touched yet would be written without its content.
-    for (auto const& node : impls)
+    for (auto const& node : nodes_)
         node->getTopLevelNode()->loadIfNotInitializedYet();
-    if (!levelName.empty()) impls.front()->validateLevelName(levelName);
+    if (!levelName.empty()) nodes_.front()->validateLevelName(levelName);
 
     SharedTreeLock const lock;
-    FakeNode const tree = createFakeSavingTree(impls);
-    tree->node()->exportPreCheck(lock, path);
+    FakeNode const tree = createFakeSavingTree(nodes_);
+    check(*tree->node(), lock, path);
     qf::filesystem::basic_ofstream stream(path);
-    if (!stream) throw exception::ErrorSaveSettingsDueToFileIOError(nodes.front(), path);
+    if (!stream) throw exception::ErrorSaveSettingsDueToFileIOError(nodes_.front(), path);
     saveFakeSavingTree(*tree, stream, levelName, lock);
     stream.close();
 }
 
-void SettingsImpl::exportPreCheck(HeldLock const& lock, ustring const& path) const {
-    if (isRoot()) throw exception::CannotExportSettingsRoot(shared_from_this());
-    if (!NodeView(*this, lock).isConnected()) {
-        throw exception::CannotExportStandaloneSettings(shared_from_this());
+void SettingsExport::check(SettingsImpl const& product, HeldLock const& lock, ustring const& path) {
+    if (product.isRoot()) throw exception::CannotExportSettingsRoot(product.shared_from_this());
+    if (!NodeView(product, lock).isConnected()) {
+        throw exception::CannotExportStandaloneSettings(product.shared_from_this());
     }
     if (!qf::filesystem::detail::is_absolute(path)) {
         throw exception::ErrorExportOrImportSettingsUsingRelativePath(path);
     }
 }
 
-void SettingsImpl::createSettingsFileImpl(boost::shared_ptr<SettingsImpl const> const& node,
-                                          ustring const& path, unsigned int version) {
-    if (!qf::filesystem::detail::is_absolute(path)) {
-        throw exception::ErrorExportOrImportSettingsUsingRelativePath(path);
-    }
-    qf::filesystem::basic_ofstream stream(path);
-    if (!stream) throw exception::ErrorSaveSettingsDueToFileIOError(node, path);
-    auto const top = boost::const_pointer_cast<SettingsImpl>(node->getTopLevelNode());
-    top->setVersionNumber(version);
-    {
-        SharedTreeLock const lock;
-        SaveWalk walk(stream);
-        unsigned long const depth = top->getNodeDepth(lock);
-        top->saveSelf(lock, walk, depth, std::string());
-        top->writeParentCloseTag(lock, walk, depth);
-    }
-    stream.close();
-}
-
-boost::shared_ptr<Settings> Settings::importAsStandaloneObject(ustring const& path) {
-    if (!qf::filesystem::detail::is_absolute(path)) {
-        throw exception::ErrorExportOrImportSettingsUsingRelativePath(path);
-    }
-    return SettingsXMLReader::getParsedSettings(path);
-}
-
-void Settings::exportSettings(std::vector<boost::shared_ptr<Settings const>> const& nodes,
-                              ustring const& path, std::string const& levelName) {
-    SettingsImpl::exportSettingsImpl(nodes, path, levelName);
-}
-
-void Settings::createFactorySettingsFile(boost::shared_ptr<Settings const> const& node,
-                                         ustring const& path, unsigned int version) {
-    auto const impl = boost::dynamic_pointer_cast<SettingsImpl const>(node);
-    if (!impl) throw std::invalid_argument("createFactorySettingsFile: the node is empty.");
-    if (impl->isConnectedToTheSettingsTree()) {
-        throw exception::ErrorCreateFactoryFileFromATreeNode(node);
-    }
-    SettingsImpl::createSettingsFileImpl(impl, path, version);
-}
-
-}  // namespace settings::core
+}  // namespace settings::core::detail

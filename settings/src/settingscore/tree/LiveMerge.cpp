@@ -1,5 +1,4 @@
-// Adds what a standalone tree has, and a node lacks, to the live tree: after a trial on a private
-// copy has shown that it fits.
+#include <settingscore/tree/LiveMerge.hpp>
 
 #include <stdexcept>
 
@@ -12,28 +11,9 @@
 #include <settingscore/tree/NodeEvents.hpp>
 #include <settingscore/tree/NodeWalk.hpp>
 
-namespace settings::core {
-
-using detail::ExclusiveTreeLock;
-using detail::GatheredEvents;
-using detail::HeldLock;
-using detail::MergeEngine;
-using detail::NodeContent;
-using detail::NodeView;
-using detail::UpgradeTreeLock;
+namespace settings::core::detail {
 
 namespace {
-
-void checkTrees(SettingsImpl const& target, HeldLock const& lock,
-                boost::shared_ptr<SettingsImpl const> const& src) {
-    if (target.isRoot()) throw exception::CannotMergeWithSettingsRoot(src);
-    if (NodeView(target, lock).isBelow(*src) || src.get() == &target) {
-        throw exception::ErrorMergingWithCircularReference(src, target.shared_from_this());
-    }
-    if (NodeView(*src, lock).isConnected()) {
-        throw exception::CanOnlyMergeTreeNodeWithStandaloneNode(src, target.shared_from_this());
-    }
-}
 
 /// The adoption itself, under exclusive access.
 class Adoption {
@@ -43,7 +23,7 @@ public:
 
     void adoptNewDescendantsFromSrc(SettingsImpl& top, SettingsImpl const& source) {
         std::vector<SettingsImpl*> targets{&top};
-        walkTree(source, exclusive_, detail::ChildOrder::byName,
+        walkTree(source, exclusive_, ChildOrder::byName,
                  [&](NodeView const& view, std::size_t depth) {
                      if (depth == 0) return true;
                      targets.resize(depth);
@@ -76,11 +56,11 @@ private:
             if (value.empty() || own.values.hasValue(level_.position())) return;
             // A key without rules takes them from the value: without a writer it would not be
             // saved.
-            detail::takeShape(own.rules.settle(value, key), value);
+            takeShape(own.rules.settle(value, key), value);
             own.values.put(level_.position(), value);
         } else {
             own.runTimeDefault.edit() = source.runTimeDefault();
-            detail::setBelongingLevel(own.runTimeDefault.edit(), level_.levelName());
+            setBelongingLevel(own.runTimeDefault.edit(), level_.levelName());
         }
         events_.valueChanged(key.shared_from_this());
     }
@@ -92,34 +72,55 @@ private:
 
 }  // namespace
 
-void SettingsImpl::mergeDescendants(boost::shared_ptr<Settings const> const& source,
-                                    std::string const& levelName) {
-    auto const src = boost::dynamic_pointer_cast<SettingsImpl const>(source);
-    if (!src)
+LiveMerge::LiveMerge(SettingsImpl& target, boost::shared_ptr<Settings const> const& source)
+    : target_(target), source_(boost::dynamic_pointer_cast<SettingsImpl const>(source)) {
+    if (!source_) {
         throw std::invalid_argument(
             "mergeDescendants: the source is empty, or not of this library.");
-    SettingsLevel const& level = detail::modifiableLevelOf(*this, levelName);
-    loadIfNotInitializedYet();
+    }
+}
+
+void LiveMerge::mergeOn(std::string const& levelName) const {
+    SettingsLevel const& level = modifiableLevelOf(target_, levelName);
+    target_.loadIfNotInitializedYet();
     {
         // One upgrade lock from the first check to the end of the adoption: what passed the trial
         // is what is adopted. Readers go on.
         UpgradeTreeLock lock;
-        checkTrees(*this, lock, src);
-        boost::shared_ptr<SettingsImpl> const trial = clone();
-        detail::NodeBuilder(*trial).setValidator(NodeView(*this, lock).validatorInForce());
-        MergeEngine(lock, level, MergeEngine::Purpose::trial).mergeIntoNode(*trial, *src, false);
-
-        GatheredEvents events;
-        std::exception_ptr const broken = detail::failureOf([&] {
-            ExclusiveTreeLock const exclusive(lock.get());
-            Adoption(exclusive, level, events).adoptNewDescendantsFromSrc(*this, *src);
-        });
-        std::exception_ptr const told = detail::failureOf([&] { events.fireAll(lock); });
-        // The failure of the adoption is the one to report.
-        if (broken) std::rethrow_exception(broken);
-        if (told) std::rethrow_exception(told);
+        checkTrees(lock);
+        tryOnCopy(lock, level);
+        adopt(lock, level);
     }
-    saveThisSubTree(levelName);
+    target_.saveThisSubTree(levelName);
 }
 
-}  // namespace settings::core
+void LiveMerge::checkTrees(HeldLock const& lock) const {
+    if (target_.isRoot()) throw exception::CannotMergeWithSettingsRoot(source_);
+    if (NodeView(target_, lock).isBelow(*source_) || source_.get() == &target_) {
+        throw exception::ErrorMergingWithCircularReference(source_, target_.shared_from_this());
+    }
+    if (NodeView(*source_, lock).isConnected()) {
+        throw exception::CanOnlyMergeTreeNodeWithStandaloneNode(source_,
+                                                                target_.shared_from_this());
+    }
+}
+
+void LiveMerge::tryOnCopy(HeldLock const& lock, SettingsLevel const& level) const {
+    boost::shared_ptr<SettingsImpl> const copy = target_.clone();
+    NodeBuilder(*copy).setValidator(NodeView(target_, lock).validatorInForce());
+    MergeEngine(lock, level, MergeEngine::Purpose::trial).mergeIntoNode(*copy, *source_, false);
+}
+
+void LiveMerge::adopt(UpgradeTreeLock& lock, SettingsLevel const& level) const {
+    GatheredEvents events;
+    std::exception_ptr const broken = failureOf([&] {
+        ExclusiveTreeLock const exclusive(lock.get());
+        Adoption(exclusive, level, events).adoptNewDescendantsFromSrc(target_, *source_);
+    });
+    std::exception_ptr const told = failureOf([&] { events.fireAll(lock); });
+    // The failure of the adoption is the one to report.
+    if (broken) std::rethrow_exception(broken);
+    if (told) std::rethrow_exception(told);
+}
+
+}  // namespace settings::core::detail

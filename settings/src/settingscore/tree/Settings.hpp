@@ -88,7 +88,7 @@ public:
     ///         numbers
     static boost::shared_ptr<Settings> importAsStandaloneObject(ustring const& path);
 
-    // This one, the one above and the one below: in persistence/SettingsExport.cpp.
+    // This one, the one above and the one below: in persistence/SettingsImplExport.cpp.
 
     /// Writes the nodes, all of one product, with the path from the product down to each, into one
     /// file: the values of one level, or with "" the stored values in force (without

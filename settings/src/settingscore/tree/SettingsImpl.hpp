@@ -100,7 +100,7 @@ public:
     virtual boost::optional<unsigned long> getDataTypeIndex() const;
     virtual bool isSettingsTreeRoot() const { return false; }
 
-    // --- Places and children: SettingsImplPlaces.cpp, by way of NodeView ----------------------
+    // --- Places and children: SettingsImplPlaces.cpp, by way of NodeView and PathLookup -------
     std::string getFullName() const override;
     boost::shared_ptr<Settings> getSettingsByFullName(std::string const& fullName) const override;
     boost::shared_ptr<Settings> getSettingsByPathVec(
@@ -132,7 +132,7 @@ public:
     std::vector<boost::shared_ptr<SettingsImpl>> getChildrenImplWithLock(
         detail::HeldLock const& lock) const;
 
-    // --- Reading, storing and removing values: SettingsImplValues.cpp, by way of KeyValues ----
+    // --- Values: SettingsImplValues.cpp, by way of KeyValues and ValueRemoval -----------------
     boost::any getAny(std::string const& name, std::string const& level) const override;
     bool isSet(std::string const& name, std::string const& level) const override;
     bool isUndefined() const;
@@ -247,7 +247,7 @@ public:
     void updateSettingsFile(std::string const& level);
     void saveThisSubTree(std::string const& level);
 
-    // --- Merge: MergeEngine, LiveMerge --------------------------------------------------------
+    // --- Merge: LiveMerge (SettingsImplEdits.cpp), MergeEngine --------------------------------
     void mergeDescendants(boost::shared_ptr<Settings const> const& source,
                           std::string const& level) override;
     boost::shared_ptr<SettingsImpl> clone() const;
@@ -259,7 +259,7 @@ public:
         std::string const& levelName, bool* firstMergeDone, ustring& errors,
         ustring const& fileName);
 
-    // --- Export: persistence/SettingsExport.cpp -----------------------------------------------
+    // --- Export: persistence/SettingsImplExport.cpp, by way of SettingsExport and FactoryFile -
     static void exportSettingsImpl(std::vector<boost::shared_ptr<Settings const>> const& nodes,
                                    ustring const& path, std::string const& levelName);
     void exportPreCheck(detail::HeldLock const& lock, ustring const& path) const;

@@ -4,6 +4,7 @@
 
 #include <settingscore/errors/TreeExceptions.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
+#include <settingscore/tree/LiveMerge.hpp>
 #include <settingscore/tree/NodeEdits.hpp>
 #include <settingscore/tree/NodeWalk.hpp>
 #include <settingscore/value/AsciiCase.hpp>
@@ -18,7 +19,7 @@ bool SettingsImpl::SettingsNamingRule::operator()(ChildMap::value_type const& en
     return detail::equalWithoutCase(name_, entry.first);
 }
 
-// --- Attaching ------------------------------------------------------------------------------
+// --- Attaching and merging ------------------------------------------------------------------
 
 void SettingsImpl::setParent(boost::shared_ptr<Settings> const& parent) {
     auto const newParent = boost::dynamic_pointer_cast<SettingsImpl>(parent);
@@ -44,6 +45,11 @@ void SettingsImpl::setParentInternal(boost::shared_ptr<SettingsImpl> const& pare
 void SettingsImpl::addToChildMapWithLock(HeldLock const&,
                                          boost::shared_ptr<SettingsImpl> const& child) {
     NodeEdits::addChild(*this, child);
+}
+
+void SettingsImpl::mergeDescendants(boost::shared_ptr<Settings const> const& source,
+                                    std::string const& levelName) {
+    detail::LiveMerge(*this, source).mergeOn(levelName);
 }
 
 // --- Removing -------------------------------------------------------------------------------

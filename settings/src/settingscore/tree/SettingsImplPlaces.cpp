@@ -1,14 +1,13 @@
 // Where a node stands, and how others are found from it.
 
-#include <algorithm>
-
 #include <settingscore/tree/NodeView.hpp>
-#include <settingscore/tree/SettingsImpl.hpp>
+#include <settingscore/tree/PathLookup.hpp>
 
 namespace settings::core {
 
 using detail::HeldLock;
 using detail::NodeView;
+using detail::PathLookup;
 using detail::SharedTreeLock;
 
 // --- Names and places -----------------------------------------------------------------------
@@ -127,53 +126,18 @@ std::vector<boost::shared_ptr<Settings const>> SettingsImpl::getChildren() const
 // --- Paths ----------------------------------------------------------------------------------
 
 boost::shared_ptr<Settings> SettingsImpl::getSettingsByFullName(std::string const& fullName) const {
-    std::vector<std::string> path;
-    path.reserve(1 + static_cast<std::size_t>(std::count(fullName.begin(), fullName.end(), '.')));
-    for (std::size_t begin = 0; begin < fullName.size();) {
-        std::size_t const end = std::min(fullName.find('.', begin), fullName.size());
-        if (end > begin) path.push_back(fullName.substr(begin, end - begin));
-        begin = end + 1;
-    }
-    return getSettingsByPathVec(path);
+    return getSettingsByPathVec(PathLookup::split(fullName));
 }
 
 boost::shared_ptr<Settings> SettingsImpl::getSettingsByPathVec(
     std::vector<std::string> const& path) const {
-    if (path.empty()) return {};
-    if (isSettingsTreeRoot()) loadIfNotInitializedYet();
-    boost::shared_ptr<SettingsImpl const> start;
-    {
-        SharedTreeLock const lock;
-        NodeView const view(*this, lock);
-        if (view.isTreeRoot()) {
-            SettingsImpl const* const product = view.child(path.front());
-            if (!product) return {};
-            if (!product->content_.loadOnce.isDone()) start = product->shared_from_this();
-        } else {
-            start = view.topLevel();
-        }
-        if (!start || start->content_.loadOnce.isDone()) {
-            return getSettingsByRelativeNameWithLock(lock, path.begin(), path.end());
-        }
-    }
-    start->loadIfNotInitializedYet();
-    SharedTreeLock const lock;
-    return getSettingsByRelativeNameWithLock(lock, path.begin(), path.end());
+    return PathLookup(*this).find(path);
 }
 
 boost::shared_ptr<SettingsImpl> SettingsImpl::getSettingsByRelativeNameWithLock(
-    HeldLock const&, std::vector<std::string>::const_iterator first,
+    HeldLock const& lock, std::vector<std::string>::const_iterator first,
     std::vector<std::string>::const_iterator last) const {
-    SettingsImpl const* node = this;
-    boost::shared_ptr<SettingsImpl> const* found = nullptr;
-    for (; first != last; ++first) {
-        ChildMap const& children = node->content_.visibleChildren();
-        auto const entry = first->empty() ? children.end() : children.find(*first);
-        if (entry == children.end() || !entry->second) return {};
-        found = &entry->second;
-        node = found->get();
-    }
-    return found ? *found : boost::shared_ptr<SettingsImpl>();
+    return PathLookup(*this).findWithLock(lock, first, last);
 }
 
 }  // namespace settings::core

@@ -2,12 +2,11 @@
 
 #include <settingscore/errors/TreeExceptions.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
-#include <settingscore/tree/FailureOf.hpp>
 #include <settingscore/tree/KeyChecks.hpp>
 #include <settingscore/tree/KeyValues.hpp>
-#include <settingscore/tree/LoadAndSave.hpp>
 #include <settingscore/tree/NodeEvents.hpp>
 #include <settingscore/tree/NodeView.hpp>
+#include <settingscore/tree/ValueRemoval.hpp>
 #include <settingscore/value/AnyBridge.hpp>
 
 namespace settings::core {
@@ -16,7 +15,6 @@ using detail::HeldLock;
 using detail::KeyValues;
 using detail::NodeView;
 using detail::SharedTreeLock;
-using detail::UpgradeTreeLock;
 
 // --- Reads ----------------------------------------------------------------------------------
 
@@ -80,27 +78,7 @@ bool SettingsImpl::setAnyValueWithLock(UpgradeLock& lock, boost::any const& valu
 // --- Removals -------------------------------------------------------------------------------
 
 void SettingsImpl::unset(std::string const& name, std::string const& levelName) {
-    loadIfNotInitializedYet();
-    SettingsLevel const& level = detail::modifiableLevelOf(*this, levelName);
-    // A removal that was made reaches the file, whatever fails behind it.
-    std::exception_ptr failure;
-    {
-        UpgradeTreeLock lock;
-        NodeView const view(*this, lock);
-        SettingsImpl* const child = view.child(name);
-        if (!child) throw exception::NoSuchKey(shared_from_this(), name);
-        if (view.isConnected() && view.isReadOnly()) {
-            throw exception::CannotAddRemoveNodeUnderReadOnlyParent(child->shared_from_this(),
-                                                                    shared_from_this());
-        }
-        if (!child->content_.isLeaf) throw exception::NotAKeyName(child->getParentImpl(), name);
-        KeyValues::Change const change = KeyValues::remove(*child, lock.get(), level);
-        failure = change.failure;
-        if (change.tellListeners) {
-            failure = detail::failureOf([&] { detail::fireValueChange(*child, lock); });
-        }
-    }
-    detail::finishDespite(failure, [&] { detail::LoadAndSave::saveChange(level, *this); });
+    detail::ValueRemoval(*this).remove(name, levelName);
 }
 
 void SettingsImpl::unsetAnyValueWithLock(UpgradeLock& lock, std::string const& level) {
