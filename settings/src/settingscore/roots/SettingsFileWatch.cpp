@@ -75,9 +75,9 @@ public:
             std::exception_ptr const own = detail::failureOf(work);
             if (!failure) failure = own;
         };
-        // First, so that what changes from here on is told by the descriptor.
-        watch_.drain();
         Root const root = follow();
+        // Before the files are looked at: what changes from here on is told by the descriptor.
+        watch_.drain();
         if (!root || !SharedSaves::areOn()) return refreshed;
         bool const isListed = listing_.update(root, directory_);
         for (boost::shared_ptr<SettingsImpl> const& product : productsOf(root)) {

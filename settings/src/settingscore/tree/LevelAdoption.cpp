@@ -91,7 +91,6 @@ void LevelAdoption::plan(SettingsImpl& product, SettingsImpl const& copy) {
         NodePtr copy;  ///< or if the copy has none.
         PathHash path;
     };
-    compare(product, copy, productPath);
     std::vector<Place> waiting;
     auto const enter = [&](SettingsImpl& node, SettingsImpl const* from, PathHash path) {
         static ChildMap const none;

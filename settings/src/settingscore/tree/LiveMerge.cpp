@@ -6,6 +6,7 @@
 #include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/tree/FailureOf.hpp>
 #include <settingscore/tree/KeyChecks.hpp>
+#include <settingscore/tree/LoadAndSave.hpp>
 #include <settingscore/tree/MergeEngine.hpp>
 #include <settingscore/tree/NodeBuilder.hpp>
 #include <settingscore/tree/NodeEvents.hpp>
@@ -83,6 +84,7 @@ LiveMerge::LiveMerge(SettingsImpl& target, boost::shared_ptr<Settings const> con
 void LiveMerge::mergeOn(std::string const& levelName) const {
     SettingsLevel const& level = modifiableLevelOf(target_, levelName);
     target_.loadIfNotInitializedYet();
+    LoadAndSave::bringUpToDate({&target_});
     {
         // One upgrade lock from the first check to the end of the adoption: what passed the trial
         // is what is adopted. Readers go on.

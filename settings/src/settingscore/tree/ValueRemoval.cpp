@@ -13,6 +13,7 @@ namespace settings::core::detail {
 void ValueRemoval::remove(std::string const& name, std::string const& levelName) const {
     parent_.loadIfNotInitializedYet();
     SettingsLevel const& level = modifiableLevelOf(parent_, levelName);
+    LoadAndSave::bringUpToDate({&parent_});
     std::exception_ptr failure;
     {
         UpgradeTreeLock lock;
