@@ -106,6 +106,28 @@ void rename(path const& from, path const& to) {
     failFsys(operation + " to '" + target + "' what is", from, error);
 }
 
+void rename_to_free_name(path const& from, path const& to) {
+    std::string const operation = "cannot rename";
+    std::string const source = nativePath(operation, from);
+    std::string const target = nativePath(operation, to);
+    if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
+        return;
+    }
+    int error = errno;
+    // Network file systems know no such rename.
+    if (error == EINVAL || error == ENOSYS || error == EOPNOTSUPP) {
+        struct stat info {};
+        if (::lstat(target.c_str(), &info) == 0) {
+            error = EEXIST;
+        } else if (::rename(source.c_str(), target.c_str()) == 0) {
+            return;
+        } else {
+            error = errno == ENOTEMPTY ? EEXIST : errno;
+        }
+    }
+    failFsys(operation + " to '" + target + "' what is", from, error);
+}
+
 bool remove(path const& p) {
     if (::remove(nativePath("cannot remove", p).c_str()) == 0) return true;
     if (meansAbsent(errno)) return false;

@@ -59,6 +59,7 @@ TEST_F(FilesystemTest, WhatIsRefusedLeavesAllAsItWas) {
     std::pair<int, std::function<void()>> const cases[] = {
         {ENOTDIR, [] { host::create_directories(u"file/below/deep"); }},
         {EEXIST, [] { host::rename(u"locked", u"full"); }},
+        {EEXIST, [] { host::rename_to_free_name(u"full", u"locked"); }},
         {EEXIST, [] { host::copy_file(u"full/x", u"file", host::copy_option::fail_if_exists); }},
         {EEXIST, [&] { host::copy_file(u"file", u"to-file", overwrite); }},
         {EISDIR, [&] { host::copy_file(u"file", u"full", overwrite); }},
@@ -98,10 +99,27 @@ TEST_F(FilesystemTest, MovesCopiesAndRemoves) {
     EXPECT_EQ(readFile("second"), "./file") << "a second name keeps what is replaced";
     EXPECT_EQ(host::permissions(u"to-file"), 0640U) << "those of the file behind the link";
 
+    host::rename_to_free_name(u"a/b", u"a/moved");
+    EXPECT_TRUE(host::exists(u"a/moved/c"));
+
     std::filesystem::create_symlink("../full", "a/link");
     host::remove_all(u"a");
     EXPECT_FALSE(host::exists(u"a"));
     EXPECT_TRUE(host::exists(u"full/x"));
+}
+
+TEST_F(FilesystemTest, AFolderHasOneClaimUnderWhateverName) {
+    {
+        host::folder_claim const first(u"full");
+        EXPECT_TRUE(first.is_held());
+        EXPECT_FALSE(host::folder_claim(u"full").is_held());
+        host::rename(u"full", u"renamed");
+        EXPECT_FALSE(host::folder_claim(u"renamed").is_held());
+        EXPECT_FALSE(host::folder_claim(u"full").is_held()) << "there is none";
+        host::rename(u"renamed", u"full");
+    }
+    EXPECT_TRUE(host::folder_claim(u"full").is_held());
+    EXPECT_FALSE(host::folder_claim(u"file").is_held());
 }
 
 TEST_F(FilesystemTest, StreamsHandOverAtTheEndAndTellFailures) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -8,7 +9,8 @@
 
 namespace qbtest {
 
-/// Watches the calls of this thread on a folder until the end of the scope; one of them can fail.
+/// Watches the calls of this thread on a folder until the end of the scope; one of them can fail,
+/// or, with the negative number of a signal, send that to the process before it is made.
 struct Calls {
     explicit Calls(std::filesystem::path const& place, std::string call = {}, int number = 0)
         : folder(place.string()), failing(std::move(call)), error(number) {
@@ -20,9 +22,15 @@ struct Calls {
         if (file.compare(0, folder.size(), folder) != 0) return true;
         file.erase(0, folder.size() + 1);
         if (file.compare(0, 4, "temp") == 0) file.replace(0, file.find('/'), "TEMP");
+        if (file.compare(0, 10, ".takeover-") == 0) file.replace(0, file.find('/'), "BESIDE");
         std::string const what = call + " " + (file.empty() ? "." : file);
         if (call != "stat" && call != "open" && call != "read") seen.push_back(what);
         if (what != failing) return true;
+        if (error < 0) {
+            failing.clear();
+            ::raise(-error);
+            return true;
+        }
         // A signal interrupts once.
         if (error == EINTR) failing.clear();
         errno = error;
@@ -38,8 +46,8 @@ struct Calls {
     std::string const folder;
     std::string failing;
     int const error;
-    /// "CALL FILE", the file as seen from the folder, TEMP for the temporary folder. What only
-    /// looks is not noted.
+    /// "CALL FILE", the file as seen from the folder, TEMP for the temporary folder, BESIDE
+    /// for one that is filled beside its place. What only looks is not noted.
     std::vector<std::string> seen;
 };
 

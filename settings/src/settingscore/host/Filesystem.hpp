@@ -125,6 +125,9 @@ QBHOST_API void create_directories(path const& p);
 /// Replaces an existing file or empty folder at once. @throws FileExistsError if the target is a
 /// folder that is not empty.
 QBHOST_API void rename(path const& from, path const& to);
+/// Renames, at once too, but replaces nothing. Where the file system cannot promise that, an empty
+/// folder that is made at this very moment can be replaced. @throws FileExistsError
+QBHOST_API void rename_to_free_name(path const& from, path const& to);
 /// Removes a file or an empty folder. False if nothing was there.
 QBHOST_API bool remove(path const& p);
 /// Removes a folder with all it holds; follows no links.
@@ -259,6 +262,23 @@ public:
 private:
     path path_;
     int descriptor_;
+};
+
+/// Keeps a folder of this user for one holder, be it in this process or in another, until the end
+/// of the scope or of the process, whatever ends it. Renaming the folder changes nothing.
+class QBHOST_API folder_claim {
+public:
+    /// Never waits. @throws AccessDenied if it is another user's; FsysExceptionBase if it can't be
+    /// claimed otherwise, as on a file system without locks
+    explicit folder_claim(path const& folder);
+    ~folder_claim();
+    folder_claim(folder_claim const&) = delete;
+    folder_claim& operator=(folder_claim const&) = delete;
+    /// False if another has it, or if there is no such folder (any more).
+    bool is_held() const { return descriptor_ >= 0; }
+
+private:
+    int descriptor_ = -1;
 };
 
 /// Brings a folder's entries to the disk. @throws FsysExceptionBase

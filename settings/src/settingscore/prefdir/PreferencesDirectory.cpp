@@ -7,8 +7,8 @@
 #include <settingscore/errors/FileExceptions.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/prefdir/FirstStart.hpp>
 #include <settingscore/prefdir/PathUtil.hpp>
-#include <settingscore/prefdir/ReleaseMigration.hpp>
 #include <settingscore/prefdir/Releases.hpp>
 #include <settingscore/value/NeverDestroyed.hpp>
 
@@ -50,10 +50,7 @@ ustring getPreferencesDirectoryUStr(bool ensureExists) {
     if (!qf::filesystem::detail::is_absolute(result)) {
         throw exception::RelativePreferencePathNotSupported(qf::i18n::to_string(result));
     }
-    if (ensureExists) {
-        int const status = pathutilinternal::ensure_directory_exists_ustr(result);
-        pathutilinternal::copyPreferencesFromPreviousPrefdir(true, status, result);
-    }
+    if (ensureExists) pathutilinternal::makeAndFill(result);
     return result;
 }
 
@@ -77,9 +74,8 @@ ustring getPrefdirFromPreviousThreeReleases() {
 
 ustring getLocalSettingsDirectoryUStr() {
     ustring const directory = getStandardPreferencesDirectoryUStr();
-    int const status = pathutilinternal::ensure_directory_exists_ustr(directory);
     ustring copy = directory;
-    pathutilinternal::copyPreferencesFromPreviousPrefdir(true, status, copy);
+    pathutilinternal::makeAndFill(copy);
     return directory;
 }
 

@@ -20,8 +20,10 @@ namespace settings::core {
 
 /// The directory in force. With `ensureExists` it is created if it is missing, and a directory
 /// created now gets the content of the newest older release and a timestamp file; a directory that
-/// is there already is left as it is. Empty, after a warning on the console, if it can't be
-/// created. Calls wait for one another, so that none sees a copy that is half done.
+/// is there already is left as it is. Other processes see it when it is complete, unless nothing
+/// can be made beside it, and one that dies before that leaves the work to the next. Empty, after a
+/// warning on the console, if it can't be created. Calls wait for one another, so that none sees a
+/// copy that is half done.
 /// @throws exception::RelativePreferencePathNotSupported for a path that is not absolute;
 ///         `qf::except::Exception` of `PreferenceDirectoryNotExist`,
 ///         `ErrorMigratePrefsBetweenReleases` or `ErrorCreatePreferenceDirectoryTimeStamp`, and

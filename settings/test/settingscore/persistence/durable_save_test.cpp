@@ -1,5 +1,6 @@
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -51,6 +52,13 @@ int fsync(int descriptor) { return watched("fsync", descriptor, descriptor); }
 int chmod(char const* path, mode_t bits) noexcept { return watched("chmod", path, path, bits); }
 int mkdir(char const* path, mode_t bits) noexcept { return watched("mkdir", path, path, bits); }
 int rename(char const* from, char const* to) noexcept { return watched("rename", to, from, to); }
+int renameat2(int fromFolder, char const* from, int toFolder, char const* to,
+              unsigned flags) noexcept {
+    return watched("renameat2", to, fromFolder, from, toFolder, to, flags);
+}
+int flock(int descriptor, int operation) noexcept {
+    return watched("flock", descriptor, descriptor, operation);
+}
 int link(char const* from, char const* to) noexcept { return watched("link", to, from, to); }
 /// Closes even if it fails.
 int close(int descriptor) {
