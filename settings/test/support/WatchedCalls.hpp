@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,7 +22,7 @@ struct Calls {
         file.erase(0, folder.size() + 1);
         if (file.compare(0, 4, "temp") == 0) file.replace(0, file.find('/'), "TEMP");
         std::string const what = call + " " + (file.empty() ? "." : file);
-        if (call != "stat" && call != "open" && call != "read") seen.push_back(what);
+        if (looking.count(call) == 0) seen.push_back(what);
         if (what != failing) return true;
         // A signal interrupts once.
         if (error == EINTR) failing.clear();
@@ -35,6 +36,7 @@ struct Calls {
     }
 
     inline static thread_local Calls* watcher = nullptr;
+    inline static std::set<std::string> const looking{"stat", "lstat", "opendir", "open", "read"};
     std::string const folder;
     std::string failing;
     int const error;

@@ -29,8 +29,12 @@ public:
     void readAll(std::string const& product) {
         auto const& levels = SettingsLevelManager::levels();
         for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
-            for (qf::filesystem::path const& file :
-                 SettingsFile::getAllSettingsFileForProduct(product, &*level, root_)) {
+            auto const files = SettingsFile::getAllSettingsFileForProduct(product, &*level, root_);
+            if (files.empty() && level->canHaveFile() && level->canBeModified()) {
+                ustring const folder = SettingsFile::getRootPathForLevel(&*level, root_);
+                UnreadFiles::setRead(root_, SettingsFile::userFile(folder, product));
+            }
+            for (qf::filesystem::path const& file : files) {
                 isAnyFileThere_ = true;
                 std::size_t const errorsBefore = errors_.size();
                 std::optional<UnreadFiles::Passing> const passing = read(file, *level);
