@@ -135,6 +135,21 @@ $ plain qbsettings list
 )");
 }
 
+TEST_F(FailureTest, AProductThatIsThereButCouldNotBeListedIsNotReplaced) {
+    if (!run("plain true").empty()) GTEST_SKIP() << "root cannot be bound by permissions here";
+    settingsFile("user/mine.settings", "<key name=\"k\"><int32><value>1</value></int32></key>");
+    settingsFile("mine.settings", "<key name=\"l\"><int32><value>2</value></int32></key>");
+    settingsFile("new.settings", "<key name=\"l\"><int32><value>2</value></int32></key>");
+    std::string const refusal =
+        "! @/user/mine.settings is there already, but was not found when its folder was listed; "
+        "nothing was changed\n[1]\n";
+    expectSession(
+        "$ cp user/mine.settings before; chmod 311 user\n$ plain qbsettings add-group mine\n" +
+        refusal + "$ plain qbsettings import mine.settings\n" + refusal +
+        "$ plain qbsettings import --dry-run mine.settings\n" + refusal +
+        "$ cmp user/mine.settings before\n");
+}
+
 #ifndef __SANITIZE_ADDRESS__  // Which needs descriptors of its own.
 TEST_F(FailureTest, WithoutDescriptorsNothingIsTakenForMissing) {
     expectSession(R"($ (exec 3>&- 4>&- 5>&- 6>&- 7>&-; ulimit -n 4 && qbsettings set p.n 3)

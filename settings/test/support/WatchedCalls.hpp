@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,7 +25,7 @@ struct Calls {
         if (file.compare(0, 4, "temp") == 0) file.replace(0, file.find('/'), "TEMP");
         if (file.compare(0, 10, ".takeover-") == 0) file.replace(0, file.find('/'), "BESIDE");
         std::string const what = call + " " + (file.empty() ? "." : file);
-        if (call != "stat" && call != "open" && call != "read") seen.push_back(what);
+        if (looking.count(call) == 0) seen.push_back(what);
         if (what != failing) return true;
         if (error < 0) {
             failing.clear();
@@ -43,6 +44,7 @@ struct Calls {
     }
 
     inline static thread_local Calls* watcher = nullptr;
+    inline static std::set<std::string> const looking{"stat", "lstat", "opendir", "open", "read"};
     std::string const folder;
     std::string failing;
     int const error;

@@ -47,6 +47,9 @@ namespace settings::core {
 /// - it can be read: the save is refused all the same, as the tree has none of its values; a new
 ///   root loads them;
 /// - it is defective: it is kept aside, and the save goes on; so it does if the file is gone.
+///
+/// The same holds for a user file that the tree does not know of because the root could not list
+/// the user's folder, and that a product made by code would replace.
 /// An unreadable factory file stops no save: no save would replace it.
 ///
 /// The cost of a save is a walk over the product and two waits for the disk (more for the first

@@ -38,10 +38,9 @@ void ProductLoader::readAll(bool withStamp) {
 }
 
 void ProductLoader::readUser(SettingsLevel const& level, bool withStamp) {
-    Path file;
+    Path const file = SettingsFile::userFileOf(name_, &level, root_);
     std::optional<FileStamp> before;
     if (withStamp) {
-        file = SettingsFile::userFileOf(name_, &level, root_);
         try {
             before = FileStamp::of(file);
         } catch (qf::filesystem::FsysExceptionBase const&) {
@@ -49,7 +48,9 @@ void ProductLoader::readUser(SettingsLevel const& level, bool withStamp) {
         }
     }
     bool mayPass = false;
-    for (Path const& found : SettingsFile::getAllSettingsFileForProduct(name_, &level, root_)) {
+    auto const files = SettingsFile::getAllSettingsFileForProduct(name_, &level, root_);
+    if (files.empty()) UnreadFiles::setRead(root_, file);
+    for (Path const& found : files) {
         isAnyFileThere_ = true;
         std::size_t const errorsBefore = errors_.size();
         std::optional<UnreadFiles::Passing> const passing = read(found, level);

@@ -4,11 +4,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <optional>
 #include <set>
 
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
+#include <settingscore/persistence/UnreadFiles.hpp>
 #include <settingscore/persistence/xml/SettingsXMLReader.hpp>
 #include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
@@ -53,6 +56,11 @@ bool holdsSettingsFile(fs::path const& folder) {
     }
 }
 
+bool isSettingsFile(fs::upath_directory_entry const& entry) {
+    return entry.full_pathname().extension() == extension() &&
+           (entry.status() & fs::file_type_mask) == fs::regular_file;
+}
+
 /// The node that a file or folder stands for: its name up to the last ".".
 std::string nodeName(fs::upath_directory_entry const& entry) {
     ustring const fileName = entry.filename();
@@ -60,12 +68,38 @@ std::string nodeName(fs::upath_directory_entry const& entry) {
     return name == poolFolder ? poolProduct : name;
 }
 
+/// Names of the products found in a folder, and why there may be more of them.
+struct Listing {
+    Listing(SettingsLevel const& level, fs::path const& folder) {
+        try {
+            for (fs::upath_directory_entry const& entry : fs::basic_directory_iterator(folder))
+                look(level, entry);
+        } catch (fs::FsysExceptionBase const& error) {
+            bool const isThere = error.errorNumber() != ENOENT && error.errorNumber() != ENOTDIR;
+            if (isThere) failure = error;
+        }
+    }
+
+    std::vector<std::string> names;
+    std::optional<fs::FsysExceptionBase> failure;
+
+private:
+    void look(SettingsLevel const& level, fs::upath_directory_entry const& entry) {
+        try {
+            bool const counts =
+                level.isFactoryLevel() ? IsASettingsDirectory()(entry) : isSettingsFile(entry);
+            if (counts) names.push_back(nodeName(entry));
+        } catch (fs::FsysExceptionBase const& error) {
+            failure = error;
+        }
+    }
+};
+
 }  // namespace
 
 bool IsASettingsFile::operator()(fs::upath_directory_entry const& entry) const {
     try {
-        return entry.full_pathname().extension() == extension() &&
-               (entry.status() & fs::file_type_mask) == fs::regular_file;
+        return isSettingsFile(entry);
     } catch (fs::FsysExceptionBase const&) {
         return false;
     }
@@ -126,20 +160,7 @@ std::vector<fs::path> SettingsFile::getSettingsFileList(fs::path const& folder) 
 
 std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(SettingsLevel const* level,
                                                                 Root const& root) {
-    std::vector<std::string> names;
-    // Outside the handler: the first to ask for the user directory can have it made and filled from
-    // an older release, and what fails there is to be reported.
-    fs::path const folder = getRootPathForLevel(level, root);
-    try {
-        for (fs::upath_directory_entry const& entry : fs::basic_directory_iterator(folder)) {
-            bool const counts =
-                level->isFactoryLevel() ? IsASettingsDirectory()(entry) : IsASettingsFile()(entry);
-            if (counts) names.push_back(nodeName(entry));
-        }
-    } catch (fs::FsysExceptionBase const&) {
-        names.clear();
-    }
-    return names;
+    return Listing(*level, getRootPathForLevel(level, root)).names;
 }
 
 std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(Root const& root) {
@@ -147,8 +168,16 @@ std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(Root const& root
     auto const& levels = SettingsLevelManager::levels();
     for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
         if (!level->canHaveFile()) continue;
-        for (std::string const& name : getSettingsTopLevelNodes(&*level, root))
-            names.insert(name);
+        // The first to ask for the user directory can have it made and filled from an older
+        // release; what fails there goes out.
+        fs::path const folder = getRootPathForLevel(&*level, root);
+        Listing const listing(*level, folder);
+        names.insert(listing.names.begin(), listing.names.end());
+        if (listing.failure && level->canBeModified()) {
+            UnreadFiles::setUnlisted(
+                root, folder,
+                {listing.failure->errorNumber(), qf::i18n::to_ustring(listing.failure->what())});
+        }
     }
     return {names.begin(), names.end()};
 }

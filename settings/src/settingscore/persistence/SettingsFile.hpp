@@ -88,6 +88,8 @@ public:
     /// The one file of a product at a level that has one for each; empty without a directory.
     static Path userFileOf(std::string const& product, SettingsLevel const* level,
                            boost::shared_ptr<TreeRoot const> const& root);
+    /// The user file of a product in that folder.
+    static Path userFile(ustring const& folder, std::string const& product);
     /// Settings files of a folder, in the order of the directory; what was found so far if the
     /// folder can't be read to the end.
     static std::vector<Path> getSettingsFileList(Path const& folder);
@@ -95,7 +97,8 @@ public:
     static std::vector<std::string> getSettingsTopLevelNodes(
         SettingsLevel const* level, boost::shared_ptr<TreeRoot const> const& root);
     /// Names of the products of all levels, sorted without regard to case; of spellings that differ
-    /// in case alone the factory's stays.
+    /// in case alone the factory's stays. For a root that makes its products of them: where the
+    /// user's files could not be listed, the tree lacks some, which `UnreadFiles` notes.
     static std::vector<std::string> getSettingsTopLevelNodes(
         boost::shared_ptr<TreeRoot const> const& root);
     /// Files to load for a product at a level, in the order in which they are merged.
@@ -159,7 +162,6 @@ public:
     static boost::shared_ptr<SettingsImpl> loadSettingsObject(Path const& path);
 
 private:
-    static Path userFile(ustring const& folder, std::string const& product);
     static bool isWritable(Path const& file);
 };
 

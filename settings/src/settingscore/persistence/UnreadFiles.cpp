@@ -6,6 +6,7 @@
 #include <map>
 #include <mutex>
 #include <new>
+#include <set>
 
 #include <boost/weak_ptr.hpp>
 #include <settingscore/host/I18n.hpp>
@@ -20,9 +21,17 @@ using Passing = UnreadFiles::Passing;
 /// A mark without a passing reason is that of a defective file.
 using Marks = std::map<boost::weak_ptr<void const>, std::optional<Passing>>;
 
+/// A folder of which a tree knows only the files that it has looked for by name.
+struct Unlisted {
+    UnreadFiles::Path folder;
+    Passing reason;
+    std::set<UnreadFiles::Path> known;
+};
+
 struct Files {
     std::mutex mutex;
     std::map<qf::filesystem::path, Marks> marks;
+    std::map<boost::weak_ptr<void const>, Unlisted> unlisted;
 
     static Files& instance() {
         static auto& files = detail::neverDestroyed<Files>();
@@ -41,6 +50,20 @@ struct Files {
         }
         if (ofFile.empty()) marks.erase(found);
     }
+
+    void noteKnown(UnreadFiles::Root const& root, UnreadFiles::Path const& file) {
+        auto const found = unlisted.find(root);
+        if (found != unlisted.end()) found->second.known.insert(file);
+    }
+    std::optional<Passing> whyUnlisted(UnreadFiles::Root const& root,
+                                       UnreadFiles::Path const& file) const {
+        auto const found = unlisted.find(root);
+        if (found == unlisted.end()) return std::nullopt;
+        Unlisted const& listing = found->second;
+        bool const isMissed =
+            listing.folder == file.parent_path() && listing.known.count(file) == 0;
+        return isMissed ? std::optional(listing.reason) : std::nullopt;
+    }
 };
 
 bool isOf(Marks::value_type const& mark, UnreadFiles::Root const& root) {
@@ -58,10 +81,19 @@ std::optional<Passing> UnreadFiles::passing(std::exception const& failure, Path 
     return Passing{ENOMEM, qf::i18n::to_ustring(noMemory.what())};
 }
 
+void UnreadFiles::setUnlisted(Root const& root, Path const& folder, Passing const& reason) {
+    Files& files = Files::instance();
+    std::lock_guard<std::mutex> const lock(files.mutex);
+    for (auto listing = files.unlisted.begin(); listing != files.unlisted.end();)
+        listing = listing->first.expired() ? files.unlisted.erase(listing) : std::next(listing);
+    files.unlisted[root] = {folder, reason, {}};
+}
+
 void UnreadFiles::setRead(Root const& root, Path const& file) {
     Files& files = Files::instance();
     std::lock_guard<std::mutex> const lock(files.mutex);
     files.erase(file, [&](auto const& mark) { return isOf(mark, root); });
+    files.noteKnown(root, file);
 }
 
 void UnreadFiles::setUnread(Root const& root, Path const& file,
@@ -70,15 +102,18 @@ void UnreadFiles::setUnread(Root const& root, Path const& file,
     std::lock_guard<std::mutex> const lock(files.mutex);
     files.erase(file, [](auto const&) { return false; });
     files.marks[file][root] = reason;
+    files.noteKnown(root, file);
 }
 
 std::optional<Passing> UnreadFiles::unreadableFor(Root const& root, Path const& file) {
     Files& files = Files::instance();
     std::lock_guard<std::mutex> const lock(files.mutex);
     auto const found = files.marks.find(file);
-    if (found == files.marks.end()) return std::nullopt;
-    auto const mark = found->second.find(root);
-    return mark == found->second.end() ? std::nullopt : mark->second;
+    if (found != files.marks.end()) {
+        auto const mark = found->second.find(root);
+        if (mark != found->second.end()) return mark->second;
+    }
+    return files.whyUnlisted(root, file);
 }
 
 bool UnreadFiles::isDefective(Path const& file) {
@@ -94,6 +129,7 @@ void UnreadFiles::replaced(Root const& root, Path const& file) {
     Files& files = Files::instance();
     std::lock_guard<std::mutex> const lock(files.mutex);
     files.erase(file, [&](auto const& mark) { return !mark.second || isOf(mark, root); });
+    files.noteKnown(root, file);
 }
 
 }  // namespace settings::core

@@ -1,3 +1,4 @@
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -47,7 +48,11 @@ ssize_t read(int descriptor, void* to, std::size_t size) {
 FILE* fopen(char const* path, char const* mode) {
     return watchedAs<FILE*>("fopen", path, nullptr, path, mode);
 }
+DIR* opendir(char const* path) { return watchedAs<DIR*>("opendir", path, nullptr, path); }
 int stat(char const* path, struct stat* info) noexcept { return watched("stat", path, path, info); }
+int lstat(char const* path, struct stat* info) noexcept {
+    return watched("lstat", path, path, info);
+}
 int fsync(int descriptor) { return watched("fsync", descriptor, descriptor); }
 int chmod(char const* path, mode_t bits) noexcept { return watched("chmod", path, path, bits); }
 int mkdir(char const* path, mode_t bits) noexcept { return watched("mkdir", path, path, bits); }

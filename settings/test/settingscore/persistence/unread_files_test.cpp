@@ -149,6 +149,82 @@ TEST_F(SaveOfAnUnreadFile, GoesOnWhereNothingCanBeLost) {
     qbhost::endInstance(1);
 }
 
+TEST_F(SaveOfAnUnreadFile, IsRefusedWhereTheRootCouldNotListIt) {
+    userFile("mine", intKey("k", "1"));
+    good_ = userFiles();
+    for (auto const& [call, error, reason] : std::vector<std::tuple<std::string, int, std::string>>{
+             {"opendir user", EIO, "Input/output error"},
+             {"opendir user", EACCES, "Permission denied"},
+             {"lstat user/mine.settings", EIO, "Input/output error"}}) {
+        SCOPED_TRACE(call + " " + reason);
+        {
+            Calls const calls(folder(), call, error);
+            ASSERT_FALSE(freshRoot()->getChild("mine"));
+        }
+        auto const look = [&](SaveError const& e, std::string const& why) {
+            EXPECT_EQ(e.getErrorNum(), error);
+            EXPECT_EQ(e.getCausingFilePath(), toUString(userFilePath("mine")));
+            std::string const text = qf::i18n::to_string(e.getReasonStr());
+            EXPECT_NE(text.find(why), std::string::npos) << text;
+            EXPECT_NE(text.find(reason), std::string::npos) << text;
+        };
+        NodePtr const made = makeGroup("mine");
+        expectThrow<SaveError>([&] { made->setParent(implRoot()); },
+                               [&](SaveError const& e) { look(e, "new root"); });
+        {
+            Calls const calls(userDir(), "open mine.settings", error == EACCES ? ENFILE : error);
+            EXPECT_THROW(made->saveThisSubTree("user"), SaveError);
+        }
+        EXPECT_EQ(userFiles(), good_);
+        // A product that the factory names has looked for its file.
+        EXPECT_EQ(shownAt("plot.width"), "6");
+        setWidth(7);
+        setWidth(6);
+        EXPECT_EQ(userFiles(), good_);
+    }
+    freshRoot();
+    EXPECT_EQ(shownAt("mine.k"), "1");
+    EXPECT_EQ(setting("mine.k", 2), "done");
+
+    // Files that are not there, defective ones, and those that this tree has replaced are no
+    // obstacle.
+    std::filesystem::remove(userFilePath("plot"));
+    userText("broken.settings", "<settings");
+    {
+        Calls const calls(folder(), "opendir user", EIO);
+        freshRoot();
+    }
+    setWidth(7);
+    setWidth(6);
+    for (std::string const name : {"new", "broken", "mine"}) {
+        NodePtr const made = makeGroup(name);
+        if (name == "mine") turnOffDurableSaving();
+        made->setParent(implRoot());
+        turnOnDurableSaving();
+        made->saveThisSubTree("user");
+    }
+    Files const left = userFiles();
+    EXPECT_EQ(left.size(), 5u);
+    EXPECT_EQ(left.at("broken.settings.rejected"), "<settings");
+    EXPECT_EQ(left.at("mine.settings").find("\"k\""), std::string::npos);
+}
+
+TEST_F(SaveOfAnUnreadFile, IsOverWhenOnlyTheSyncBehindTheRenameFailed) {
+    {
+        Calls const calls(userDir(), "open plot.settings", EIO);
+        EXPECT_THROW(product()->getChildren(), exception::ErrorReadingSettingsData);
+    }
+    std::filesystem::remove(userFilePath("plot"));
+    {
+        Calls const calls(userDir(), "fsync .", EIO);
+        EXPECT_THROW(setWidth(7), SaveError);
+    }
+    // What is in the place of the unread file by now is the tree's own.
+    EXPECT_TRUE(userFileExists("plot"));
+    setWidth(6);
+    EXPECT_EQ(userFiles(), good_);
+}
+
 TEST_F(SaveOfAnUnreadFile, ASignalIsNoReason) {
     for (std::string const call : {"open plot.settings", "read plot.settings"}) {
         resetInstances();
