@@ -10,6 +10,7 @@
 #include <settingscore/tree/NodeEvents.hpp>
 #include <settingscore/tree/NodeWalk.hpp>
 #include <settingscore/tree/SettingsEvent.hpp>
+#include <settingscore/tree/StructureVersion.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
 
 namespace settings::core::detail {
@@ -136,6 +137,7 @@ bool NodeEdits::take(UpgradeLock& lock, boost::shared_ptr<SettingsImpl> const& c
     if (root) root->strikeName(found->first);
     content_.children.edit().erase(found);
     child->resetParent();
+    raiseStructureVersion();
     return true;
 }
 
