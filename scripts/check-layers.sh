@@ -9,7 +9,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "${1:-$root/settings/src}"
 
 # From the bottom to the top. A folder within one of these belongs to it.
-layers=(host errors value levels rules tree persistence prefdir roots)
+layers=(host errors value levels rules tree persistence prefdir roots typed)
 declare -A rank=()
 for i in "${!layers[@]}"; do
     rank[${layers[$i]}]=$i

@@ -1,30 +1,27 @@
 #include <iostream>
 
 #include <settingscore/errors/Exceptions.hpp>
-#include <settingscore/tree/Settings.hpp>
-#include <settingscore/value/Get.hpp>
+#include <settingscore/typed/Key.hpp>
 
-using namespace settings::core;
+using namespace settingscore::typed;
 
 int main() try {
-    boost::shared_ptr<Settings> root = Settings::getSettingsRoot(BlessedZcrID);
-    boost::shared_ptr<Settings> plotter = root->getChild("plotter");
+    Key<double> const lineWidth("plotter.lineWidth");
 
     // What is in force: a session value, else the user's, else the factory's.
-    double width = settingscore::boostany::get<double>(plotter->getAny("lineWidth", ""), false);
-    std::cout << "width is " << width << '\n';
+    std::cout << "width is " << lineWidth.get() << '\n';
 
-    plotter->setAny("lineWidth", width + 0.15, "user");  // checked, told to listeners, saved
-    width = settingscore::boostany::get<double>(plotter->getAny("lineWidth", ""), false);
-    std::cout << "width is " << width << '\n';
+    lineWidth.set(lineWidth.get() + 0.15);  // checked, told to listeners, saved
+    std::cout << "width is " << lineWidth.get() << '\n';
 
     try {
-        plotter->setAny("lineWidth", 1000.0, "user");
-    } catch (exception::ValueIsNotInRange const& e) {
+        lineWidth.set(1000);
+    } catch (settings::core::exception::ValueIsNotInRange const& e) {
         std::cout << "refused: " << e.what() << '\n';
     }
-    plotter->unset("lineWidth", "user");  // the factory's value is in force again
+    lineWidth.reset();  // the factory's value is in force again
 } catch (std::exception const& e) {
-    std::cerr << e.what() << '\n';
+    std::cerr << e.what()
+              << '\n';  // also that there is no such product, and where it was looked for
     return 1;
 }

@@ -11,6 +11,11 @@ using settingscore::boostany::makeAny;
 int main() try {
     boost::shared_ptr<Settings> root = Settings::getSettingsRoot(BlessedZcrID);
     boost::shared_ptr<Settings> plotter = root->getChild("plotter");
+    if (!plotter) {
+        std::cerr << "there is no product plotter in "
+                  << qf::i18n::to_string(ZSettings::getFactoryDir(BlessedZcrID)) << '\n';
+        return 1;
+    }
 
     // Hears everything below the product, as long as the connection lives.
     auto connection = plotter->addListener<SettingsEvent>([](SettingsEvent const& event) {
@@ -28,6 +33,7 @@ int main() try {
 
     // A branch leaves as a file, and comes back as a standalone object that can be merged.
     ustring file = qf::i18n::getenv("EXPORT_FILE");
+    if (file.empty()) file = u"/tmp/palettes.settings";
     Settings::exportSettings({plotter->getChild("palettes")}, file, "");
     boost::shared_ptr<Settings> copy = Settings::importAsStandaloneObject(file);
     std::cout << "exported: " << copy->getChildren().size() << " group\n";

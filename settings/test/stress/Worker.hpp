@@ -1,5 +1,7 @@
 #pragma once
 
+#include <deque>
+#include <optional>
 #include <queue>
 #include <random>
 
@@ -19,9 +21,10 @@ public:
             &Worker::setRefused, &Worker::unset,           &Worker::addAndRemove,
             &Worker::merge,      &Worker::exportAndImport, &Worker::batch,
             &Worker::subscribe,  &Worker::unsubscribe,     &Worker::collectQueue,
-            &Worker::loadFresh,  &Worker::liveInstance};
+            &Worker::loadFresh,  &Worker::liveInstance,    &Worker::follow,
+            &Worker::readLive};
         // Reads are the most frequent.
-        auto const pick = static_cast<std::size_t>(below(24));
+        auto const pick = static_cast<std::size_t>(below(28));
         (this->*operations[pick < std::size(operations) ? pick : 0])();
     }
 
@@ -148,17 +151,49 @@ private:
         if (!product) return;
         try {
             if (!product->getChild("k1")) return;
+            followed_.emplace_back(0, typed::Key<Number>(product->getName() + ".k0", id));
             world_.checkValue(product->getAny("k0", ""), 0);
             product->setAny("k1", World::value(1, random_()), "session");
+        } catch (typed::MissingKey const&) {
         } catch (exception::ErrorReadingSettingsData const&) {
             // The instance ended before the product was loaded: its root has no files any more.
         }
     }
 
+    /// One more value that is followed, and one less if there are enough, also of an instance that
+    /// has ended.
+    void follow() {
+        int const key = below(World::keys);
+        followed_.emplace_back(
+            key, typed::Key<Number>("busy.g" + std::to_string(below(World::groups)) + "." +
+                                    World::keyName(key)));
+        if (followed_.size() > 6) followed_.pop_front();
+    }
+    void readLive() {
+        for (Followed const& one : followed_) {
+            try {
+                if (auto const now = *one.value.get()) world_.checkValue(*now, one.key);
+            } catch (typed::MissingKey const&) {
+                if (one.value.status() != typed::LiveStatus::removed)
+                    world_.fail("a key that went came back");
+            }
+        }
+        int const key = below(World::keys) / 2 * 2;
+        world_.checkValue(world_.live(below(World::groups), key).get(), key);
+    }
+
+    using Number = std::optional<int>;
+    struct Followed {
+        Followed(int number, typed::Key<Number> const& name) : key(number), value(name) {}
+        int key;
+        typed::Live<Number> value;
+    };
+
     World& world_;
     std::string const number_;
     std::mt19937_64 random_;
     unsigned names_ = 0;
+    std::deque<Followed> followed_;
     std::vector<std::unique_ptr<corebus::msg_svc::eventmgr::Connection>> connections_;
 };
 

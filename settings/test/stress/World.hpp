@@ -10,6 +10,7 @@
 #include <settingscore/rules/JValidator.hpp>
 #include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/ZSettings.hpp>
+#include <settingscore/typed/Live.hpp>
 
 #include <support/SettingsXml.hpp>
 #include <support/TempFolder.hpp>
@@ -17,6 +18,7 @@
 namespace qbstress {
 
 using namespace settings::core;  // NOLINT(google-build-using-namespace)
+namespace typed = settingscore::typed;
 using Node = boost::shared_ptr<Settings>;
 
 /// What all threads work on: a factory with one busy product and many that are loaded on the way, a
@@ -64,6 +66,25 @@ public:
         root_ = Settings::getSettingsRoot(BlessedZcrID);
         rootId_ = qf::i18n::to_ustring(root_->getImplNodeEventId().toString());
         ZSettings::getZSettingsRoot(BlessedZcrID)->enableEventQueue(true);
+        for (int group = 0; group < groups; ++group) {
+            for (int number = 0; number < keys; number += 2)
+                lives_.emplace_back("busy.g" + std::to_string(group) + "." + keyName(number));
+        }
+    }
+    /// Values that all threads read; of the keys with an even number, which always have one.
+    typed::Live<int> const& live(int group, int key) const {
+        return lives_[static_cast<std::size_t>(group * keys / 2 + key / 2)];
+    }
+    /// To be called when nothing changes any more.
+    void checkLives() {
+        for (int group = 0; group < groups; ++group) {
+            auto const node = root_->getSettingsByFullName("busy.g" + std::to_string(group));
+            for (int number = 0; number < keys; number += 2) {
+                boost::any const value = node->getAny(keyName(number), "");
+                if (live(group, number).get() != boost::any_cast<int>(value))
+                    fail("a value that is followed is not the one in force");
+            }
+        }
     }
     ~World() { JValidator::clearFunctions(); }
 
@@ -129,6 +150,7 @@ private:
     qbtest::TempFolder folder_;
     qbtest::ScopedEnvironment environment_;
     Node root_;
+    std::vector<typed::Live<int>> lives_;
     qf::ustring rootId_;
     std::atomic<bool> failed_{false};
 };

@@ -81,6 +81,7 @@ int main(int argc, char** argv) {
         auto const group = world.root()->getSettingsByFullName("busy.g0");
         group->setAny("k0", qbstress::World::value(0, 99999 + seed), "user");
         world.checkFile();
+        world.checkLives();
     }
     std::cout << steps << " operations on " << threadCount << " threads in " << seconds
               << " s: " << (world.failed() ? "FAILED" : "good") << std::endl;

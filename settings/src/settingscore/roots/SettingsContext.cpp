@@ -5,6 +5,7 @@
 #include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/roots/SettingsRootStateMgr.hpp>
 #include <settingscore/roots/ZcrIdRootMap.hpp>
+#include <settingscore/tree/StructureVersion.hpp>
 #include <settingscore/value/NeverDestroyed.hpp>
 
 extern "C" {
@@ -79,6 +80,8 @@ boost::shared_ptr<Settings> SettingsContext::reset(ZcrID const& id) {
         getZcrIdAndRootMap().clear();
         createContext(ZcrID(0));
         setCurrent(ZcrID(0));
+        // The other instances ended without a reset of each.
+        detail::raiseStructureVersion();
     }
     return previous;
 }

@@ -6,6 +6,7 @@
 #include <settingscore/errors/MessageIds.hpp>
 #include <settingscore/roots/SettingsImplRoot.hpp>
 #include <settingscore/roots/SettingsRootDirQuerier.hpp>
+#include <settingscore/tree/StructureVersion.hpp>
 
 namespace settings::core {
 
@@ -49,6 +50,7 @@ boost::shared_ptr<SettingsImplRoot> SettingsRootStateMgr::resetRoot() {
         rootInUse_ = nullptr;
         previous.swap(root_);
     }
+    detail::raiseStructureVersion();
     if (previous) dropPendingEvents(*previous);
     return previous;
 }

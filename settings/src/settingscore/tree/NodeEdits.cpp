@@ -10,6 +10,7 @@
 #include <settingscore/tree/NodeEvents.hpp>
 #include <settingscore/tree/NodeWalk.hpp>
 #include <settingscore/tree/SettingsEvent.hpp>
+#include <settingscore/tree/StructureVersion.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
 
 namespace settings::core::detail {
@@ -143,6 +144,7 @@ void NodeEdits::leave(boost::shared_ptr<SettingsImpl> const& child) const {
     if (TreeRoot* const root = asTreeRoot(node_)) root->strikeName(name);
     content_.children.edit().erase(name);
     child->resetParent();
+    raiseStructureVersion();
 }
 
 }  // namespace settings::core::detail
