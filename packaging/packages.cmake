@@ -47,4 +47,16 @@ set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
 The program of the settings store, for the command line and for scripts, with
 its manual, completion for bash and zsh, and example products.")
 
+# What every package says of itself; compressed when it is made.
+configure_file(debian-changelog.in debian-changelog @ONLY)
+foreach(component LIBRARY DEVELOPMENT PROGRAM)
+  string(TOLOWER ${component} lower)
+  set(doc ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${component}_PACKAGE_NAME})
+  install(FILES copyright DESTINATION ${doc} COMPONENT ${lower})
+  install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md RENAME changelog DESTINATION ${doc}
+          COMPONENT ${lower})
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/debian-changelog RENAME changelog.Debian
+          DESTINATION ${doc} COMPONENT ${lower})
+endforeach()
+
 include(CPack)

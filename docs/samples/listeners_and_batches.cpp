@@ -1,6 +1,7 @@
 #include <iostream>
 #include <map>
 
+#include <settingscore/host/Filesystem.hpp>
 #include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 #include <settingscore/value/MakeAny.hpp>
@@ -8,12 +9,13 @@
 using namespace settings::core;
 using settingscore::boostany::makeAny;
 
-int main() try {
+// Takes the name of the file to export to.
+int main(int argc, char** argv) try {
     boost::shared_ptr<Settings> root = Settings::getSettingsRoot(BlessedZcrID);
-    boost::shared_ptr<Settings> plotter = root->getChild("plotter");
+    boost::shared_ptr<Settings> plotter = root ? root->getChild("plotter") : nullptr;
     if (!plotter) {
-        std::cerr << "there is no product plotter in "
-                  << qf::i18n::to_string(ZSettings::getFactoryDir(BlessedZcrID)) << '\n';
+        std::cerr << "there is no product 'plotter': SETTINGS_FACTORYDIR has to name the folder of "
+                     "the example products, as 'qbsettings dirs' shows it\n";
         return 1;
     }
 
@@ -32,8 +34,9 @@ int main() try {
     plotter->setMultiple(values, "session");
 
     // A branch leaves as a file, and comes back as a standalone object that can be merged.
-    ustring file = qf::i18n::getenv("EXPORT_FILE");
-    if (file.empty()) file = u"/tmp/palettes.settings";
+    namespace fs = qf::filesystem;
+    ustring file =
+        fs::absolute(fs::from_native(argc > 1 ? argv[1] : "palettes.settings"), {}).str();
     Settings::exportSettings({plotter->getChild("palettes")}, file, "");
     boost::shared_ptr<Settings> copy = Settings::importAsStandaloneObject(file);
     std::cout << "exported: " << copy->getChildren().size() << " group\n";

@@ -62,7 +62,7 @@ _qbsettings() {
         LEVEL) mapfile -t COMPREPLY < <(compgen -W "session user factory" -- "$cur") ;;
         TYPE)
             mapfile -t COMPREPLY < <(compgen -W "string bool int8 uint8 int16 uint16 int32 uint32 \
-                int64 uint64 float double" -- "$cur")
+                int64 uint64 float double any" -- "$cur")
             ;;
         FILE | DIR)
             compopt -o filenames 2>/dev/null

@@ -21,7 +21,7 @@ int run(std::vector<std::string> const& words) {
         std::cout << line.text;
         return done;
     }
-    Context context(line.directories, line.json);
+    Context context(line.directories, line.flags);
     int const status = line.command->run(context);
     context.output.finish();
     return status;

@@ -13,10 +13,11 @@ TEST(Samples, RunAsTheDocumentsTell) {
     qbtest::ScopedEnvironment environment;
     environment.set("SETTINGS_FACTORYDIR", QB_SOURCE_DIR "/settings/examples/toolbox");
     environment.set("SETTINGS_USERDIR", (folder.path() / "user").string());
-    environment.set("EXPORT_FILE", (folder.path() / "export.settings").string());
     auto const told = [&](std::string const& program) {
         std::string const output = (folder.path() / "output").string();
-        EXPECT_EQ(std::system((QB_SAMPLE_DIR "/" + program + " >" + output + " 2>&1").c_str()), 0);
+        std::string const command = "cd " + folder.path().string() + " && " QB_SAMPLE_DIR "/" +
+                                    program + " >" + output + " 2>&1";
+        EXPECT_EQ(std::system(command.c_str()), 0);
         return qbtest::readFile(output);
     };
     std::string const first =
@@ -34,6 +35,21 @@ TEST(Samples, RunAsTheDocumentsTell) {
               "plotter.paper refused: The value passed in is not one of the predefined choices "
               "and/or it is not in the predefined range.\n"
               "changed: lineWidth\nchanged: paper\nexported: 1 group\n");
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "palettes.settings"));
+}
+
+/// As after an installation, when nothing says where the examples are.
+TEST(Samples, SayWhatIsMissing) {
+    qbtest::TempFolder const folder;
+    qbtest::ScopedEnvironment environment;
+    environment.set("SETTINGS_FACTORYDIR", folder.path().string());
+    environment.set("SETTINGS_USERDIR", (folder.path() / "user").string());
+    std::string const output = (folder.path() / "output").string();
+    for (std::string const program : {"listeners_and_batches"}) {
+        std::string const command = QB_SAMPLE_DIR "/" + program + " >" + output + " 2>&1";
+        EXPECT_EQ(std::system(command.c_str()), 256) << program;
+        EXPECT_EQ(qbtest::readFile(output).rfind("there is no product 'plotter'", 0), 0U);
+    }
 }
 
 TEST(Samples, SayWhatIsMissing) {

@@ -38,6 +38,20 @@ expect "$prefix/share/qbsettings" "$(alone "$program" dirs | sed -n 's/^host\t//
 alone "$program" --host-root "$examples" list >listed || fail "the examples have faults"
 grep -q $'^plotter\\.lineWidth\tdouble\tfactory\t0\\.35$' listed || fail "no line of plotter.lineWidth"
 
+# With no product at all it says where there are some; what it names works.
+hint=$(alone "$program" list 2>&1)
+[[ $hint == *"qbsettings --host-root $examples list" ]] || fail "no examples are named: $hint"
+for document in api file-format hosts qbsettings; do
+    [[ -s $prefix/share/qbsettings/docs/$document.md ]] || fail "$document.md is not installed"
+done
+! grep -n 'settings/examples/\(host\|lib\|radio\)`' "$prefix"/share/qbsettings/docs/*.md ||
+    fail "a document names a folder of the sources"
+for package in libqbsettingscore1 libqbsettingscore-dev qbsettings; do
+    for file in copyright changelog changelog.Debian; do
+        [[ -s $prefix/share/doc/$package/$file ]] || fail "$package has no $file"
+    done
+done
+
 # A look at a file as it is written.
 cp -r "$examples/toolbox" odd
 sed -i 's/visible="true"/visible="maybe"/' odd/plotter/plotter.settings

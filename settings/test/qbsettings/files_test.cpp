@@ -93,11 +93,53 @@ $ qbsettings check cut entity factory/p/p.settings | cut -d : -f 1-3
 @/entity:1:20
 [1]
 $ touch $'user/\xFF.settings' && qbsettings check | grep -v '^There is no'
-@/factory/bad/a\tb\nc.settings: The nodes should be the same, but they have different attributes' value. Cannot merge them.
-@/factory/bad/a\tb.settings:3:10: no declaration found for element 'oddity'
+@/factory/bad/a\tb\nc.settings:3:187: bad: the root element is named 'a b c', its product 'bad': The nodes should be the same, but they have different attributes' value. Cannot merge them.
+@/factory/bad/a\tb.settings:3:10: a b: no declaration found for element 'oddity'
 [1]
 $ qbsettings list 2>/dev/null | tail -n 1
 p.third→double→factory→0.3333333333333333
+[1]
+)");
+}
+
+/// With the key, and with both names where two differ, whether a file is loaded or looked at.
+TEST_F(FilesTest, AFaultIsToldWithTheKeyThatItIsIn) {
+    std::string const good =
+        "<key name=\"ok\"><string><value>a&#9;\"]]&gt;</value></string></key>\n";
+    std::string const two = "<key name=\"k\"><string><value>a</value></string></key>\n";
+    settingsFile("factory/a/a.settings",
+                 good +
+                     "<settings name=\"g\"><key name=\"k\"><int8 maxArraySize=\"3\">\n"
+                     "<value>1</value>\n<value>300</value></int8></key></settings>\n" +
+                     two);
+    settingsFile("factory/b/b.settings", two + "<settings name=\"k\"/>\n" + good);
+    settingsFile("factory/c/c.settings", two);
+    settingsFile("factory/c/d.settings", "");
+    settingsFile("factory/d/d.settings",
+                 "<additionalpath>../more-parts/d.settings</additionalpath>\n<key "
+                 "name=\"e\"><int32/></key>");
+    settingsFile("factory/more-parts/d.settings",
+                 "<key name=\"k\"><bool minArraySize=\"two\"/></key>\n");
+    settingsFile("factory/e/e.settings",
+                 good + "<key name=\"u\"><string><value>\xC3\xA9\xFF</value></string></key>\n");
+    settingsFile("user/p.settings",
+                 good + "<key name=\"n\"><int32><value>11</value></int32></key>\n");
+    std::string const faults =
+        R"(@/factory/a/a.settings:6:8: a.g.k: bad numeric conversion: positive overflow
+@/factory/b/b.settings:4:21: b.k: 'k' stands at 3:15 already: The parent object contains a child with the same name already.
+@/factory/c/d.settings:2:203: c: the root element is named 'd', its product 'c': The nodes should be the same, but they have different attributes' value. Cannot merge them.
+@/factory/d/d.settings:3:17: d: @/factory/more-parts/d.settings:3:41: d.k: bad lexical cast: source type value could not be interpreted as target
+@/factory/e/e.settings:4:31: invalid byte '�' at position 1 of a 6-byte sequence
+)";
+    expectSession("$ qbsettings check | grep -v p.settings\n" + faults +
+                  "[1]\n$ qbsettings check user/p.settings\n"
+                  R"(@/user/p.settings:4:29: p.n: The value passed in is not in the predefined range
+@/user/p.settings:4:29: warning: p.n: '11' is not allowed: it takes at most 10 (defined in @/factory/p/p.settings); the whole file is ignored: change or remove the value here
+[1]
+$ (qbsettings list || true) 2>&1 >/dev/null | sed 's/^qbsettings: //' | grep -v user/p.settings
+)" + faults +
+                  R"($ qbsettings import factory/a/a.settings
+! @/factory/a/a.settings:6:8: a.g.k: bad numeric conversion: positive overflow
 [1]
 )");
 }
@@ -121,7 +163,7 @@ TEST_F(FilesTest, WarnsOfWhatIsLegalAndWithoutEffect) {
 @/factory/w/w.settings:5:60: warning: '-1' counts as 4294967295; it takes a whole number from 0 to 4294967295
 @/factory/w/parts/w.xml:3:49: warning: 'runtimedefault' has no effect, because its type is "Lua"; the types are "C", "ZENBAR" and "JAVA"
 @/user/w.settings:4:49: warning: 'metadata' in a user file has no effect on a key of the factory's, and the next save drops it; declare ranges and choices in a factory file
-@/user/w.settings:3:30: warning: w.u: '6' is not allowed: it takes 1 to 5 or one of 0 (defined in @/factory/w/w.settings); the value here is in force anyway: change or remove it
+@/user/w.settings:3:30: warning: w.u: '6' is not allowed: it takes 1 to 5 or 0 (defined in @/factory/w/w.settings); the value here is in force anyway: change or remove it
 @/user/w.settings:5:47: warning: w.g.k: it is read-only; the value here is in force anyway: change or remove it
 $ qbsettings check user/w.settings --json | grep -oE '"(kind|line|code)":[^,}]*' | paste -sd ' '
 "kind":"warning" "line":4 "code":"user-metadata" "kind":"warning" "line":3 "code":"refused-value" "kind":"warning" "line":5 "code":"refused-value"
@@ -147,7 +189,7 @@ TEST_F(FilesTest, WhatIsNeverReadIsFound) {
 @/user/p.Settings: warning: is never read, because the extension of settings files is '.settings', in lower case
 @/factory/stray.settings: warning: is never read, because the files of a product lie in a folder of its name
 @/factory/p/big.SETTINGS: warning: is never read, because the extension of settings files is '.settings', in lower case
-@/factory/q/q.settings: warning: is never read, because 'q' is not read as a product, and no file names it in 'additionalpath'
+@/factory/q/q.settings: warning: is never read, because there is a product 'Q', and product names may not differ only in case
 @/factory/shared-parts/unused.settings: warning: is never read, because 'shared-parts' is not read as a product, and no file names it in 'additionalpath'
 $ qbsettings check --json | grep -oE '"code":[^,}]*' | sort | uniq -c | sed 's/^ *//'
 6 "code":"never-read"
@@ -156,21 +198,61 @@ $ qbsettings check --json | grep -oE '"code":[^,}]*' | sort | uniq -c | sed 's/^
 }
 
 TEST_F(FilesTest, AUserFileIsNeverLostToASaveThatFailsOrToOneThatCouldNotReadIt) {
-    expectSession(R"($ printf '<settings name="p">the work' | tee work >user/p.settings
-$ qbsettings remove p
-! @/user/p.settings:1:20: no declaration found for element 'settings'
-! p was not removed, because that would delete @/user/p.settings, which could not be read; repair or move that file
-[1]
-$ qbsettings set p.n 3
-! @/user/p.settings:1:20: no declaration found for element 'settings'
-! @/user/p.settings could not be read; saving sets it aside with the suffix .rejected, and what it held is no longer in force
-$ cmp work user/p.settings.rejected && qbsettings get p.n
+    std::string const fault =
+        "! @/user/p.settings:1:20: no declaration found for element 'settings'\n";
+    std::string const refused =
+        fault +
+        "! nothing was changed, because @/user/p.settings cannot be read as a whole; repair "
+        "it, 'qbsettings edit --file p' opens it there, or set it aside with "
+        "--replace-broken, and with it all that it holds\n[1]\n";
+    settingsFile("in/p.settings", "<key name=\"z\"><int8><value>1</value></int8></key>");
+    expectSession(
+        "$ printf '<settings name=\"p\">the work' | tee work >user/p.settings\n"
+        "$ qbsettings remove p\n" +
+        fault +
+        "! p was not removed, because that would delete @/user/p.settings, which could not "
+        "be read; repair or move that file\n[1]\n"
+        "$ qbsettings set p.n 3\n" +
+        refused + "$ echo p.n = 3 | qbsettings set-many 2>&1 | tail -n 1\n" +
+        "qbsettings: nothing was set\n[1]\n" + "$ qbsettings unset p.n\n" + refused +
+        "$ qbsettings import in/p.settings --dry-run\n" + refused +
+        "$ qbsettings set p.n 3 --level session\n" + fault +
+        "$ cmp work user/p.settings && qbsettings unset p.n --replace-broken\n" + fault +
+        "! p.n: it has no value on the level 'user'\n[3]\n"
+        "$ qbsettings import in/p.settings --dry-run --replace-broken\nadded→p.z→1\n" +
+        fault + "$ ls user && qbsettings set p.n 3 --replace-broken\np.settings\n" + fault +
+        "! @/user/p.settings could not be read and was set aside as "
+        "@/user/p.settings.rejected; what it held is no longer in force\n");
+    expectSession(R"($ cmp work user/p.settings.rejected && qbsettings get p.n
 3
 $ (trap '' XFSZ && ulimit -f 0 && qbsettings set p.n 4 2>&1) | cat
 qbsettings: p.n: @/user/p.settings cannot be written: File too large
 [1]
 $ echo $(qbsettings get p.n) $(ls user)
 3 p.settings p.settings.rejected
+)");
+}
+
+TEST_F(FilesTest, ABrokenUserFileIsOpenedAtItsFaultAndCheckedAgain) {
+    settingsFile(
+        "user/p.settings",
+        "<key name=\"g\"><int32/></key>\n<key name=\"n\"><int32><value>3</value></int32></key>");
+    expectSession(R"($ printf '#!/bin/sh\necho "$@"\n' >vi && cp vi other
+$ chmod +x vi other && VISUAL= EDITOR="$PWD/vi -x" qbsettings edit --file p 2>/dev/null
+-x +3 @/user/p.settings
+@/user/p.settings:3:15: p.g: it is a key here and a group in the other files: The nodes should be the same, but they have different attributes' value. Cannot merge them.
+[1]
+$ (VISUAL=$PWD/other qbsettings edit --file p 2>/dev/null || true) | grep -v :
+@/user/p.settings
+$ echo "sed -i 's/\"g\"/\"own\"/'" '"$@"' >other && VISUAL=./other qbsettings edit --file p 2>/dev/null
+> qbsettings get p.n
+3
+$ EDITOR=false qbsettings edit --file p
+! the editor 'false' failed
+[1]
+$ qbsettings --user-dir none edit --file p
+! @/none/p.settings is not there, because the user has changed nothing of p
+[3]
 )");
 }
 

@@ -49,7 +49,7 @@ TEST_F(KeysTest, RefusalsSayWhatIsAllowedAndChangeNothing) {
     expectRefused(
         R"~(set p.real 9 => 1 p.real: '9' is not allowed: it takes 0.5 to 8 (defined in @/factory/p/p.settings)
 set p.real 1,5 => 1 p.real: '1,5' is not a double: it takes a number (defined in @/factory/p/p.settings)
-set p.byte -21 => 1 p.byte: '-21' is not allowed: it takes at least -20 or one of -100 (defined in @/factory/p/p.settings)
+set p.byte -21 => 1 p.byte: '-21' is not allowed: it takes at least -20 or -100 (defined in @/factory/p/p.settings)
 set p.text 'much too long a text' => 1 p.text: 'much too long a text' is not allowed: it takes a length of at most 12 (defined in @/factory/p/p.settings)
 set p.text $'a\rb' => 1 p.text: 'a\x0db' holds U+000D, which no settings file can hold (defined in @/factory/p/p.settings)
 set p.text $'a\xFFz' => 1 'a\xffz' is not UTF-8
@@ -63,10 +63,21 @@ add p.real --type int32 => 1 p.real: p already has a 'real'
 add p.1x --type int32 => 1 '1x' is not a legal name: a letter, then letters, digits and '_', at most 63, and not a reserved word of the host's language
 add-group P => 1 P: there is already a product 'p', and product names may not differ only in case
 add p.locked.x --type int32 => 1 p.locked.x: the group 'p.locked' is read-only: nothing in it can be added, removed or unset
-add p.x --type long => 2 there is no type 'long'; the types are string, bool, int8, uint8, int16, uint16, int32, uint32, int64, uint64, float, double, and 'array of' each
+add p.x --type strnig => 2 there is no type 'strnig'; did you mean 'string'? The types are string, bool, int8, uint8, int16, uint16, int32, uint32, int64, uint64, float, double, 'array of' each, and any
+set p.open --type any 1 => 2 there is no type 'any'; the types are string, bool, int8, uint8, int16, uint16, int32, uint32, int64, uint64, float, double, and 'array of' each
+set p.pair 3 -1 => 1 p.pair: '-1' is not a uint8: it takes a whole number from 0 to 255 (defined in @/factory/p/p.settings)
+add p.x --type uint64 -1 => 1 p.x: '-1' is not a uint64: it takes a whole number from 0 to 18446744073709551615
+set p.real 1 2 => 1 p.real: 2 values were given, it takes exactly 1 value (defined in @/factory/p/p.settings)
+set p.real --empty => 1 p.real: 0 values were given, it takes exactly 1 value (defined in @/factory/p/p.settings)
+set p.pair 3 => 1 p.pair: 1 value was given, it takes exactly 2 values (defined in @/factory/p/p.settings)
+set p.open 3 4 => 1 p.open: 2 values were given, it takes exactly 1 value, because no file holds an array of a key of type any (defined in @/factory/p/p.settings)
+set p.list x --empty => 2 --empty and a VALUE exclude each other; see 'qbsettings set --help'
 unset p.flag => 3 p.flag: it has no value on the level 'user'
 )~");
-    expectSession("$ qbsettings set p.real 3 --level session && diff -r before user\n");
+    expectSession(R"($ qbsettings set p.real 3 --level session && diff -r before user
+$ qbsettings set p.none 3 4 && qbsettings set p.none --empty && qbsettings get p.none --json
+{"name":"p.none","type":"array of int32","value":[]}
+)");
 }
 
 TEST_F(KeysTest, ProgramsThatWriteAtOnceLoseNothing) {
@@ -96,12 +107,14 @@ $ cp -r user before && sed 's/BYTE/\xFF/' <<'END' | qbsettings set-many
 > p.list = []
 > p.text = "\ud800"
 > p.text = BYTE
+> p.list = a, b
 > END
 ! line 2: p.real: '11' is not allowed: it takes 0.5 to 8 (defined in @/factory/p/p.settings)
 ! line 3: a line is written as NAME = VALUE
 ! line 4: p.list: 0 values were given, it takes at least 1 value (defined in @/factory/p/p.settings)
-! line 5: p.text: the JSON is broken at character 8
+! line 5: p.text: the JSON is broken at character 8; a text in double quotes is a JSON string, with \" and \\ for these two
 ! line 6: the line is not UTF-8
+! line 7: p.list: 'a, b' is no array: an array is written as [1, 2] or ["a", "b"]
 ! nothing was set
 [1]
 $ diff -r before user

@@ -6,6 +6,7 @@
 #include <qbsettings/errors/Errors.hpp>
 #include <qbsettings/output/Terminal.hpp>
 #include <qbsettings/store/Context.hpp>
+#include <qbsettings/store/FaultPlace.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/I18n.hpp>
@@ -112,7 +113,7 @@ SettingsPtr Checker::checkFile(qf::ustring const& file, bool ofUser) {
         content = Settings::importAsStandaloneObject(file);
     } catch (std::exception const& error) {
         if (!ofUser) neverRead_.addFaulty();
-        if (!context_.tree.isFaulty(file)) findings_.add(faultOfImport(file, error));
+        if (!context_.tree.isFaulty(file)) findings_.add(placedFault(faultOfImport(file, error)));
         return {};
     }
     checkMarkup(file, ofUser);

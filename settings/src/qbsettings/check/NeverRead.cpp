@@ -60,9 +60,14 @@ void NeverRead::report(Directories const& directories, std::set<std::string> con
     }
     for (qf::ustring const& folder : directories.factoryFolders()) {
         std::string const product = Directories::productOfFactoryFolder(folder);
+        std::string const hiding = directories.hidingProduct(folder, products);
         for (qf::ustring const& file : Directories::filesIn(folder)) {
             if (!isSettingsFile(file) || isRead(file)) continue;
-            if (products.count(product) == 0) {
+            if (!hiding.empty()) {
+                add(findings, file,
+                    "is never read, because there is a product " + inQuotes(hiding) +
+                        ", and product names may not differ only in case");
+            } else if (products.count(product) == 0) {
                 add(findings, file,
                     "is never read, because " + inQuotes(product) +
                         " is not read as a product, and no file names it in 'additionalpath'");

@@ -10,12 +10,39 @@
 #include <qbsettings/commandline/Options.hpp>
 #include <qbsettings/commandline/Words.hpp>
 #include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/Near.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/roots/SettingsContext.hpp>
 
 namespace qbsettings {
 
 namespace {
+
+std::string noCommand(std::string const& word) {
+    std::vector<std::string> names = {"help"};
+    for (CommandInfo const& info : commands()) {
+        if (!info.hidden) names.emplace_back(info.name);
+    }
+    return "there is no command " + inQuotes(asLine(word)) + suggestion(word, names);
+}
+
+std::string withHelp(std::string const& problem, std::string const& command) {
+    return problem + (problem.back() == '?' ? " See" : "; see") + " 'qbsettings" + command +
+           " --help'";
+}
+
+/// "help" and "help COMMAND" as "--help" and "COMMAND --help".
+std::vector<std::string> withoutHelpCommand(std::vector<std::string> const& words) {
+    if (words.empty() || words.front() != "help") return words;
+    if (words.size() == 1) return {"--help"};
+    auto const infos = commands();
+    bool const isThere = std::any_of(
+        infos.begin(), infos.end(), [&](CommandInfo const& info) { return words[1] == info.name; });
+    if (!isThere && words[1].rfind('-', 0) != 0) {
+        throw Failure(wrongUsage, withHelp(noCommand(words[1]), {}));
+    }
+    return {words[1], "--help"};
+}
 
 struct Reader {
     CLI::App app{
@@ -42,8 +69,8 @@ struct Reader {
         app.set_version_flag("--version", std::string("qbsettings ") + libqbsettingscore_version);
         app.footer(
             "Exit status: 0 done, 1 refused or failed, 2 wrong usage, 3 no value or no such "
-            "name.\nExample: qbsettings list plotter\nSee 'qbsettings COMMAND --help' for "
-            "more about a command.");
+            "name.\nExample: qbsettings list plotter\nSee 'qbsettings help COMMAND' or "
+            "'qbsettings COMMAND --help' for more about a command.");
         // To declare what no word names would be most of the work of a short command.
         bool const helps = std::any_of(words.begin(), words.end(), mayAskForHelp);
         for (CommandInfo const& info : commands()) {
@@ -62,7 +89,7 @@ struct Reader {
         sub.footer(std::string("Example: qbsettings ") + info.example);
         if (info.hidden) sub.group("");
         Candidate& candidate =
-            candidates.emplace_back(info.make(), std::make_unique<Options>(sub, line.json));
+            candidates.emplace_back(info.make(), std::make_unique<Options>(sub, line.flags));
         candidate.first->declare(*candidate.second);
         sub.callback([this, index = candidates.size() - 1] { chosen = index; });
     }
@@ -91,9 +118,8 @@ struct Reader {
         } catch (CLI::ParseError const& error) {
             auto const selected = app.get_subcommands();
             CLI::App const& sub = selected.empty() ? app : *selected.front();
-            throw Failure(wrongUsage, problem(sub, error) + "; see 'qbsettings" +
-                                          (selected.empty() ? "" : " " + sub.get_name()) +
-                                          " --help'");
+            std::string const command = selected.empty() ? "" : " " + sub.get_name();
+            throw Failure(wrongUsage, withHelp(problem(sub, error), command));
         }
     }
 
@@ -110,7 +136,7 @@ struct Reader {
                 return "there is no option " + inQuotes(word) +
                        (takesValues ? ", and a value that begins with '-' goes after '--'" : "");
             }
-            if (&sub == &app) return "there is no command " + inQuotes(word);
+            if (&sub == &app) return noCommand(word);
             return inQuotes(word) + " is one argument too many";
         }
         if (&sub == &app && error.get_name() == "RequiredError") return "a command is missing";
@@ -120,7 +146,8 @@ struct Reader {
 
 }  // namespace
 
-CommandLine parseCommandLine(std::vector<std::string> const& words) {
+CommandLine parseCommandLine(std::vector<std::string> const& given) {
+    std::vector<std::string> const words = withoutHelpCommand(given);
     Reader reader(words);
     reader.parse(words);
     return std::move(reader.line);

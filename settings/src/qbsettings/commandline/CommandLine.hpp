@@ -5,14 +5,14 @@
 #include <vector>
 
 #include <qbsettings/commandline/Command.hpp>
-#include <qbsettings/store/Directories.hpp>
+#include <qbsettings/store/Context.hpp>
 
 namespace qbsettings {
 
 /// A command line that was understood.
 struct CommandLine {
     DirectoryOptions directories;
-    bool json = false;                 ///< Print JSON in the place of rows.
+    Flags flags;
     std::unique_ptr<Command> command;  ///< Empty: `text` is all that was asked for.
     std::string text;                  ///< Help or version.
 };

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <qbsettings/commandline/Words.hpp>
+#include <qbsettings/store/Context.hpp>
 #include <qbsettings/text/Failure.hpp>
 #include <qbsettings/text/Text.hpp>
 
@@ -82,7 +83,12 @@ void Options::flag(char const* option, bool& flag, char const* what) {
     app_.add_flag(option, flag, what);
 }
 
-void Options::json() { flag("--json", json_, "Print one line of JSON"); }
+void Options::json() { flag("--json", flags_.json, "Print one line of JSON"); }
+
+void Options::replaceBroken() {
+    flag("--replace-broken", flags_.replaceBroken,
+         "Set a user file that cannot be read aside, with all its values, and go on");
+}
 
 void Options::target(std::string& file, bool& force) {
     app_.add_option("--to", file, "File to write")->required()->type_name("FILE");

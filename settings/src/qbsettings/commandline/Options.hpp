@@ -11,14 +11,16 @@ class App;
 
 namespace qbsettings {
 
+struct Flags;
+
 /// What one command takes from the command line. Each text goes to the variable that it is declared
 /// with, which has to live until `finish`; one that is absent stays as it is.
 class Options {
 public:
     enum class Is { required, optional };
 
-    /// `json` is set where JSON is asked for.
-    Options(CLI::App& app, bool& json) : app_(app), json_(json) {}
+    /// `flags` are set where they are asked for.
+    Options(CLI::App& app, Flags& flags) : app_(app), flags_(flags) {}
 
     // --- Words that stand by their place, in the order of the calls ---
 
@@ -47,6 +49,8 @@ public:
     void flag(char const* option, bool& flag, char const* what);
     /// "--json".
     void json();
+    /// "--replace-broken".
+    void replaceBroken();
     /// "--to" and "--force".
     void target(std::string& file, bool& force);
 
@@ -64,7 +68,7 @@ private:
     void keep(Word& word, Content content);
 
     CLI::App& app_;
-    bool& json_;
+    Flags& flags_;
     std::vector<std::function<void()>> atTheEnd_;
 };
 

@@ -7,6 +7,7 @@
 #include <qbsettings/store/Context.hpp>
 #include <qbsettings/store/NewNode.hpp>
 #include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/Rules.hpp>
 #include <qbsettings/text/Values.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 
@@ -22,11 +23,12 @@ using settings::core::ZSettings;
 SettingsPtr makeKey(std::string const& name, std::string const& typeName,
                     std::vector<std::string> const& texts) {
     settings::core::SettingsProperties properties;
-    properties.anyType = typeName == "any";
-    KeyType type = typeNamed(properties.anyType ? "string" : typeName);
+    KeyType type = typeNamed(typeName, TakesAny::yes);
+    properties.anyType = type.any;
+    if (type.any) type = typeNamed("string");
     if (texts.size() > 1) type.array = true;
     if (properties.anyType && type.array) {
-        throw Failure("a key that takes any type holds one value");
+        throw Failure(countText(texts.size()) + ", a key of type any takes " + sizeText(1, 1));
     }
     SettingsPtr const key = ZSettings::createSetting(name, true, properties);
     SettingsPtr const group =
@@ -48,11 +50,12 @@ public:
         options.values(values_, Options::Is::optional, "Value; several make an array");
         options.text("--type", type_, Options::Is::required, "TYPE",
                      "Type: int32, 'array of string', any, ...");
+        options.replaceBroken();
     }
 
     int run(Context& context) override {
         // A wrong word is reported before all else.
-        if (type_ != "any") typeNamed(type_);
+        typeNamed(type_, TakesAny::yes);
         context.writing.lock();
         auto const [parent, name] = placeFor(context, name_);
         SettingsPtr key;
@@ -73,7 +76,7 @@ private:
 };
 
 Registration<AddCommand> const addRegistration({23, "add", "Add a key of the user's own",
-                                                "add plotter.mine.speed --type double 1.5"});
+                                                "add plotter.speed --type double 1.5"});
 
 }  // namespace
 

@@ -14,7 +14,10 @@ namespace {
 /// `add-group`: a group or product of the user's own.
 class AddGroupCommand : public Command {
 public:
-    void declare(Options& options) override { options.name(name_, "Full name of the group"); }
+    void declare(Options& options) override {
+        options.name(name_, "Full name of the group");
+        options.replaceBroken();
+    }
 
     int run(Context& context) override {
         using settings::core::ZSettings;

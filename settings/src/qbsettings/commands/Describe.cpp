@@ -108,8 +108,8 @@ private:
         KeyType const type = typeOf(state.description);
         auto const add = [&](std::string const& field, std::string const& source,
                              boost::any const& value) {
-            output.field(
-                field, {{"source", Cell::orNothing(source)}, {"value", Cell::value(value, type)}});
+            output.field(field,
+                         {{"source", Cell::level(source)}, {"value", Cell::value(value, type)}});
         };
         for (std::string const& level : levelNames()) {
             bool const isStored = isStoredOn(key, level);
@@ -127,7 +127,7 @@ private:
 
 Registration<DescribeCommand> const describeRegistration(
     {3, "describe", "Show the rules of a key and its values on every level, or what a group holds",
-     "describe plotter.pen.width"});
+     "describe plotter.lineWidth"});
 
 }  // namespace
 

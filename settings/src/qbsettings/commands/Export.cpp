@@ -48,9 +48,9 @@ private:
     std::string level_;
 };
 
-Registration<ExportCommand> const exportRegistration({40, "export",
-                                                      "Write settings of one product to a file",
-                                                      "export plotter.pen --to pen.settings"});
+Registration<ExportCommand> const exportRegistration(
+    {40, "export", "Write settings of one product to a file",
+     "export plotter.margins --to margins.settings"});
 
 }  // namespace
 

@@ -2,11 +2,13 @@
 
 #include <qbsettings/commandline/Command.hpp>
 #include <qbsettings/commandline/Options.hpp>
+#include <qbsettings/output/Complaints.hpp>
 #include <qbsettings/store/Context.hpp>
 #include <qbsettings/store/KeyState.hpp>
 #include <qbsettings/store/Levels.hpp>
 #include <qbsettings/store/Names.hpp>
 #include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/Text.hpp>
 #include <settingscore/tree/Settings.hpp>
 
 namespace qbsettings {
@@ -34,7 +36,11 @@ public:
         for (std::string const& text : elementTexts(value))
             context.output.line(text);
         if (!context.tree.faults().empty()) return refused;
-        return value.empty() ? nothingThere : done;
+        if (!value.empty()) return done;
+        complain(key->getFullName() + (level_.empty()
+                                           ? ": it has no value"
+                                           : ": it has no value on the level " + inQuotes(level_)));
+        return nothingThere;
     }
 
 private:
@@ -43,7 +49,7 @@ private:
 };
 
 Registration<GetCommand> const getRegistration({2, "get", "Print a value, one element per line",
-                                                "get plotter.pen.width"});
+                                                "get plotter.lineWidth"});
 
 }  // namespace
 

@@ -49,6 +49,7 @@ public:
         options.flag("--dry-run", dryRun_, "Show what would change, and change nothing");
         options.flag("--replace", replace_, "Replace values that are already set");
         options.json();
+        options.replaceBroken();
     }
 
     int run(Context& context) override {
@@ -88,7 +89,7 @@ private:
             if (target_) context.tree.childrenOf(target_);
         }
         if (target_) {
-            context.writing.begin(productOf(target_));
+            if (level_ == "user") context.writing.begin(productOf(target_));
         } else if (level_ != "user") {
             throw Failure(nothingThere, "there is no product " + inQuotes(source_->getName()) +
                                             " that could take the values; one is made on the level "
@@ -185,7 +186,7 @@ private:
 
 Registration<ImportCommand> const importRegistration(
     {41, "import", "Import what a file has and the tree does not have",
-     "import pen.settings --dry-run"});
+     "import margins.settings --dry-run"});
 
 }  // namespace
 

@@ -1,5 +1,7 @@
 #include <optional>
+#include <set>
 #include <string>
+#include <vector>
 
 #include <qbsettings/commandline/Command.hpp>
 #include <qbsettings/commandline/Options.hpp>
@@ -9,6 +11,9 @@
 #include <qbsettings/store/KeyState.hpp>
 #include <qbsettings/store/Names.hpp>
 #include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/Text.hpp>
+#include <settingscore/host/Filesystem.hpp>
+#include <settingscore/prefdir/PreferencesDirectory.hpp>
 #include <settingscore/tree/Settings.hpp>
 
 namespace qbsettings {
@@ -41,7 +46,34 @@ private:
             progress.step();
             good = listBelow(context, product) && good;
         }
+        if (products.empty() && context.tree.faults().empty()) tellWhereToLook(context.directories);
+        tellHidden(context.directories, products);
         return good;
+    }
+
+    static void tellWhereToLook(Directories const& directories) {
+        namespace fs = qf::filesystem;
+        fs::path const examples = fs::path(settings::core::zenbarRootUStr()) / u"examples";
+        std::string hint = "'qbsettings new-product' makes one";
+        if (fs::exists(examples / u"toolbox")) {
+            hint += ", and there are examples: qbsettings --host-root " + pathText(examples.str()) +
+                    " list";
+        }
+        complain("there are no products in " + pathText(directories.factory()) + " and in " +
+                 pathText(directories.user()) + "; " + hint);
+    }
+
+    static void tellHidden(Directories const& directories,
+                           std::vector<SettingsPtr> const& products) {
+        std::set<std::string> names;
+        for (SettingsPtr const& product : products)
+            names.insert(product->getName());
+        for (qf::ustring const& folder : directories.factoryFolders()) {
+            std::string const hiding = directories.hidingProduct(folder, names);
+            if (hiding.empty()) continue;
+            complain(pathText(folder) + " is not read, because there is a product " +
+                     inQuotes(hiding) + ", and product names may not differ only in case");
+        }
     }
 
     static bool listBelow(Context& context, SettingsPtr const& node) {
@@ -68,7 +100,7 @@ private:
 
 Registration<ListCommand> const listRegistration({1, "list",
                                                   "List the keys below a name, one per line",
-                                                  "list plotter.pen"});
+                                                  "list plotter.margins"});
 
 }  // namespace
 

@@ -15,7 +15,10 @@ namespace {
 /// `remove`: a node of the user's own.
 class RemoveCommand : public Command {
 public:
-    void declare(Options& options) override { options.name(name_, "Full name"); }
+    void declare(Options& options) override {
+        options.name(name_, "Full name");
+        options.replaceBroken();
+    }
 
     int run(Context& context) override {
         context.writing.lock();

@@ -65,16 +65,17 @@ public:
                      "File with the lines; standard input if absent or '-'");
         options.level(level_, "Level to write: user (default) or session");
         options.json();
+        options.replaceBroken();
     }
 
     int run(Context& context) override {
         std::string const text = readInput(file_);
-        std::string const level = levelForWriting(context.writing, level_);
-        if (level == "factory") throw Failure("the level 'factory' cannot be changed");
+        level_ = levelForWriting(context.writing, level_);
+        if (level_ == "factory") throw Failure("the level 'factory' cannot be changed");
         context.output.beginRecord();
         context.output.list("set");
         context.output.list("refused");
-        if (!readLines(context, text) || !setAll(context, level)) {
+        if (!readLines(context, text) || !setAll(context)) {
             complain("nothing was set");
             return refused;
         }
@@ -97,10 +98,10 @@ private:
     }
 
     /// Reads one line and checks it against the key's rules. @throws Failure
-    static Entry readLine(Context& context, InputLine const& line) {
+    Entry readLine(Context& context, InputLine const& line) const {
         Assignment const assignment = parseAssignment(line.text);
         SettingsPtr const key = findKey(context.tree, assignment.name);
-        context.writing.begin(productOf(key));
+        if (level_ == "user") context.writing.begin(productOf(key));
         KeyType const type = typeOf(settings::core::describeKey(key));
         std::vector<std::string> texts;
         try {
@@ -108,10 +109,8 @@ private:
         } catch (Failure const& failure) {
             throw Failure(key->getFullName() + ": " + failure.what());
         }
-        bool const isEmptyArray = texts.empty() && !type.array;
-        boost::any const value = isEmptyArray
-                                     ? boost::any(std::vector<qf::ustring>())
-                                     : valueForKey(context.directories, key, texts, std::string());
+        boost::any const value =
+            valueForKey(context.directories, key, texts, std::string(), level_);
         try {
             key->getParent()->validateAny(key->getName(), value);
         } catch (std::exception const& error) {
@@ -136,7 +135,7 @@ private:
     }
 
     /// Sets the keys, all or none. False if one was refused.
-    bool setAll(Context& context, std::string const& level) {
+    bool setAll(Context& context) {
         std::vector<Settings::NodeValue> batch;
         for (Entry const& entry : entries_)
             batch.emplace_back(entry.key, entry.value);
@@ -144,11 +143,11 @@ private:
         // refused.
         settings::core::BatchErrors errors;
         try {
-            errors = context.tree.root()->setMultiple(batch, level);
-            if (errors.empty()) confirmAll(level);
+            errors = context.tree.root()->setMultiple(batch, level_);
+            if (errors.empty()) confirmAll();
         } catch (std::exception const& error) {
             complain(messageOf(error));
-            reportSaved(context, level);
+            reportSaved(context);
         }
         for (auto const& [name, message] : errors) {
             complain(name + ": " + message);
@@ -163,7 +162,7 @@ private:
 
     /// Says what is in the files after a failure midway: each key is a save of its own.
     /// @throws Failure always
-    [[noreturn]] void reportSaved(Context& context, std::string const& level) const {
+    [[noreturn]] void reportSaved(Context& context) const {
         struct Product {
             std::vector<std::string> saved;
             std::vector<std::string> missing;
@@ -173,7 +172,7 @@ private:
         bool changed = false;
         for (Entry const* entry : lastEntries()) {
             std::string const product = productOf(entry->key);
-            if (level == "user" && !files.count(product)) {
+            if (level_ == "user" && !files.count(product)) {
                 files.emplace(product, SavedFile(context.directories.userFile(product)));
                 auto const state = context.writing.changed(product);
                 if (state == Writing::Changed::unknown) {
@@ -215,9 +214,9 @@ private:
         return last;
     }
 
-    void confirmAll(std::string const& level) const {
+    void confirmAll() const {
         for (Entry const* entry : lastEntries())
-            confirmStored(entry->key, entry->value, level);
+            confirmStored(entry->key, entry->value, level_);
     }
 
     std::string file_ = "-";

@@ -20,6 +20,7 @@ public:
     void declare(Options& options) override {
         options.name(name_, "Key");
         options.level(level_, "Level to change: user (default) or session");
+        options.replaceBroken();
     }
 
     int run(Context& context) override {
@@ -45,7 +46,7 @@ private:
 
 Registration<UnsetCommand> const unsetRegistration({21, "unset",
                                                     "Remove a key's value from a level",
-                                                    "unset plotter.pen.width"});
+                                                    "unset plotter.lineWidth"});
 
 }  // namespace
 

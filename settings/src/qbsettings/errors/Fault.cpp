@@ -57,6 +57,11 @@ Fault faultOfText(qf::ustring const& file, qf::ustring const& text) {
     Fault fault{file, qf::i18n::to_string(text)};
     fault.line = takeNumber("LineNum=", fault.message);
     fault.column = takeNumber("ColNum=", fault.message);
+    // The path stands in front already.
+    std::string const unopened = "cannot open " + inQuotes(pathText(file)) + ": ";
+    if (fault.message.compare(0, unopened.size(), unopened) == 0) {
+        fault.message.replace(0, unopened.size(), "cannot be opened: ");
+    }
     return fault;
 }
 

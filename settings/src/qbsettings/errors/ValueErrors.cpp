@@ -45,11 +45,8 @@ std::string outOfBounds(Error const& error, std::vector<std::string> const& give
 }
 
 std::string wrongSize(DataArraySizeOutOfRange const& error) {
-    unsigned long const actual = error.getActualArraySize();
-    unsigned long const least = error.getMinArraySize();
-    unsigned long const most = error.getMaxArraySize();
-    return std::to_string(actual) + (actual == 1 ? " value was given" : " values were given") +
-           ", it takes " + sizeText(least, most);
+    return countText(error.getActualArraySize()) + ", it takes " +
+           sizeText(error.getMinArraySize(), error.getMaxArraySize());
 }
 
 }  // namespace

@@ -50,15 +50,15 @@ Output::Output(bool json) : json_(json), terminal_(isOutputTerminal()) {}
 
 Output::~Output() = default;
 
-void Output::begin(Json const& document, bool table) {
+void Output::begin(Json const& document, bool aligned) {
     document_ = json_ ? std::make_unique<Json>(document) : nullptr;
     gathered_.clear();
-    gathers_ = table && terminal_;
+    gathers_ = aligned && terminal_;
 }
 
 void Output::beginTable() { begin(Json::array(), true); }
 void Output::beginList() { begin(Json::array(), false); }
-void Output::beginRecord() { begin(Json::object(), false); }
+void Output::beginRecord() { begin(Json::object(), true); }
 
 // --- Both forms -------------------------------------------------------------------------------
 
@@ -116,6 +116,7 @@ void Output::print(Row const& row, std::string const& front) {
     if (json_) return;
     if (gathers_) {
         std::vector<Cell>& cells = gathered_.emplace_back();
+        if (!front.empty()) cells.emplace_back(front);
         for (Column const& column : row)
             cells.push_back(column.cell);
         return;
@@ -133,10 +134,11 @@ void Output::printAligned() {
     std::vector<std::size_t> widths;
     for (auto const& cells : gathered_) {
         auto& texts = rows.emplace_back();
-        widths.resize(cells.size());
+        widths.resize(std::max(widths.size(), cells.size()));
         for (std::size_t i = 0; i < cells.size(); ++i) {
             texts.push_back(asColumn(cells[i].text()));
-            widths[i] = std::max(widths[i], widthOf(texts[i]));
+            // Nothing stands behind the last one.
+            if (i + 1 < cells.size()) widths[i] = std::max(widths[i], widthOf(texts[i]));
         }
     }
     for (std::size_t r = 0; r < rows.size(); ++r) {

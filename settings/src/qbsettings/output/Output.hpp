@@ -14,7 +14,7 @@ namespace qbsettings {
 /// form.
 ///
 /// A document is begun, filled, and printed by `finish`; a command that ends early prints none.
-/// Rows are printed as they come, those of a table on a terminal at the end.
+/// Rows are printed as they come; on a terminal those of a table or a record at the end, aligned.
 class Output {
 public:
     explicit Output(bool json);
@@ -26,7 +26,7 @@ public:
     void beginTable();
     /// The document is a list.
     void beginList();
-    /// The document is one thing with fields.
+    /// The document is one thing with fields, which are aligned on a terminal.
     void beginRecord();
 
     /// A row of the list.
@@ -55,7 +55,7 @@ public:
     void finish();
 
 private:
-    void begin(Json const& document, bool table);
+    void begin(Json const& document, bool aligned);
     void print(Row const& row, std::string const& front);
     void printAligned();
 

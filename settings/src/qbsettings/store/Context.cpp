@@ -6,8 +6,11 @@
 
 namespace qbsettings {
 
-Context::Context(DirectoryOptions const& options, bool json)
-    : directories(options), tree(directories), writing(directories, tree), output(json) {
+Context::Context(DirectoryOptions const& options, Flags const& flags)
+    : directories(options),
+      tree(directories),
+      writing(directories, tree, flags.replaceBroken),
+      output(flags.json) {
     // Standard output is for data alone.
     qbhost::setConsole(&complainInPieces, &complainInPieces);
     settings::core::turnOnDurableSaving();

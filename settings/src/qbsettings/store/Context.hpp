@@ -7,10 +7,17 @@
 
 namespace qbsettings {
 
+/// What commands of many kinds take.
+struct Flags {
+    bool json = false;  ///< Print JSON in the place of rows.
+    bool replaceBroken =
+        false;  ///< Set a user file aside that cannot be read, and write a new one.
+};
+
 /// What a command works with.
 struct Context {
     /// From now on the library saves durably, and the host's console is standard error.
-    Context(DirectoryOptions const& options, bool json);
+    Context(DirectoryOptions const& options, Flags const& flags);
     Context(Context const&) = delete;
     Context& operator=(Context const&) = delete;
 

@@ -12,6 +12,7 @@
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/prefdir/PreferencesDirectory.hpp>
 #include <settingscore/tree/ZSettings.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 
 namespace qbsettings {
 
@@ -125,6 +126,24 @@ std::vector<qf::ustring> Directories::factoryFiles(std::string const& product) c
                                [](fs::path const& file) { return file.extension() != extension; }),
                 files.end());
     return files;
+}
+
+std::string Directories::hidingProduct(qf::ustring const& folder,
+                                       std::set<std::string> const& products) const {
+    using settings::core::detail::foldedAscii;
+    std::string const name = productOfFactoryFolder(folder);
+    if (products.count(name) != 0 || factoryFiles(name).empty()) return {};
+    auto const other = std::find_if(
+        products.begin(), products.end(),
+        [&](std::string const& product) { return foldedAscii(product) == foldedAscii(name); });
+    return other == products.end() ? std::string() : *other;
+}
+
+std::vector<std::string> Directories::foldersIn(qf::ustring const& folder) {
+    std::vector<std::string> names;
+    for (fs::path const path : entriesOf(folder, fs::directory_file))
+        names.push_back(pathText(path.filename().str()));
+    return names;
 }
 
 std::vector<qf::ustring> Directories::filesIn(qf::ustring const& folder) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,13 @@ public:
     /// Where a product is defined, for messages: its one factory file, or their folder.
     std::string definedIn(std::string const& product) const;
 
+    /// The one of the products that keeps a factory folder from being one, by a name that differs
+    /// from its own only in case; empty if there is none.
+    std::string hidingProduct(qf::ustring const& folder,
+                              std::set<std::string> const& products) const;
+
+    /// Names of the folders in a folder; none if it cannot be listed.
+    static std::vector<std::string> foldersIn(qf::ustring const& folder);
     /// The regular files of any folder; none if it cannot be listed.
     static std::vector<qf::ustring> filesIn(qf::ustring const& folder);
 

@@ -1,17 +1,14 @@
 #include <qbsettings/store/Names.hpp>
 
 #include <algorithm>
-#include <numeric>
 #include <vector>
 
 #include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/Near.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/tree/Settings.hpp>
-#include <settingscore/value/AsciiCase.hpp>
 
 namespace qbsettings {
-
-using settings::core::detail::foldedAscii;
 
 namespace {
 
@@ -38,12 +35,6 @@ SettingsPtr findDotted(Tree& tree, SettingsPtr const& node, std::string const& r
         }
     }
     return {};
-}
-
-bool isNear(std::string const& a, std::string const& b, std::size_t& distance) {
-    distance = editDistance(a, b);
-    std::size_t const length = std::min(a.size(), b.size());
-    return distance < length && distance <= std::max<std::size_t>(1, length / 3);
 }
 
 SettingsPtr nearestChild(Tree& tree, SettingsPtr const& node, std::string const& name) {
@@ -81,22 +72,6 @@ SettingsPtr nearestNode(Tree& tree, std::vector<std::string> const& parts) {
 }
 
 }  // namespace
-
-std::size_t editDistance(std::string const& a, std::string const& b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i + 1;
-        for (std::size_t j = 0; j < b.size(); ++j) {
-            std::size_t const replaced =
-                diagonal + (foldedAscii(a[i]) == foldedAscii(b[j]) ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, replaced});
-        }
-    }
-    return row.back();
-}
 
 SettingsPtr findNode(Tree& tree, std::string const& name) {
     SettingsPtr const root = tree.root();

@@ -22,8 +22,4 @@ std::string productOf(SettingsPtr const& node);
 /// Splits "a.b.c" into "a.b" and "c"; the first is empty for a product.
 std::pair<std::string, std::string> splitLast(std::string const& name);
 
-/// The number of letters to insert, remove or replace that leads from one to the other; letters
-/// that differ in case alone count as equal.
-std::size_t editDistance(std::string const& a, std::string const& b);
-
 }  // namespace qbsettings

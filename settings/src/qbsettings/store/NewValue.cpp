@@ -6,6 +6,7 @@
 #include <qbsettings/store/Levels.hpp>
 #include <qbsettings/store/Names.hpp>
 #include <qbsettings/store/Writing.hpp>
+#include <qbsettings/text/Rules.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <qbsettings/text/Values.hpp>
 #include <settingscore/errors/MessageIds.hpp>
@@ -54,9 +55,20 @@ std::string levelForWriting(Writing& writing, std::string const& named) {
 }
 
 boost::any valueForKey(Directories const& directories, SettingsPtr const& key,
-                       std::vector<std::string> const& texts, std::string const& typeName) {
+                       std::vector<std::string> const& texts, std::string const& typeName,
+                       std::string const& level) {
     try {
-        return makeValue(typeForKey(key, typeName), texts);
+        KeyType const declared = typeOf(settings::core::describeKey(key));
+        KeyType const type = typeForKey(key, typeName);
+        bool const isArray = type.array || texts.size() != 1;
+        if (isArray && !declared.any && !declared.array && declared.element != 0) {
+            throw Failure(countText(texts.size()) + ", it takes " + sizeText(1, 1));
+        }
+        if (isArray && declared.any && level == "user") {
+            throw Failure(countText(texts.size()) + ", it takes " + sizeText(1, 1) +
+                          ", because no file holds an array of a key of type any");
+        }
+        return makeValue(type, texts);
     } catch (Failure const& failure) {
         if (failure.status() == wrongUsage) throw;
         throw Failure(key->getFullName() + ": " + failure.what() + place(directories, key));

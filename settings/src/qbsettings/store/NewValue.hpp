@@ -18,10 +18,12 @@ class Writing;
 /// if that level has files. @throws Failure, wrong usage
 std::string levelForWriting(Writing& writing, std::string const& named);
 
-/// Makes a value for a key from texts; `typeName`, unless empty, is the type for a key of any type.
+/// Makes a value that a key is to have on a level, from texts; `typeName`, unless empty, is the
+/// type for a key of any type.
 /// @throws Failure that names the key, the text and the file that defines the key
 boost::any valueForKey(Directories const& directories, SettingsPtr const& key,
-                       std::vector<std::string> const& texts, std::string const& typeName);
+                       std::vector<std::string> const& texts, std::string const& typeName,
+                       std::string const& level);
 
 /// The failure that says why the library refused a value.
 Failure refusal(Directories const& directories, SettingsPtr const& key, std::exception const& error,

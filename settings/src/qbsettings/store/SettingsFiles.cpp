@@ -2,6 +2,7 @@
 
 #include <qbsettings/errors/Errors.hpp>
 #include <qbsettings/output/OutputFile.hpp>
+#include <qbsettings/store/FaultPlace.hpp>
 #include <qbsettings/text/Failure.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/tree/Settings.hpp>
@@ -16,7 +17,7 @@ SettingsPtr readSettingsFile(std::string const& file) {
     try {
         return Settings::importAsStandaloneObject(path);
     } catch (std::exception const& error) {
-        throw Failure(faultOfImport(path, error).toText());
+        throw Failure(placedFault(faultOfImport(path, error)).toText());
     }
 }
 

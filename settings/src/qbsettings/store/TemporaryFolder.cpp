@@ -15,7 +15,7 @@ TemporaryFolder::TemporaryFolder() {
     char const* const place = ::secure_getenv("TMPDIR");
     std::string name = std::string(place && *place ? place : "/tmp") + "/qbsettings-XXXXXX";
     if (!::mkdtemp(name.data())) {
-        throw Failure(name + " cannot be created for the dry run: " + std::strerror(errno));
+        throw Failure(name + " cannot be created: " + std::strerror(errno));
     }
     path_ = fs::absolute(fs::from_native(name), fs::path());
 }

@@ -8,6 +8,7 @@
 
 #include <qbsettings/output/Complaints.hpp>
 #include <qbsettings/store/Directories.hpp>
+#include <qbsettings/store/FaultPlace.hpp>
 #include <qbsettings/text/Failure.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/tree/Settings.hpp>
@@ -72,8 +73,14 @@ void Tree::keep(Fault const& fault) {
 }
 
 void Tree::keepFaults(settings::core::exception::ErrorReadingSettingsData const& error) {
-    for (Fault const& fault : faultsOfLoad(error.getDetailErrorMsg()))
-        keep(fault);
+    for (Fault const& fault : faultsOfLoad(error.getDetailErrorMsg())) {
+        std::string product = directories_.productOfUserFile(fault.file);
+        if (product.empty() && !fault.file.empty()) {
+            product = Directories::productOfFactoryFolder(
+                qf::filesystem::path(fault.file).parent_path().str());
+        }
+        keep(placedFault(fault, root_ ? root_->getChild(product) : SettingsPtr(), product));
+    }
 }
 
 }  // namespace qbsettings

@@ -10,6 +10,21 @@
 
 namespace qbsettings {
 
+namespace {
+
+/// The files beside a user file that saves have set aside.
+std::set<qf::ustring> setAside(qf::ustring const& file) {
+    std::set<qf::ustring> aside;
+    qf::ustring const begin = file + u".rejected";
+    for (qf::ustring const& other :
+         Directories::filesIn(qf::filesystem::path(file).parent_path().str())) {
+        if (other.compare(0, begin.size(), begin) == 0) aside.insert(other);
+    }
+    return aside;
+}
+
+}  // namespace
+
 void Writing::lock() {
     if (!lock_) lock_ = std::make_unique<WriteLock>(directories_.user());
 }
@@ -19,9 +34,23 @@ void Writing::begin(std::string const& product) {
     if (!before_.emplace(product, bytesOf(file)).second) return;
     // Of one that could not be read at this time the save itself says that it refuses.
     if (!tree_.isFaulty(file) || !before_[product]) return;
-    complain(pathText(file) +
-             " could not be read; saving sets it aside with the suffix .rejected, and what it "
-             "held is no longer in force");
+    if (!replaceBroken_) {
+        throw Failure("nothing was changed, because " + pathText(file) +
+                      " cannot be read as a whole; repair it, 'qbsettings edit --file " + product +
+                      "' opens it there, or set it aside with --replace-broken, and with it all "
+                      "that it holds");
+    }
+    broken_.emplace(file, setAside(file));
+}
+
+Writing::~Writing() {
+    for (auto const& [file, before] : broken_) {
+        for (qf::ustring const& aside : setAside(file)) {
+            if (before.count(aside) != 0) continue;
+            complain(pathText(file) + " could not be read and was set aside as " + pathText(aside) +
+                     "; what it held is no longer in force");
+        }
+    }
 }
 
 void Writing::beginNew(std::string const& product) {

@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 #include <qbsettings/store/WriteLock.hpp>
@@ -15,16 +16,20 @@ class Tree;
 /// What a command does before it changes the user's files.
 class Writing {
 public:
-    Writing(Directories const& directories, Tree const& tree)
-        : directories_(directories), tree_(tree) {}
+    Writing(Directories const& directories, Tree const& tree, bool replaceBroken)
+        : directories_(directories), tree_(tree), replaceBroken_(replaceBroken) {}
+    /// Says which user files a save has set aside.
+    ~Writing();
+    Writing(Writing const&) = delete;
+    Writing& operator=(Writing const&) = delete;
 
     /// Takes the lock of the writers, for the rest of the command. To be called before the root is
     /// asked for, so that what is written was read under the lock.
     void lock();
 
-    /// To be called before a change of a product's user file. Notes what that holds; reports, once
-    /// a product, that it could not be read: a save keeps it aside and replaces it by what was
-    /// understood of it.
+    /// To be called before a change of a product's user file, of which it notes what that holds.
+    /// @throws Failure for a file that could not be read, unless it is to be replaced: a save sets
+    /// it aside, and all that it held is no longer in force
     void begin(std::string const& product);
     /// The same for a product that is not in the tree and is to be made.
     /// @throws Failure if it has a user file all the same, which the root could not list
@@ -44,7 +49,10 @@ public:
 private:
     Directories const& directories_;
     Tree const& tree_;
+    bool replaceBroken_;
     std::unique_ptr<WriteLock> lock_;
+    /// The user files that a save will set aside, with those that lay aside before.
+    std::map<qf::ustring, std::set<qf::ustring>> broken_;
     /// The bytes of user files, by product; nothing where they could not be read.
     std::map<std::string, std::optional<std::string>> before_;
 };

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 #include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/Text.hpp>
 #include <qbsettings/text/Values.hpp>
 #include <settingscore/value/ValueTraits.hpp>
 
@@ -77,11 +78,23 @@ Json jsonOf(boost::any const& value, KeyType const& type) {
 }
 
 std::vector<std::string> parseJsonArray(std::string const& text) {
-    ElementReader const reader = read(text);
-    if (!reader.sawArray) throw Failure("an array is written as [1, 2]");
-    return reader.elements;
+    static std::string const form = "an array is written as [1, 2] or [\"a\", \"b\"]";
+    if (text.empty() || text.front() != '[')
+        throw Failure(inQuotes(text) + " is no array: " + form);
+    try {
+        return read(text).elements;
+    } catch (Failure const& failure) {
+        throw Failure(failure.what() + ("; " + form));
+    }
 }
 
-std::string parseJsonString(std::string const& text) { return read(text).elements.at(0); }
+std::string parseJsonString(std::string const& text) {
+    try {
+        return read(text).elements.at(0);
+    } catch (Failure const& failure) {
+        throw Failure(failure.what() + std::string("; a text in double quotes is a JSON string, "
+                                                   "with \\\" and \\\\ for these two"));
+    }
+}
 
 }  // namespace qbsettings

@@ -54,6 +54,10 @@ unsigned long elementOf(KeyDescription const& description) {
     return typeOf(bound).element;
 }
 
+std::string countText(unsigned long count) {
+    return std::to_string(count) + (count == 1 ? " value was given" : " values were given");
+}
+
 std::string sizeText(unsigned long least, unsigned long most) {
     auto const values = [](unsigned long count) {
         return std::to_string(count) + (count == 1 ? " value" : " values");
@@ -90,8 +94,9 @@ std::vector<std::string> choiceTexts(KeyDescription const& description) {
 std::string boundsText(KeyDescription const& description) {
     std::string const range = rangeText(description);
     if (!description.metaData.choices) return range;
-    std::string const choices = "one of " + join(choiceTexts(description), ", ");
-    return range.empty() ? choices : range + " or " + choices;
+    std::vector<std::string> const texts = choiceTexts(description);
+    if (!range.empty() && texts.size() == 1) return range + " or " + texts.front();
+    return (range.empty() ? "one of " : range + " or one of ") + join(texts, ", ");
 }
 
 std::string functionText(Validator const& validator) {

@@ -16,10 +16,13 @@ namespace qbsettings {
 /// Index of the key's element type; that of its bounds if its type is open.
 unsigned long elementOf(settings::core::KeyDescription const& description);
 
+/// "1 value was given", "3 values were given".
+std::string countText(unsigned long count);
+
 /// "exactly 3 values", "2 to 4 values", "any number of values"; a `most` of 0 is no bound.
 std::string sizeText(unsigned long least, unsigned long most);
 
-/// "0.1 to 12 or one of 0, 99"; empty if every value passes.
+/// "0.1 to 12 or one of 0, 99", "at least 5 or 0"; empty if every value passes.
 std::string boundsText(settings::core::KeyDescription const& description);
 
 /// The range alone: "0.1 to 12", "at least 3"; of a text, the bounds on its length.

@@ -25,14 +25,17 @@ std::string wellFormed(std::string const& text) {
 
 }  // namespace
 
-bool isUtf8(std::string_view text) {
-    for (std::size_t at = 0; at < text.size();) {
+std::size_t wellFormedLength(std::string_view text) {
+    std::size_t at = 0;
+    while (at < text.size()) {
         std::size_t const length = sequenceLength(text, at);
-        if (length == 0) return false;
+        if (length == 0) break;
         at += length;
     }
-    return true;
+    return at;
 }
+
+bool isUtf8(std::string_view text) { return wellFormedLength(text) == text.size(); }
 
 std::string pathText(ustring const& path) { return qf::i18n::to_string(path); }
 

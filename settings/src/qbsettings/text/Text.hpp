@@ -10,6 +10,9 @@ namespace qbsettings {
 
 using qf::ustring;
 
+/// Length of the longest beginning that is well-formed UTF-8.
+std::size_t wellFormedLength(std::string_view text);
+
 /// True for well-formed UTF-8: no stray bytes, no overlong forms, no surrogates.
 bool isUtf8(std::string_view text);
 

@@ -8,6 +8,7 @@
 
 #include <boost/numeric/conversion/cast.hpp>
 #include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/Near.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/tree/KeyDescription.hpp>
@@ -56,13 +57,25 @@ std::string textOf(Number value) {
     return {buffer, end};
 }
 
+/// As the library converts it, which lets a negative number wrap around in an unsigned type.
 template <class T>
-T parse(std::string const& text) {
+T convert(std::string const& text) {
     constexpr bool isBool = std::is_same_v<T, bool>;
     ustring const wide = isBool && text == "true"    ? ustring(u"1")
                          : isBool && text == "false" ? ustring(u"0")
                                                      : qf::i18n::to_ustring(text);
+    return boostany::get<T>(boost::any(wide), true);
+}
+
+/// True for "-1", false for "-0".
+bool isNegative(std::string const& text) {
+    return text.rfind('-', 0) == 0 && text.find_first_not_of("-0") != std::string::npos;
+}
+
+template <class T>
+T parse(std::string const& text) {
     if constexpr (std::is_same_v<T, ustring>) {
+        ustring const wide = qf::i18n::to_ustring(text);
         std::string const bad = settings::core::unstorableCharacter(wide);
         if (!bad.empty()) {
             throw Failure(inQuotes(text) + " holds " + bad + ", which no settings file can hold");
@@ -70,12 +83,12 @@ T parse(std::string const& text) {
         return wide;
     } else {
         try {
-            return boostany::get<T>(boost::any(wide), true);
-        } catch (std::exception const&) {
-            constexpr unsigned long element = boostany::ValueTraits<T>::index;
-            throw Failure(inQuotes(text) + " is not " + withArticle(elementName(element)) +
-                          ": it takes " + formOf(element));
+            if (!std::is_unsigned_v<T> || !isNegative(text)) return convert<T>(text);
+        } catch (std::exception const&) {  // NOLINT(bugprone-empty-catch): told below
         }
+        constexpr unsigned long element = boostany::ValueTraits<T>::index;
+        throw Failure(inQuotes(text) + " is not " + withArticle(elementName(element)) +
+                      ": it takes " + formOf(element));
     }
 }
 
@@ -118,22 +131,26 @@ KeyType typeOf(boost::any const& value) {
     return type;
 }
 
-KeyType typeNamed(std::string const& name) {
+KeyType typeNamed(std::string const& name, TakesAny takesAny) {
     KeyType type;
-    std::string known;
+    std::vector<std::string> known;
     boostany::forEachElementType([&](auto tag) {
         using Traits = boostany::ValueTraits<typename decltype(tag)::Type>;
-        known += (known.empty() ? "" : ", ") + std::string(Traits::name);
+        known.emplace_back(Traits::name);
         if (name == Traits::name || name == std::string("array of ") + Traits::name) {
             type.element = Traits::index;
             type.array = name != Traits::name;
         }
     });
-    if (type.element == 0) {
-        throw Failure(wrongUsage, "there is no type " + inQuotes(name) + "; the types are " +
-                                      known + ", and 'array of' each");
-    }
-    return type;
+    type.any = takesAny == TakesAny::yes && name == "any";
+    if (type.any || type.element != 0) return type;
+    std::string const list =
+        join(known, ", ") +
+        (takesAny == TakesAny::yes ? ", 'array of' each, and any" : ", and 'array of' each");
+    if (takesAny == TakesAny::yes) known.emplace_back("any");
+    std::string const near = suggestion(name, known);
+    throw Failure(wrongUsage, "there is no type " + inQuotes(name) + near +
+                                  (near.empty() ? "; the" : " The") + " types are " + list);
 }
 
 std::vector<std::string> elementTexts(boost::any const& value) {
@@ -202,8 +219,8 @@ std::string shortest(unsigned long element, std::string const& text) {
     std::string result = text;
     withElementType(element, [&](auto tag) {
         try {
-            result = textOf(parse<typename decltype(tag)::Type>(text));
-        } catch (Failure const&) {
+            result = textOf(convert<typename decltype(tag)::Type>(text));
+        } catch (std::exception const&) {
             // Shown as it stands.
         }
     });

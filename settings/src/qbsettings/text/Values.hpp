@@ -28,8 +28,10 @@ struct KeyType {
 KeyType typeOf(settings::core::KeyDescription const& description);
 /// Type of a value that is there.
 KeyType typeOf(boost::any const& value);
-/// Reads a type's name, as `KeyType::name` gives it. @throws Failure, wrong usage
-KeyType typeNamed(std::string const& name);
+enum class TakesAny { no, yes };
+/// Reads a type's name, as `KeyType::name` gives it; "any" where that is a type to choose.
+/// @throws Failure, wrong usage
+KeyType typeNamed(std::string const& name, TakesAny takesAny = TakesAny::no);
 
 /// The elements of a value, one text each: numbers in the shortest form that reads back, bool as
 /// "true" or "false". An empty value has none.
@@ -46,7 +48,7 @@ boost::any makeValue(KeyType const& type, std::vector<std::string> const& texts)
 /// A value that has the type and says nothing else: 0, an empty string, an array without elements.
 boost::any blankValue(KeyType const& type);
 
-/// The shortest form of a text that is a value of the type; the text itself if it is none.
+/// The shortest form of what the library takes a text for; the text itself if it is no value.
 std::string shortest(unsigned long element, std::string const& text);
 
 /// What a text of the type looks like, for messages: "a whole number from 0 to 255".
