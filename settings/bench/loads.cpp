@@ -1,6 +1,5 @@
 // The first use of a product, against a parse of its files that keeps nothing.
 
-#include <chrono>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -18,8 +17,6 @@
 namespace qbbench {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 int const manyProducts = 200;
 
@@ -47,16 +44,8 @@ BareReader const& bareReader() {
     return reader;
 }
 
-template <class Work>
-void timed(benchmark::State& state, Work const& work) {
-    auto const start = Clock::now();
-    work();
-    state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
-}
-
 /// The tree is made before, the product is not touched.
-void firstUse(benchmark::State& state) {
-    Files const& files = filesOf(static_cast<int>(state.range(0)));
+void firstUseOf(benchmark::State& state, Files const& files) {
     countPerKey(state);
     for (auto _ : state) {
         Instance const instance(files);
@@ -65,6 +54,10 @@ void firstUse(benchmark::State& state) {
             if (root->getChild("p0")->getChildren().empty()) throw std::runtime_error("no keys");
         });
     }
+}
+
+void firstUse(benchmark::State& state) {
+    firstUseOf(state, filesOf(static_cast<int>(state.range(0))));
 }
 
 void bareParse(benchmark::State& state) {
@@ -81,14 +74,7 @@ void firstUseNotPlain(benchmark::State& state) {
         std::ofstream(made.factoryFile(), std::ios::app) << "<?for somebody else?>\n";
         return made;
     }();
-    countPerKey(state);
-    for (auto _ : state) {
-        Instance const instance(files);
-        Node const root = instance.root();
-        timed(state, [&] {
-            if (root->getChild("p0")->getChildren().empty()) throw std::runtime_error("no keys");
-        });
-    }
+    firstUseOf(state, files);
 }
 
 void treeRead(benchmark::State& state) {

@@ -6,6 +6,7 @@
 #include <settingscore/tree/LoadAndSave.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 #include <settingscore/value/AnyBridge.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core::detail {
 
@@ -15,7 +16,7 @@ std::mutex rulesMutex;
 using RulesLock = std::lock_guard<std::mutex>;
 
 SettledRules const& nothingSettled() {
-    static auto const& none = *new SettledRules;
+    static auto const& none = neverDestroyed<SettledRules>();
     return none;
 }
 

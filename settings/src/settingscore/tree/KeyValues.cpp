@@ -7,6 +7,7 @@
 #include <settingscore/rules/RuntimeDefaultVisitor.hpp>
 #include <settingscore/tree/NodeView.hpp>
 #include <settingscore/value/AnyBridge.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core::detail {
 
@@ -44,7 +45,7 @@ boost::any const& KeyValues::viewOnLevel(SettingsLevel const* level, bool runDef
     }
     RunTimeDefault const& runTimeDefault = content.runTimeDefault.get();
     if (!runDefault || isVoidRuntimeDefault(runTimeDefault)) return computed;
-    static auto const& noLevel = *new std::string;
+    static auto const& noLevel = neverDestroyed<std::string>();
     bool const isOwn = belongsToLevel(runTimeDefault, level ? level->levelName() : noLevel);
     if (!isOwn && NodeView(key_, lock_).isConnected()) return computed;
     RuntimeDefaultVisitor const visitor(computed);

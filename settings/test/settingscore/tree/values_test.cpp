@@ -141,6 +141,17 @@ TEST_F(ValuesTest, ARemovalAboveADefaultThatFailsStandsAndIsSaved) {
     EXPECT_EQ(shownAt("p.computed", "user"), "-") << "the file has lost it, too";
 }
 
+TEST_F(ValuesTest, AReferenceToAValidatorGoesOnShowingWhatTheNodeHas) {
+    Node const group = at("p.g");
+    Validator const& shownBefore = group->getValidator();
+    for (Validator const& set : {Validator(CValidator("checks", "refuse")),
+                                 Validator(ZValidator("p", "f")), Validator()}) {
+        group->setValidator(set);
+        EXPECT_EQ(&shownBefore, &group->getValidator());
+        EXPECT_TRUE(isEqual(shownBefore, set)) << set.which();
+    }
+}
+
 // --- Threads ------------------------------------------------------------------------------------
 
 TEST_F(ValuesTest, ReadersAndWritersWithChecksThatRead) {

@@ -5,6 +5,7 @@
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/shared_mutex.hpp>
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core::XMLHelperFunctions {
 
@@ -24,7 +25,7 @@ detail::HeldLock privateTreeLock() {
         boost::shared_lock<boost::shared_mutex> lock{mutex};
     };
     // One for all threads, as nobody wants the mutex otherwise.
-    static auto const& held = *new PrivateLock;
+    static auto const& held = detail::neverDestroyed<PrivateLock>();
     return held.lock;
 }
 
