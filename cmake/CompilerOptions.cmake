@@ -4,6 +4,8 @@ set(QBSETTINGS_SANITIZE "" CACHE STRING "Sanitizers, as in -fsanitize=...")
 
 add_library(qb_options INTERFACE)
 target_compile_options(qb_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
+# A library that serves a header alone costs each start its loading.
+target_link_options(qb_options INTERFACE LINKER:--as-needed)
 if(QBSETTINGS_SANITIZE)
   target_compile_options(qb_options INTERFACE -fsanitize=${QBSETTINGS_SANITIZE}
                                               -fno-omit-frame-pointer -O1 -g1)

@@ -71,6 +71,7 @@ unsigned status(path const& p) {
 }
 
 unsigned upath_directory_entry::status() const {
+    if (isKindKnown_) return kind_;
     std::string const bytes = nativePath("cannot tell the status of", full_);
     struct stat info {};
     if (::lstat(bytes.c_str(), &info) != 0) {

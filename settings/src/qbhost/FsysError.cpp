@@ -41,9 +41,9 @@ void failFsys(std::string const& operation, path const& path, int errorNumber) {
     }
 }
 
-std::string nativePath(std::string const& operation, path const& path) {
+std::string nativePath(std::string_view operation, path const& path) {
     std::string bytes = path.native();
-    if (bytes.find('\0') != std::string::npos) failFsys(operation, path, EINVAL);
+    if (bytes.find('\0') != std::string::npos) failFsys(std::string(operation), path, EINVAL);
     return bytes;
 }
 

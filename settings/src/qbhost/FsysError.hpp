@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include <settingscore/host/Filesystem.hpp>
 
@@ -12,7 +13,7 @@ namespace qbhost::detail {
 
 /// The bytes of a path for a system call. A path with a NUL would name another file than it says.
 /// @throws qf::filesystem::FsysExceptionBase
-std::string nativePath(std::string const& operation, qf::filesystem::path const& path);
+std::string nativePath(std::string_view operation, qf::filesystem::path const& path);
 
 /// A file descriptor, closed at the end of the scope.
 class Descriptor {

@@ -1,9 +1,9 @@
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
-#include <utility>
-#include <vector>
+#include <string_view>
 
 #include <unistd.h>
 
@@ -31,23 +31,22 @@ path workingDirectory() {
 }
 
 path normalised(path const& p) {
-    ustring const& text = p.str();
-    std::vector<ustring> parts;
+    std::u16string_view const text = p.str();
+    ustring result;
+    result.reserve(text.size() + 1);
     for (std::size_t from = 0; from < text.size();) {
-        std::size_t to = text.find(separator, from);
-        if (to == ustring::npos) to = text.size();
-        ustring part = text.substr(from, to - from);
+        std::size_t const to = std::min(text.find(separator, from), text.size());
+        std::u16string_view const part = text.substr(from, to - from);
         from = to + 1;
         if (part == upath_constant::PARENT_DIRECTORY) {
-            if (!parts.empty()) parts.pop_back();
+            result.resize(result.empty() ? 0 : result.rfind(separator));
         } else if (!part.empty() && part != upath_constant::CURRENT_DIRECTORY) {
-            parts.push_back(std::move(part));
+            result += separator;
+            result += part;
         }
     }
-    ustring result;
-    for (ustring const& part : parts)
-        result += separator + part;
-    return result.empty() ? path(ustring(1, separator)) : path(result);
+    if (result.empty()) result = separator;
+    return result;
 }
 
 }  // namespace
@@ -93,10 +92,11 @@ path path::parent_path() const {
 }
 
 ustring path::extension() const {
-    ustring const name = extract_filename(text_);
-    std::size_t const dot = name.rfind(u'.');
-    if (dot == ustring::npos || dot == 0 || name == upath_constant::PARENT_DIRECTORY) return {};
-    return name.substr(dot);
+    std::size_t const name = startOfFilename(text_);
+    std::size_t const dot = text_.rfind(u'.');
+    if (dot == ustring::npos || dot <= name) return {};
+    if (text_.compare(name, ustring::npos, upath_constant::PARENT_DIRECTORY) == 0) return {};
+    return text_.substr(dot);
 }
 
 bool path::is_absolute() const { return detail::is_absolute(text_); }
@@ -117,6 +117,6 @@ path absolute(path const& p, path const& base) {
     return normalised((base.is_absolute() ? base : workingDirectory() / base) / p);
 }
 
-ustring extract_filename(ustring const& text) { return path(text).filename().str(); }
+ustring extract_filename(ustring const& text) { return text.substr(startOfFilename(text)); }
 
 }  // namespace qf::filesystem

@@ -58,6 +58,12 @@ sed -i 's/visible="true"/visible="maybe"/' odd/plotter/plotter.settings
 alone "$program" check "$place/odd/plotter/plotter.settings" >found || fail "check fails"
 grep -q 'plotter.settings:[0-9]*:[0-9]*: .*visible="maybe" counts as false' found || fail "$(cat found)"
 
+# One that is not plain, for which the parser's module has to be found beside the library.
+cp -r "$examples/toolbox" other
+echo '<?for somebody else?>' >>other/plotter/plotter.settings
+expect 0.35 "$(alone "$program" --host-root "$examples" --factory-dir other get plotter.lineWidth)" \
+    "a file that is not plain"
+
 # Whatever the libraries export is declared in a header that is installed.
 while read -r header; do
     [[ -e $prefix/include/$header ]] || fail "$header is not installed"

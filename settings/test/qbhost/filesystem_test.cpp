@@ -1,3 +1,7 @@
+#include <set>
+#include <utility>
+#include <vector>
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -53,6 +57,34 @@ private:
     std::filesystem::path const before_ = std::filesystem::current_path();
     qbtest::TempFolder folder_;
 };
+
+TEST_F(FilesystemTest, AFolderTellsAllItsEntriesAndWhatTheyAre) {
+    std::filesystem::create_symlink("nothing", "lost");
+    std::filesystem::create_symlink("full", "to-full");
+    std::vector<std::pair<ustring, unsigned>> const wanted = {
+        {u"file", host::regular_file},
+        {u"full", host::directory_file},
+        {u"locked", host::directory_file},
+        {u"lost", host::other_file | host::symbolic_link},
+        {u"pipe", host::other_file},
+        {u"to-file", host::regular_file | host::symbolic_link},
+        {u"to-full", host::directory_file | host::symbolic_link}};
+    std::vector<std::pair<ustring, unsigned>> found;
+    for (host::upath_directory_entry const& entry : host::basic_directory_iterator(u".")) {
+        found.emplace_back(entry.filename(), entry.status());
+        EXPECT_EQ(host::upath_directory_entry(entry.full_pathname()).status(), entry.status());
+    }
+    EXPECT_EQ(found, wanted);
+
+    // More than the system tells at once.
+    std::size_t const many = 2000;
+    for (std::size_t i = 0; i < many; ++i)
+        qbtest::writeFile("full/" + std::string(50, 'n') + std::to_string(i), "");
+    std::set<ustring> names;
+    for (host::upath_directory_entry const& entry : host::basic_directory_iterator(u"full"))
+        names.insert(entry.filename());
+    EXPECT_EQ(names.size(), many + 1);
+}
 
 TEST_F(FilesystemTest, WhatIsRefusedLeavesAllAsItWas) {
     auto const overwrite = host::copy_option::overwrite_if_exists;

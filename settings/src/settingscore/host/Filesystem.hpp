@@ -169,17 +169,23 @@ public:
     upath_directory_entry() = default;
     /// The entry of that path.
     explicit upath_directory_entry(path const& full) : full_(full) {}
+    /// For the host: the same, with the kind that the folder told; `full` is no link.
+    upath_directory_entry(path const& full, file_status kind)
+        : full_(full), isKindKnown_(true), kind_(kind) {}
     /// The name within the folder.
     ustring filename() const { return full_.filename().str(); }
     /// The folder, as it was given, and the name.
     path const& full_pathname() const { return full_; }
     /// Kind, links followed, with `symbolic_link` beside it if the entry is a link; a link that is
-    /// dangling, or leads where the kind can't be found out, is `other_file`, an entry that is gone
-    /// by now `no_file`. @throws FsysExceptionBase
+    /// dangling, or leads where the kind can't be found out, is `other_file`. Where the folder told
+    /// the kind when it was read, it is that one; otherwise an entry that is gone by now is
+    /// `no_file`. @throws FsysExceptionBase
     unsigned status() const;
 
 private:
     path full_;
+    bool isKindKnown_ = false;
+    file_status kind_ = no_file;
 };
 
 /// The entries of a folder but "." and "..", ordered by the bytes of their names, so that the

@@ -98,6 +98,7 @@ TEST(PlainReader, KnowsHowFilesBeginAndEnd) {
         {plain, "\xef\xbb\xbf" + plain, " \r\n" + plain + "<!-- \xe2\x82\xac -->\n",
          "<?xml version='1.0'?>" + plain,
          "\xef\xbb\xbf<?xml version = \"1.0\"\tencoding='utf-8' ?>\n<!----><!-- - -->" + plain,
+         "<!-- <?a b?> -->" + plain, valued("<![CDATA[<?a b?>]]>"), plain + "<!-- <?a b?> -->",
          root(nameSpace + xsi), root(hint + xsi + " name='p' " + nameSpace)});
     expectAll(Form::other, {
                                "",
@@ -119,6 +120,7 @@ TEST(PlainReader, KnowsHowFilesBeginAndEnd) {
                                "<!DOCTYPE settings>" + plain,
                                "<?a b?>" + plain,
                                plain + "<?a b?>",
+                               "<!-- a -->" + plain + "<?a b?>",
                                plain + plain,
                                plain + "x",
                                plain + "&#32;",

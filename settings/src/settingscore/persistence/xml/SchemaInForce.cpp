@@ -27,8 +27,8 @@ Known& known() {
 }  // namespace
 
 SchemaInForce::SchemaInForce()
-    : file_(qf::filesystem::path(qf::filesystem::get_install_path()) / u"settings" / u"src" /
-            u"settingscore" / u"settings.xsd") {
+    : file_(qf::filesystem::path(qf::filesystem::get_install_path()) /
+            u"settings/src/settingscore/settings.xsd") {
     Known& all = known();
     // Held while the file is read: what one thread finds there counts for all.
     std::lock_guard<std::mutex> const lock(all.mutex);

@@ -48,9 +48,13 @@ boost::shared_ptr<SettingsImpl> readChain(ustring const& startingFile) {
     ustring conflictText;
     // Judges nothing in a load, nor while the files are put together.
     Validator topValidator;
+    auto const takeNext = [&] {
+        if (!handler.popNextPaths(current)) return false;
+        current = qf::filesystem::absolute(current, baseDir);
+        return true;
+    };
     do {
         handler.setSettings({});
-        current = qf::filesystem::absolute(current, baseDir);
         // A chain of files that comes round to itself ends without an error.
         if (!visited.insert(current).second) continue;
         parse(current, handler);
@@ -63,7 +67,7 @@ boost::shared_ptr<SettingsImpl> readChain(ustring const& startingFile) {
             result = handler.getSettings();
             result->contentInternal().validator.swap(topValidator);
         }
-    } while (handler.popNextPaths(current));
+    } while (takeNext());
 
     if (!conflictText.empty()) {
         throw ErrorReadingSettingsData(

@@ -39,6 +39,7 @@ public:
     void read() {
         scanner_.skip("\xef\xbb\xbf");
         declaration();
+        if (scanner_.hasInstruction()) throw NotPlain();
         spaceAndComments();
         startTag();
         while (!open_.empty()) {

@@ -77,6 +77,15 @@ void append(ustring& to, char32_t c) {
     }
 }
 
+bool PlainScanner::hasInstruction() const {
+    std::string_view const rest(at_, static_cast<std::size_t>(end_ - at_));
+    // By the rarer of the two characters.
+    for (std::size_t at = rest.find('?', 1); at != rest.npos; at = rest.find('?', at + 1)) {
+        if (rest[at - 1] == '<') return rest.rfind("<!", at) == rest.npos;
+    }
+    return false;
+}
+
 void PlainScanner::skipComment() {
     while (!skip("--")) {
         if (isAtEnd()) throw NotPlain();

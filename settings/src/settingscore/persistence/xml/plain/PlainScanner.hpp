@@ -48,6 +48,9 @@ public:
             ++at_;
         return at_ != begin;
     }
+    /// True if there is a "<?" further on, and nothing before it that could make a text of it. One
+    /// at the end of a long file would cost a reading of all before it in vain.
+    bool hasInstruction() const;
     /// Behind the "<!--" of a comment: steps over the rest of it.
     void skipComment();
     /// The name that is next; of ASCII letters and the marks of names. May be empty.
