@@ -18,7 +18,7 @@ _qbsettings() {
                 places+=("$option" "${word/#\~\//$HOME/}")
             fi
             option=''
-        elif [[ $word == --*-dir || $word =~ ^--(host-root|level|type|to|into|namespace)$ ]]; then
+        elif [[ $word == --*-dir || $word =~ ^--(host-root|level|type|to|into|namespace|insert|depth)$ ]]; then
             option=$word
         elif [[ $word == --version && -n $command ]]; then
             option=$word

@@ -43,7 +43,7 @@ void installProduct() {
 }
 
 Context& context() {
-    constexpr bool json = true;
+    constexpr Flags flags{/*json=*/true, /*replaceBroken=*/false};
     static Context context(
         [] {
             // Refusals are what most inputs end with: nobody reads them.
@@ -51,7 +51,7 @@ Context& context() {
             installProduct();
             return DirectoryOptions{};
         }(),
-        json);
+        flags);
     return context;
 }
 

@@ -6,6 +6,7 @@
 #include <boost/make_shared.hpp>
 #include <qbsettings/commandline/Words.hpp>
 #include <qbsettings/store/Names.hpp>
+#include <qbsettings/text/Near.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/errors/FileExceptions.hpp>
 #include <settingscore/errors/TreeExceptions.hpp>

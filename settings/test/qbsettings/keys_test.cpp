@@ -80,6 +80,102 @@ $ qbsettings set p.none 3 4 && qbsettings set p.none --empty && qbsettings get p
 )");
 }
 
+TEST_F(KeysTest, AValueIsEditedWhereItIs) {
+    expectSession(R"~($ qbsettings set p.list y 'a b' --append && qbsettings set p.list --insert 1 z
+x
+y
+a b
+x
+z
+y
+a b
+$ qbsettings set p.list --remove y x && qbsettings set p.list '["[1]", "a"]' --json
+z
+a b
+$ qbsettings get p.list --json && qbsettings set p.flag --toggle && qbsettings set p.flag OFF
+{"name":"p.list","type":"array of string","value":["[1]","a"]}
+true
+false
+$ qbsettings set p.real --add 0.1 && qbsettings set p.byte --add -3 && qbsettings set p.flag on
+0.8
+-2
+true
+)~");
+    expectRefused(
+        R"~(set p.list --remove x => 3 p.list: it has no element 'x'
+set p.list --insert 3 x => 1 p.list: it has 2 elements, so that --insert takes 0 to 2
+set p.list '["a"]' => 1 p.list: '["a"]' looks like a JSON array: give the elements one by one, or --json
+set p.real --append 1 => 1 p.real: it is no array: its type is double
+set p.byte --add 130 => 1 p.byte: '128' is not an int8: it takes a whole number from -128 to 127 (defined in @/factory/p/p.settings)
+set p.real --add 9 => 1 p.real: '9.8' is not allowed: it takes 0.5 to 8 (defined in @/factory/p/p.settings)
+set p.unset --add 1 => 1 p.unset: it has no value to add to
+set p.real --toggle => 1 p.real: --toggle is for keys of type bool that have a value
+set p.list x --append --remove => 2 --json, --empty, --append, --remove, --insert, --toggle and --add exclude each other; see 'qbsettings set --help'
+)~");
+    expectSession(
+        R"~($ qbsettings add p.big --type uint64 18446744073709551614 && qbsettings set p.big --add 1
+18446744073709551615
+$ qbsettings set p.big --add 1
+! p.big: '999999999999999999999' is not a uint64: it takes a whole number from 0 to 18446744073709551615 (defined in @/factory/p/p.settings)
+[1]
+)~");
+}
+
+TEST_F(KeysTest, WhatWasChangedIsFoundAndPutBack) {
+    std::string const quiet = "2>/dev/null || true";
+    expectSession(
+        "$ qbsettings set p.real 2 && qbsettings set p.list a b && qbsettings set p.byte 1\n"
+        "$ qbsettings list p --changed " +
+        quiet + R"~(
+p.list→array of string→user→a, b→x
+p.real→double→user→2→0.7
+$ qbsettings list --changed --json p.real && qbsettings list p.list p.real --level factory --long
+[{"name":"p.real","type":"double","level":"user","value":2,"factory":0.7}]
+p.list→array of string→factory→x→at least 1 value
+p.real→double→factory→0.7→0.5 to 8
+$ qbsettings list --depth 1 && qbsettings list p --depth 1 2>/dev/null | grep lock
+p→group→-→
+p.locked→group→-→
+[1]
+$ (qbsettings find a4 2>&1; qbsettings find REAL p 2>&1) | grep -v wrong
+p.paper→string→factory→A4
+p.real→double→user→2
+$ qbsettings get p.real p.list && qbsettings get p.real p.byte --json
+p.real→2
+p.list→a, b
+[{"name":"p.real","type":"double","value":2},{"name":"p.byte","type":"int8","value":1}]
+$ qbsettings describe p.real p.locked | grep -E '^$|^name' && qbsettings describe p.real p.byte --json | grep -o '"name":"[a-z.]*"'
+name→p.real
+
+name→p.locked
+"name":"p.real"
+"name":"p.byte"
+$ cp -r user before && qbsettings unset p.real p.flag
+! p.flag: it has no value on the level 'user'
+[3]
+$ qbsettings unset p
+! 'p' is a group, not a key; --all removes all values in it
+[1]
+$ echo n | script -qec 'qbsettings unset --all p' /dev/null | tr -d '\r' | tail -n 4 && diff -r before user
+p.byte = 1
+p.list = a, b
+p.real = 2
+Remove 3 values? [y/N] qbsettings: nothing was removed
+[1]
+$ qbsettings unset p.real p.byte && qbsettings list p --level user && qbsettings unset p --all --yes
+p.list→array of string→user→a, b
+$ qbsettings unset p --all
+! there is no value on the level 'user' below p
+[3]
+$ qbsettings get Real
+! there is no setting 'Real'; did you mean 'p.real'?
+[3]
+$ qbsettings get p/real
+! there is no setting 'p/real'; did you mean 'p.real'?
+[3]
+)~");
+}
+
 TEST_F(KeysTest, ProgramsThatWriteAtOnceLoseNothing) {
     expectSession(R"($ qbsettings add-group busy && export QBSETTINGS_LOCK_WAIT=100
 > for i in {10..21}

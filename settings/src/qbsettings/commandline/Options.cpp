@@ -45,8 +45,12 @@ void Options::name(std::optional<std::string>& name, char const* what) {
     positional("NAME", name, Is::optional, Content::text, what);
 }
 
-void Options::names(std::vector<std::string>& names, char const* what) {
-    positional("NAME", names, Is::required, Content::text, what);
+void Options::names(std::vector<std::string>& names, Is is, char const* what) {
+    positional("NAME", names, is, Content::text, what);
+}
+
+void Options::words(std::vector<std::string>& words, char const* what) {
+    positional("WORD", words, Is::required, Content::text, what);
 }
 
 void Options::nameBegin(std::string& begin, char const* what) {

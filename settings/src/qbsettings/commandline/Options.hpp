@@ -28,10 +28,12 @@ public:
     /// Full names of settings.
     void name(std::string& name, char const* what);
     void name(std::optional<std::string>& name, char const* what);
-    void names(std::vector<std::string>& names, char const* what);
+    void names(std::vector<std::string>& names, Is is, char const* what);
     /// @}
     /// The beginning of a name, with any bytes.
     void nameBegin(std::string& begin, char const* what);
+    /// Any words.
+    void words(std::vector<std::string>& words, char const* what);
     /// The texts of a value.
     void values(std::vector<std::string>& values, Is is, char const* what);
     /// @{

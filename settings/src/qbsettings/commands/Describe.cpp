@@ -52,13 +52,25 @@ Cell choices(KeyDescription const& description) {
 class DescribeCommand : public Command {
 public:
     void declare(Options& options) override {
-        options.name(name_, "Key, group or product");
+        options.names(names_, Options::Is::required, "Key, group or product");
         options.json();
     }
 
     int run(Context& context) override {
+        std::vector<SettingsPtr> nodes;
+        for (std::string const& name : names_)
+            nodes.push_back(findNode(context.tree, name));
+        if (nodes.size() > 1) context.output.beginRecords();
+        bool good = true;
+        for (SettingsPtr const& node : nodes)
+            good = describeNode(context, node) && good;
+        return good && context.tree.faults().empty() ? done : refused;
+    }
+
+private:
+    /// False if a value could not be had.
+    static bool describeNode(Context& context, SettingsPtr const& node) {
         Output& output = context.output;
-        SettingsPtr const node = findNode(context.tree, name_);
         SettingsPtr product = node;
         while (!product->getParent()->isRoot())
             product = product->getParent();
@@ -81,10 +93,9 @@ public:
                                         {"name", child->getName()}});
             }
         }
-        return good && context.tree.faults().empty() ? done : refused;
+        return good;
     }
 
-private:
     /// False if its value could not be had.
     static bool describeKeyNode(Output& output, SettingsPtr const& key) {
         KeyState const state = readKey(key);
@@ -122,7 +133,7 @@ private:
         add("in force", state.level, state.value);
     }
 
-    std::string name_;
+    std::vector<std::string> names_;
 };
 
 Registration<DescribeCommand> const describeRegistration(

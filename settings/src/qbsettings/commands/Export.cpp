@@ -21,7 +21,7 @@ using settings::core::Settings;
 class ExportCommand : public Command {
 public:
     void declare(Options& options) override {
-        options.names(names_, "What to write");
+        options.names(names_, Options::Is::required, "What to write");
         options.target(to_, force_);
         options.level(level_, "Values of this level; the values in force if absent");
     }

@@ -1,4 +1,5 @@
 #include <string>
+#include <vector>
 
 #include <qbsettings/commandline/Command.hpp>
 #include <qbsettings/commandline/Options.hpp>
@@ -19,32 +20,48 @@ namespace {
 class GetCommand : public Command {
 public:
     void declare(Options& options) override {
-        options.name(name_, "Key");
+        options.names(names_, Options::Is::required, "Key");
         options.level(level_, "Only this level: session, user or factory");
         options.json();
     }
 
     int run(Context& context) override {
         if (!level_.empty()) requireLevel(level_);
-        SettingsPtr const key = findKey(context.tree, name_);
+        std::vector<SettingsPtr> keys;
+        for (std::string const& name : names_)
+            keys.push_back(findKey(context.tree, name));
+        if (keys.size() > 1) context.output.beginRecords();
+        int status = done;
+        for (SettingsPtr const& key : keys) {
+            if (!show(context, key)) status = nothingThere;
+        }
+        return context.tree.faults().empty() ? status : refused;
+    }
+
+private:
+    /// False if there is no value.
+    bool show(Context& context, SettingsPtr const& key) const {
         boost::any const value = valueOn(key, level_);
         KeyType const type = typeOf(settings::core::describeKey(key));
         context.output.beginRecord();
         context.output.note("name", key->getFullName());
         context.output.note("type", type.name());
         context.output.note("value", Cell::value(value, type));
-        for (std::string const& text : elementTexts(value))
-            context.output.line(text);
-        if (!context.tree.faults().empty()) return refused;
-        if (!value.empty()) return done;
+        if (names_.size() > 1) {
+            context.output.line(asColumn(key->getFullName()) + "\t" +
+                                asColumn(join(elementTexts(value), ", ")));
+        } else {
+            for (std::string const& text : elementTexts(value))
+                context.output.line(text);
+        }
+        if (!value.empty()) return true;
         complain(key->getFullName() + (level_.empty()
                                            ? ": it has no value"
                                            : ": it has no value on the level " + inQuotes(level_)));
-        return nothingThere;
+        return false;
     }
 
-private:
-    std::string name_;
+    std::vector<std::string> names_;
     std::string level_;
 };
 

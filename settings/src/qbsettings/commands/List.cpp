@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <limits>
 #include <optional>
 #include <set>
 #include <string>
@@ -8,7 +10,8 @@
 #include <qbsettings/output/Complaints.hpp>
 #include <qbsettings/output/Terminal.hpp>
 #include <qbsettings/store/Context.hpp>
-#include <qbsettings/store/KeyState.hpp>
+#include <qbsettings/store/KeyRows.hpp>
+#include <qbsettings/store/Levels.hpp>
 #include <qbsettings/store/Names.hpp>
 #include <qbsettings/text/Failure.hpp>
 #include <qbsettings/text/Text.hpp>
@@ -24,27 +27,44 @@ namespace {
 class ListCommand : public Command {
 public:
     void declare(Options& options) override {
-        options.name(name_, "Product, group or key; all products if absent");
+        options.names(names_, Options::Is::optional,
+                      "Product, group or key; all products if absent");
+        options.flag("--changed", what_.changedOnly,
+                     "Only keys whose value is not the factory's, with that behind");
+        options.level(what_.level, "Only this level: session, user or factory");
+        options.flag("--long", what_.isLong, "Also what a key takes");
+        options.number("--depth", depth_, "So many names deep; groups deeper are a row each");
         options.json();
     }
 
     int run(Context& context) override {
+        if (!what_.level.empty()) requireLevel(what_.level);
+        std::vector<SettingsPtr> nodes;
+        for (std::string const& name : names_)
+            nodes.push_back(findNode(context.tree, name));
         context.output.beginTable();
-        bool const good =
-            name_ ? listBelow(context, findNode(context.tree, *name_)) : listProducts(context);
+        KeyRows rows(context.output, what_);
+        bool good = true;
+        if (nodes.empty()) good = listProducts(context, rows);
+        for (SettingsPtr const& node : nodes)
+            good = listBelow(context, rows, node, depth()) && good;
         return good && context.tree.faults().empty() ? done : refused;
     }
 
 private:
     // All are false if something could not be read.
 
-    static bool listProducts(Context& context) {
+    unsigned depth() const {
+        return std::max(1U, depth_.value_or(std::numeric_limits<unsigned>::max()));
+    }
+
+    bool listProducts(Context& context, KeyRows& rows) const {
         auto const products = context.tree.products();
         Progress progress("reading product", products.size());
         bool good = true;
         for (SettingsPtr const& product : products) {
             progress.step();
-            good = listBelow(context, product) && good;
+            good = listBelow(context, rows, product, depth() - 1) && good;
         }
         if (products.empty() && context.tree.faults().empty()) tellWhereToLook(context.directories);
         tellHidden(context.directories, products);
@@ -76,26 +96,22 @@ private:
         }
     }
 
-    static bool listBelow(Context& context, SettingsPtr const& node) {
-        if (node->isLeafNode()) return listKey(context.output, node);
+    static bool listBelow(Context& context, KeyRows& rows, SettingsPtr const& node,
+                          unsigned depth) {
+        if (node->isLeafNode()) return rows.add(node);
+        if (depth == 0) {
+            rows.addGroup(node);
+            return true;
+        }
         bool good = true;
         for (SettingsPtr const& child : context.tree.childrenOf(node))
-            good = listBelow(context, child) && good;
+            good = listBelow(context, rows, child, depth - 1) && good;
         return good;
     }
 
-    static bool listKey(Output& output, SettingsPtr const& key) {
-        KeyState const state = readKey(key);
-        KeyType const type = typeOf(state.description);
-        output.row({{"name", state.name},
-                    {"type", type.name()},
-                    {"level", Cell::level(state.level)},
-                    {"value", Cell::value(state.value, type)}});
-        if (!state.problem.empty()) complain(state.name + ": " + state.problem);
-        return state.problem.empty();
-    }
-
-    std::optional<std::string> name_;
+    std::vector<std::string> names_;
+    std::optional<unsigned> depth_;
+    KeyRows::What what_;
 };
 
 Registration<ListCommand> const listRegistration({1, "list",

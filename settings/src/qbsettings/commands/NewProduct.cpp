@@ -6,10 +6,10 @@
 
 #include <qbsettings/commandline/Command.hpp>
 #include <qbsettings/commandline/Options.hpp>
-#include <qbsettings/commands/SchemaText.hpp>
 #include <qbsettings/output/OutputFile.hpp>
 #include <qbsettings/store/Context.hpp>
 #include <qbsettings/text/Failure.hpp>
+#include <qbsettings/text/SchemaText.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/I18n.hpp>

@@ -58,7 +58,20 @@ void Output::begin(Json const& document, bool aligned) {
 
 void Output::beginTable() { begin(Json::array(), true); }
 void Output::beginList() { begin(Json::array(), false); }
-void Output::beginRecord() { begin(Json::object(), true); }
+
+void Output::beginRecords() { records_ = std::make_unique<Json>(Json::array()); }
+
+void Output::beginRecord() {
+    if (records_) endRecord();
+    begin(Json::object(), true);
+}
+
+void Output::endRecord() {
+    printAligned();
+    if (document_) records_->push_back(*document_);
+    if (hasRecords_) line({});
+    hasRecords_ = false;
+}
 
 // --- Both forms -------------------------------------------------------------------------------
 
@@ -114,6 +127,7 @@ void Output::noteMember(char const* list, Cell const& cell) {
 
 void Output::print(Row const& row, std::string const& front) {
     if (json_) return;
+    hasRecords_ = records_ != nullptr;
     if (gathers_) {
         std::vector<Cell>& cells = gathered_.emplace_back();
         if (!front.empty()) cells.emplace_back(front);
@@ -158,6 +172,10 @@ void Output::printAligned() {
 void Output::finish() {
     printAligned();
     if (!document_) return;
+    if (records_) {
+        records_->push_back(*document_);
+        document_.swap(records_);
+    }
     // A byte that is no UTF-8 comes as U+FFFD.
     std::cout << document_->dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
     document_.reset();

@@ -26,6 +26,8 @@ public:
     void beginTable();
     /// The document is a list.
     void beginList();
+    /// The document is a list of the records that follow, which have an empty line between.
+    void beginRecords();
     /// The document is one thing with fields, which are aligned on a terminal.
     void beginRecord();
 
@@ -58,10 +60,14 @@ private:
     void begin(Json const& document, bool aligned);
     void print(Row const& row, std::string const& front);
     void printAligned();
+    /// Puts the record, if there is one, to the others.
+    void endRecord();
 
     bool const json_;
     bool const terminal_;
     bool gathers_ = false;            ///< Rows are kept, to be aligned.
+    std::unique_ptr<Json> records_;   ///< Those that are whole, if there are several.
+    bool hasRecords_ = false;         ///< Rows of one were printed.
     std::unique_ptr<Json> document_;  ///< Empty unless one was begun and JSON was asked for.
     std::vector<std::vector<Cell>> gathered_;
 };

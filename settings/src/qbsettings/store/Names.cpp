@@ -7,8 +7,11 @@
 #include <qbsettings/text/Near.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/tree/Settings.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 
 namespace qbsettings {
+
+using settings::core::detail::foldedAscii;
 
 namespace {
 
@@ -51,10 +54,10 @@ SettingsPtr nearestChild(Tree& tree, SettingsPtr const& node, std::string const&
     return nearest;
 }
 
-/// The first node below with that name, for a name whose groups were left out.
+/// The first node below with that name in any case, for a name whose groups were left out.
 SettingsPtr findAnywhere(Tree& tree, SettingsPtr const& node, std::string const& name) {
     for (SettingsPtr const& child : tree.childrenOf(node)) {
-        if (child->getName() == name) return child;
+        if (foldedAscii(child->getName()) == foldedAscii(name)) return child;
         if (auto const found = findAnywhere(tree, child, name)) return found;
     }
     return {};
@@ -88,7 +91,9 @@ SettingsPtr findNode(Tree& tree, std::string const& name) {
     // The search for another name can touch products that nobody asked about.
     tree.keepQuiet();
     std::string message = "there is no setting " + inQuotes(name);
-    if (SettingsPtr const near = nearestNode(tree, parts)) {
+    std::string dotted = name;
+    std::replace(dotted.begin(), dotted.end(), '/', '.');
+    if (SettingsPtr const near = nearestNode(tree, partsOf(dotted))) {
         message += "; did you mean " + inQuotes(near->getFullName()) + "?";
     }
     throw Failure(nothingThere, message);

@@ -88,6 +88,8 @@ std::vector<std::string> parseJsonArray(std::string const& text) {
     }
 }
 
+std::string parseJsonScalar(std::string const& text) { return read(text).elements.at(0); }
+
 std::string parseJsonString(std::string const& text) {
     try {
         return read(text).elements.at(0);

@@ -22,6 +22,9 @@ Json jsonOf(boost::any const& value, KeyType const& type);
 /// written. @throws Failure that says what is wrong
 std::vector<std::string> parseJsonArray(std::string const& text);
 
+/// The text of a JSON string, number, true or false. @throws Failure
+std::string parseJsonScalar(std::string const& text);
+
 /// The text of a JSON string. @throws Failure
 std::string parseJsonString(std::string const& text);
 

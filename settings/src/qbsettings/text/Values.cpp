@@ -12,6 +12,7 @@
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/tree/KeyDescription.hpp>
+#include <settingscore/value/AsciiCase.hpp>
 #include <settingscore/value/Get.hpp>
 #include <settingscore/value/StorableText.hpp>
 
@@ -82,6 +83,11 @@ T parse(std::string const& text) {
         }
         return wide;
     } else {
+        if constexpr (std::is_same_v<T, bool>) {
+            std::string const word = settings::core::detail::foldedAscii(text);
+            if (word == "true" || word == "yes" || word == "on") return true;
+            if (word == "false" || word == "no" || word == "off") return false;
+        }
         try {
             if (!std::is_unsigned_v<T> || !isNegative(text)) return convert<T>(text);
         } catch (std::exception const&) {  // NOLINT(bugprone-empty-catch): told below
@@ -232,7 +238,7 @@ std::string formOf(unsigned long element) {
     withElementType(element, [&](auto tag) {
         using T = typename decltype(tag)::Type;
         if constexpr (std::is_same_v<T, bool>) {
-            form = "true, false, 1 or 0";
+            form = "true, false, yes, no, on, off, 1 or 0";
         } else if constexpr (std::is_floating_point_v<T>) {
             form = "a number";
         } else if constexpr (std::is_integral_v<T>) {
