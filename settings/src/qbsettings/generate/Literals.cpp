@@ -27,7 +27,7 @@ template <class T>
 std::string floatingLiteral(std::string const& text) {
     std::string const limits = "::std::numeric_limits<" + typeName<T>() + ">::";
     // What is no number begins with a letter: nan, inf, -inf.
-    if (text.find("n") != std::string::npos || text.find("N") != std::string::npos) {
+    if (text.find_first_of("nN") != std::string::npos) {
         bool const isNan = text.find_first_of("aA") != std::string::npos;
         return (text.front() == '-' && !isNan ? "-" : "") + limits +
                (isNan ? "quiet_NaN()" : "infinity()");
