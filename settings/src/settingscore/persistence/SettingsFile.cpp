@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <set>
+#include <utility>
 
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/levels/SettingsLevel.hpp>
@@ -141,8 +142,9 @@ std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(Root const& root
     auto const& levels = SettingsLevelManager::levels();
     for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
         if (!level->canHaveFile()) continue;
-        for (std::string const& name : getSettingsTopLevelNodes(&*level, root))
-            names.insert(name);
+        // A folder tells its entries in order, so that most names are the last so far.
+        for (std::string& name : getSettingsTopLevelNodes(&*level, root))
+            names.insert(names.end(), std::move(name));
     }
     return {names.begin(), names.end()};
 }
