@@ -1,73 +1,18 @@
 #include <settingscore/tree/LevelAdoption.hpp>
 
 #include <algorithm>
-#include <cstring>
-#include <type_traits>
 
-#include <boost/variant/apply_visitor.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/tree/FailureOf.hpp>
 #include <settingscore/tree/KeyValues.hpp>
 #include <settingscore/tree/MergeEngine.hpp>
 #include <settingscore/tree/NodeEdits.hpp>
 #include <settingscore/tree/NodeWalk.hpp>
-#include <settingscore/value/AnyBridge.hpp>
+#include <settingscore/tree/Sameness.hpp>
 
 namespace settings::core::detail {
 
-namespace boostany = settingscore::boostany;
-
 namespace {
-
-/// Equal to the last bit: a NaN is equal to itself, and zero to no negative zero.
-class SameBits {
-public:
-    using result_type = bool;
-    explicit SameBits(boost::any const& other) : other_(other) {}
-
-    bool operator()() const { return other_.empty(); }
-    template <class T>
-    bool operator()(T const& value) const {
-        auto const* const other = boost::any_cast<T>(&other_);
-        return other && isSame(value, *other);
-    }
-
-private:
-    template <class T>
-    static bool isSame(T const& a, T const& b) {
-        if constexpr (std::is_floating_point_v<T>) {
-            return std::memcmp(&a, &b, sizeof a) == 0;
-        } else {
-            return a == b;
-        }
-    }
-    template <class T>
-    static bool isSame(std::vector<T> const& a, std::vector<T> const& b) {
-        return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                          [](T const& x, T const& y) { return isSame(x, y); });
-    }
-    boost::any const& other_;
-};
-
-bool sameValue(boost::any const& a, boost::any const& b) {
-    SameBits const visitor(b);
-    return boostany::applyVisitor(visitor, a, true);
-}
-
-struct Name {
-    using result_type = std::string;
-    std::string operator()(boost::mpl::void_ const&) const { return {}; }
-    template <class Function>
-    std::string operator()(Function const& function) const {
-        return function.getPackageName() + '\n' + function.getFunctionName();
-    }
-};
-
-template <class Function>
-bool sameFunction(Function const& a, Function const& b) {
-    return a.which() == b.which() &&
-           boost::apply_visitor(Name(), a) == boost::apply_visitor(Name(), b);
-}
 
 bool sameReadOnly(boost::logic::tribool a, boost::logic::tribool b) { return a.value == b.value; }
 
