@@ -27,7 +27,7 @@ namespace msg = ZENBAR::settings::core;
 
 namespace {
 
-std::atomic<bool> isOn{false};
+std::atomic<bool> areSharedSavesOn{false};
 std::atomic<std::chrono::milliseconds::rep> waitLimit{0};
 
 [[noreturn]] void fail(SettingsFile::Save const& save, int errorNumber, std::string const& reason) {
@@ -167,7 +167,7 @@ void SharedSaves::save(SettingsFile::Save const& save, SaveSettingsFunctor const
     }
 }
 
-bool SharedSaves::areOn() { return isOn.load(std::memory_order_relaxed); }
+bool SharedSaves::areOn() { return areSharedSavesOn.load(std::memory_order_relaxed); }
 
 std::chrono::milliseconds SharedSaves::longestWait() {
     return std::chrono::milliseconds(waitLimit.load());
@@ -175,13 +175,13 @@ std::chrono::milliseconds SharedSaves::longestWait() {
 
 void SharedSaves::turnOn(std::chrono::milliseconds longestWait) {
     waitLimit = longestWait.count();
-    if (isOn.exchange(true)) return;
+    if (areSharedSavesOn.exchange(true)) return;
     SettingsFile::setSaveFunc(&SharedSaves::save);
     detail::LoadAndSave::setSharing({&Present::bringUpToDate});
 }
 
 void SharedSaves::turnOff() {
-    if (!isOn.exchange(false)) return;
+    if (!areSharedSavesOn.exchange(false)) return;
     detail::LoadAndSave::setSharing({});
     SettingsFile::setSaveFunc(nullptr);
     Agreements::forgetAll();
