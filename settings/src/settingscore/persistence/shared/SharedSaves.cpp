@@ -105,7 +105,10 @@ private:
         FileStamp written;
         SaveSettingsFunctor const functor(functor_.lock(), text);
         try {
-            if (!SettingsFile::replaceFile(save_, functor, &written)) return drop(aside);
+            auto const put = [&](fs::path const& temporary, SettingsFile::RenameFunc rename) {
+                place(temporary, rename, text.size(), written);
+            };
+            if (!SettingsFile::replaceFile(save_, functor, put)) return drop(aside);
         } catch (...) {
             if (!FileStamp::of(save_.file).isSameFileAs(written)) drop(aside);
             throw;
@@ -116,6 +119,20 @@ private:
         if (!isMerged && now.isSameFileAs(written)) agreed = now;
         Agreement const next{agreed, std::make_shared<FileImage>(mine_.image), 0, {}, {}};
         while (!Agreements::replace(save_.product, versionNow(), next)) {
+        }
+    }
+
+    /// No part of the text takes the place of a file in which others have their own, and no failure
+    /// takes that out of the way.
+    void place(fs::path const& temporary, SettingsFile::RenameFunc rename, std::size_t size,
+               FileStamp& written) const {
+        try {
+            written = FileStamp::of(temporary);
+            if (written.size < static_cast<std::int64_t>(size))
+                fail(save_, EIO, "the temporary file could not be written whole");
+            rename(temporary, save_.file);
+        } catch (fs::FsysExceptionBase const& error) {
+            fail(save_, error.errorNumber(), error.reason());
         }
     }
 
