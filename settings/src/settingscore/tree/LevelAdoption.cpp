@@ -4,6 +4,7 @@
 
 #include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/tree/FailureOf.hpp>
+#include <settingscore/tree/KeyChecks.hpp>
 #include <settingscore/tree/KeyValues.hpp>
 #include <settingscore/tree/MergeEngine.hpp>
 #include <settingscore/tree/NodeEdits.hpp>
@@ -14,7 +15,10 @@ namespace settings::core::detail {
 
 namespace {
 
-bool sameReadOnly(boost::logic::tribool a, boost::logic::tribool b) { return a.value == b.value; }
+bool sameFlags(NodeContent const& a, NodeContent const& b) {
+    return a.visible.value_or(false) == b.visible.value_or(false) &&
+           a.readOnly.value == b.readOnly.value;
+}
 
 bool holdsValueBeside(NodeView const& key, SettingsLevel const& level) {
     for (std::size_t i = 0; i < SettingsLevelManager::levelCount; ++i) {
@@ -142,10 +146,7 @@ bool LevelAdoption::differs(SettingsImpl const& node, SettingsImpl const& copy) 
     NodeView const there(copy, lock_);
     NodeContent const& own = node.contentWithLock(lock_);
     NodeContent const& theirs = copy.contentWithLock(lock_);
-    if (own.visible.value_or(false) != theirs.visible.value_or(false) ||
-        !sameReadOnly(own.readOnly, theirs.readOnly)) {
-        return true;
-    }
+    if (!sameFlags(own, theirs)) return true;
     if (!here.isLeaf()) return false;
     if (!sameValue(here.stored(&level_), there.stored(&level_))) return true;
     bool const isComputed = here.ownsRunTimeDefault(level_.levelName());
@@ -159,6 +160,23 @@ void LevelAdoption::change(SettingsImpl& node, SettingsImpl const* copy, PathHas
     if (NodeView(node, lock_).isLeaf())
         failureOf([&] { step.before = KeyValues(node, lock_).inForce(true); });
     steps_.push_back(std::move(step));
+}
+
+bool LevelAdoption::isOfCheckedValuesAlone() const {
+    return std::all_of(steps_.begin(), steps_.end(), [this](Step const& step) {
+        if (step.kind != Step::Kind::change) return false;
+        NodeView const own(*step.node, lock_);
+        bool const isDefined = own.isLeaf() && holdsValueBeside(own, level_) &&
+                               own.rules().isTyped() && isVoidRuntimeDefault(own.runTimeDefault());
+        if (!isDefined || !step.source) return isDefined;
+        NodeView const source(*step.source, lock_);
+        boost::any value = source.stored(&level_);
+        if (!isVoidRuntimeDefault(source.runTimeDefault()) ||
+            !sameFlags(step.node->contentWithLock(lock_), step.source->contentWithLock(lock_))) {
+            return false;
+        }
+        return value.empty() || !failureOf([&] { checkValue(*step.node, lock_, value); });
+    });
 }
 
 // --- The change -----------------------------------------------------------------------------
