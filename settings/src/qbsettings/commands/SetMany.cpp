@@ -70,7 +70,7 @@ public:
 
     int run(Context& context) override {
         std::string const text = readInput(file_);
-        level_ = levelForWriting(context.writing, level_);
+        level_ = levelForWriting(level_);
         if (level_ == "factory") throw Failure("the level 'factory' cannot be changed");
         context.output.beginRecord();
         context.output.list("set");
@@ -160,7 +160,7 @@ private:
         return errors.empty();
     }
 
-    /// Says what is in the files after a failure midway: each key is a save of its own.
+    /// Says what is in the files after a failure midway: each product is a save of its own.
     /// @throws Failure always
     [[noreturn]] void reportSaved(Context& context) const {
         struct Product {
