@@ -1,23 +1,16 @@
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <memory>
-#include <set>
 #include <string>
-#include <vector>
 
 #include <qbsettings/commandline/Command.hpp>
 #include <qbsettings/commandline/Options.hpp>
-#include <qbsettings/errors/Errors.hpp>
 #include <qbsettings/output/Complaints.hpp>
 #include <qbsettings/store/Context.hpp>
-#include <qbsettings/store/Names.hpp>
+#include <qbsettings/store/LineBatch.hpp>
 #include <qbsettings/store/NewValue.hpp>
-#include <qbsettings/store/SavedFile.hpp>
 #include <qbsettings/text/Failure.hpp>
-#include <qbsettings/text/Lines.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <qbsettings/text/Values.hpp>
 #include <settingscore/tree/KeyDescription.hpp>
@@ -26,15 +19,6 @@
 namespace qbsettings {
 
 namespace {
-
-using settings::core::Settings;
-
-/// A line that sets a key.
-struct Entry {
-    std::size_t line;
-    SettingsPtr key;
-    boost::any value;
-};
 
 struct Closing {
     void operator()(std::FILE* file) const {
@@ -75,11 +59,21 @@ public:
         context.output.beginRecord();
         context.output.list("set");
         context.output.list("refused");
-        if (!readLines(context, text) || !setAll(context)) {
+        LineBatch batch(context, level_);
+        for (InputLine const& line : linesOf(text)) {
+            if (batch.add(line)) continue;
+            tellRefusal(context, batch.refusals().back(),
+                        "line " + std::to_string(line.number) + ": ");
+        }
+        if (batch.refusals().empty() && !batch.setAll()) {
+            for (LineBatch::Refusal const& refusal : batch.refusals())
+                tellRefusal(context, refusal, {});
+        }
+        if (!batch.refusals().empty()) {
             complain("nothing was set");
             return refused;
         }
-        for (Entry const& entry : entries_) {
+        for (LineBatch::Entry const& entry : batch.entries()) {
             KeyType const type = typeOf(settings::core::describeKey(entry.key));
             context.output.note("set", {{"line", lineCell(entry.line)},
                                         {"name", entry.key->getFullName()},
@@ -217,11 +211,15 @@ private:
     void confirmAll() const {
         for (Entry const* entry : lastEntries())
             confirmStored(entry->key, entry->value, level_);
+    static void tellRefusal(Context& context, LineBatch::Refusal const& refusal,
+                            std::string const& front) {
+        complain(front + refusal.message);
+        context.output.note("refused",
+                            {{"line", lineCell(refusal.line)}, {"message", refusal.message}});
     }
 
     std::string file_ = "-";
     std::string level_;
-    std::vector<Entry> entries_;
 };
 
 Registration<SetManyCommand> const setManyRegistration(
