@@ -9,9 +9,10 @@ int main() try {
     Key<double> const lineWidth("plotter.lineWidth");
 
     // What is in force: a session value, else the user's, else the factory's.
-    std::cout << "width is " << lineWidth.get() << '\n';
+    double const width = lineWidth.get();
+    std::cout << "width is " << width << '\n';
 
-    lineWidth.set(lineWidth.get() + 0.15);  // checked, told to listeners, saved
+    lineWidth.set(width + 0.15);  // checked, told to listeners, saved
     std::cout << "width is " << lineWidth.get() << '\n';
 
     try {

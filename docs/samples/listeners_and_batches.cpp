@@ -2,6 +2,7 @@
 #include <map>
 
 #include <settingscore/host/Filesystem.hpp>
+#include <settingscore/host/I18n.hpp>
 #include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 #include <settingscore/value/MakeAny.hpp>
@@ -14,8 +15,8 @@ int main(int argc, char** argv) try {
     boost::shared_ptr<Settings> root = Settings::getSettingsRoot(BlessedZcrID);
     boost::shared_ptr<Settings> plotter = root ? root->getChild("plotter") : nullptr;
     if (!plotter) {
-        std::cerr << "there is no product 'plotter': SETTINGS_FACTORYDIR has to name the folder of "
-                     "the example products, as 'qbsettings dirs' shows it\n";
+        std::cerr << "there is no product plotter in "
+                  << qf::i18n::to_string(ZSettings::getFactoryDir(BlessedZcrID)) << '\n';
         return 1;
     }
 

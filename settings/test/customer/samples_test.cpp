@@ -44,19 +44,6 @@ TEST(Samples, SayWhatIsMissing) {
     qbtest::ScopedEnvironment environment;
     environment.set("SETTINGS_FACTORYDIR", folder.path().string());
     environment.set("SETTINGS_USERDIR", (folder.path() / "user").string());
-    std::string const output = (folder.path() / "output").string();
-    for (std::string const program : {"listeners_and_batches"}) {
-        std::string const command = QB_SAMPLE_DIR "/" + program + " >" + output + " 2>&1";
-        EXPECT_EQ(std::system(command.c_str()), 256) << program;
-        EXPECT_EQ(qbtest::readFile(output).rfind("there is no product 'plotter'", 0), 0U);
-    }
-}
-
-TEST(Samples, SayWhatIsMissing) {
-    qbtest::TempFolder const folder;
-    qbtest::ScopedEnvironment environment;
-    environment.set("SETTINGS_FACTORYDIR", folder.path().string());
-    environment.set("SETTINGS_USERDIR", (folder.path() / "user").string());
     for (std::string const program :
          {"first_program", "plain_interface", "listeners_and_batches", "typed_keys"}) {
         std::string const output = (folder.path() / "output").string();

@@ -72,13 +72,14 @@ done < <(cd "$here/../../src" && grep -rlE '(SETTINGSCORE|QBHOST)_API ' --includ
 # A customer, by find_package and by pkg-config. Building says nothing of where things are at run time.
 clean "$cmake" -S "$here/customer" -B customer -DCMAKE_CXX_COMPILER="$cxx" \
     -DCMAKE_PREFIX_PATH="$prefix" -DEXAMPLES="$examples" >log 2>&1 || fail "$(cat log)"
-clean "$cmake" --build customer >log 2>&1 || fail "$(cat log)"
+clean "$cmake" --build customer --parallel 2 >log 2>&1 || fail "$(cat log)"
 expect 0.5 "$(alone customer/customer "$examples/toolbox")" "the customer's program"
 find home -name plotter.settings | grep -q . || fail "no user file"
 
-# The samples and a generated header: with nothing in the environment they say what is missing.
+# The samples and a generated header. Where there is no product they say so.
+mkdir stranger
 for sample in first_program listeners_and_batches plain_interface typed_keys generated; do
-    alone "customer/$sample" >log 2>&1 && fail "$sample finds a product where there is none"
+    alone HOME="$place/stranger" "customer/$sample" >log 2>&1 && fail "$sample finds a product where there is none"
     grep -q "there is no product plotter" log || fail "$sample says '$(cat log)'"
     alone SETTINGS_FACTORYDIR="$examples/toolbox" SETTINGS_USERDIR="$place/user" \
         EXPORT_FILE="$place/palettes.settings" "customer/$sample" >log 2>&1 || fail "$sample: $(cat log)"
@@ -87,7 +88,7 @@ done
 expect "1 5" "$(cat log)" "the program of the generated header"
 cp customer/generated_settings/plotter.settings.hpp kept
 touch -d tomorrow "$examples/toolbox/plotter/plotter.settings"
-clean "$cmake" --build customer >log 2>&1 || fail "$(cat log)"
+clean "$cmake" --build customer --parallel 2 >log 2>&1 || fail "$(cat log)"
 cmp -s kept customer/generated_settings/plotter.settings.hpp || fail "the same file makes another header"
 if command -v pkg-config >/dev/null; then
     pc=$(find "$prefix" -name qbsettingscore.pc)

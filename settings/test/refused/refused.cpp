@@ -13,6 +13,7 @@ enum class Bare { one };
 enum class Empty {};
 struct Other {};
 
+// clang-format off
 void refused() {
     Key<char> const character("p.k");  // refused: no key has values of this type
     Key<long double> const wide("p.k");  // refused: no key has values of this type
@@ -33,3 +34,4 @@ void refused() {
     Batch({}).set(Key<double>("p.k"), Other());  // refused: this is no value for a key of that type
     Batch({}).set(Key<short>("p.k"), 0.5);  // refused: takes no number with a fraction
 }
+// clang-format on

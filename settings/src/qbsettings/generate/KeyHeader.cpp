@@ -18,7 +18,7 @@ using settings::core::KeyDescription;
 
 namespace {
 
-constexpr char const* library = "::settingscore::typed::";
+constexpr char const* typedKeys = "::settingscore::typed::";
 
 constexpr unsigned long stringElement = settingscore::boostany::ValueTraits<qf::ustring>::index;
 constexpr unsigned long boolElement = settingscore::boostany::ValueTraits<bool>::index;
@@ -115,8 +115,8 @@ void KeyHeader::writeKey(SettingsPtr const& key, std::string const& name,
         !description.storedLevels.empty() || !isVoidRuntimeDefault(description.runTimeDefault);
     if (!hasDefault) cpp = "::std::optional<" + cpp + ">";
     writeComment(lines);
-    out_ << "inline " << library << "Key<" << cpp << "> const " << name << "(" << cppText(fullName)
-         << ");\n";
+    out_ << "inline " << typedKeys << "Key<" << cpp << "> const " << name << "("
+         << cppText(fullName) << ");\n";
     writeBounds(description, name, scope);
 }
 
@@ -182,7 +182,7 @@ std::string KeyHeader::writeChoices(KeyDescription const& key, std::string const
     out_ << "enum class " << chosen << " {\n";
     for (std::string const& enumerator : enumerators)
         out_ << "    " << enumerator << ",\n";
-    std::string const row = std::string(library) + "Choice<" + chosen +
+    std::string const row = std::string(typedKeys) + "Choice<" + chosen +
                             (element == stringElement ? "" : ", " + type) + ">";
     out_ << "};\nconstexpr auto settingChoices(" << chosen << ") {\n    return " << array << row
          << ", " << enumerators.size() << ">{{\n";

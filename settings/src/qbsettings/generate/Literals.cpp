@@ -13,7 +13,7 @@ namespace boostany = settingscore::boostany;
 namespace {
 
 template <class T>
-std::string typeName() {
+std::string cppNameOf() {
     if (std::is_same_v<T, qf::ustring>) return "::std::string";
     if (std::is_same_v<T, bool>) return "bool";
     if (std::is_same_v<T, float>) return "float";
@@ -25,9 +25,9 @@ std::string typeName() {
 /// The shortest text of a floating number, as one of its type.
 template <class T>
 std::string floatingLiteral(std::string const& text) {
-    std::string const limits = "::std::numeric_limits<" + typeName<T>() + ">::";
+    std::string const limits = "::std::numeric_limits<" + cppNameOf<T>() + ">::";
     // What is no number begins with a letter: nan, inf, -inf.
-    if (text.find("n") != std::string::npos || text.find("N") != std::string::npos) {
+    if (text.find_first_of("nN") != std::string::npos) {
         bool const isNan = text.find_first_of("aA") != std::string::npos;
         return (text.front() == '-' && !isNan ? "-" : "") + limits +
                (isNan ? "quiet_NaN()" : "infinity()");
@@ -53,7 +53,7 @@ std::string cppType(unsigned long element) {
     std::string name;
     boostany::forEachElementType([&](auto tag) {
         using T = typename decltype(tag)::Type;
-        if (boostany::ValueTraits<T>::index == element) name = typeName<T>();
+        if (boostany::ValueTraits<T>::index == element) name = cppNameOf<T>();
     });
     return name;
 }

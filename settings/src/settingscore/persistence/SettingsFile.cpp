@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <optional>
 #include <set>
+#include <utility>
 
 #include <settingscore/host/I18n.hpp>
 #include <settingscore/levels/SettingsLevel.hpp>
@@ -172,7 +173,9 @@ std::vector<std::string> SettingsFile::getSettingsTopLevelNodes(Root const& root
         // release; what fails there goes out.
         fs::path const folder = getRootPathForLevel(&*level, root);
         Listing const listing(*level, folder);
-        names.insert(listing.names.begin(), listing.names.end());
+        // A folder tells its entries in order, so that most names are the last so far.
+        for (std::string const& name : listing.names)
+            names.insert(names.end(), name);
         if (listing.failure && level->canBeModified()) {
             UnreadFiles::setUnlisted(
                 root, folder,

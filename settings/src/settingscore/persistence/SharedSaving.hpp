@@ -40,6 +40,10 @@ namespace settings::core {
 /// and what it overwrites is seen as its change. A save of this mode and one without at the same
 /// moment can still undo each other.
 ///
+/// While a save holds the lock, SIGHUP, SIGINT and SIGTERM wait on its thread, so that they end a
+/// program with one thread before or after it and leave no temporary folder. A save that waits for
+/// the lock can be interrupted.
+///
 /// Temporary folders of processes that were killed are removed by the next save, if their maker
 /// lives no more for certain (only processes in this mode leave the mark that tells it).
 ///

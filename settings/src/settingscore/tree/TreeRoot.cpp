@@ -1,6 +1,7 @@
 #include <settingscore/tree/TreeRoot.hpp>
 
 #include <atomic>
+#include <cstddef>
 
 #include <settingscore/host/EventMgr.hpp>
 
@@ -17,8 +18,10 @@ bool TreeRoot::isAnyAudience() {
 void TreeRoot::countQueue(bool enabled) { enabledQueues += enabled ? 1 : -1; }
 
 std::string const* TreeRoot::enterName(std::string const& name) {
-    auto const entered = names_.insert(name);
-    return entered.second ? nullptr : &*entered.first;
+    std::size_t const before = names_.size();
+    // The names of a new root come in order.
+    auto const place = names_.insert(names_.end(), name);
+    return names_.size() == before ? &*place : nullptr;
 }
 
 }  // namespace settings::core

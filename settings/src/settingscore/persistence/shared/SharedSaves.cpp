@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <memory>
 
 #include <settingscore/errors/Exceptions.hpp>
@@ -156,6 +157,25 @@ private:
     std::optional<Agreement> const known_;
 };
 
+/// While it lives, what a person or a shutdown sends to end the process waits on this thread, so
+/// that it does not fall between the making of a temporary folder and its removal.
+class EndingHeld {
+public:
+    EndingHeld() {
+        ::sigset_t ending;
+        ::sigemptyset(&ending);
+        for (int const signal : {SIGHUP, SIGINT, SIGTERM})
+            ::sigaddset(&ending, signal);
+        ::pthread_sigmask(SIG_BLOCK, &ending, &before_);
+    }
+    ~EndingHeld() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    EndingHeld(EndingHeld const&) = delete;
+    EndingHeld& operator=(EndingHeld const&) = delete;
+
+private:
+    ::sigset_t before_{};
+};
+
 /// The directory that is to hold the lock file.
 void makeDirectory(fs::path const& folder) {
     try {
@@ -173,6 +193,7 @@ void SharedSaves::save(SettingsFile::Save const& save, SaveSettingsFunctor const
     makeDirectory(save.folder);
     try {
         FileLock const lock(save.folder, longestWait());
+        EndingHeld const held;
         LeftOvers::removeDead(save.folder);
         SharedSave(save, functor).run();
     } catch (FileLockFailure const& failure) {
