@@ -98,8 +98,9 @@ $ qbsettings check
 $ qbsettings check --clean --json
 [{"kind":"warning","file":"@/user/temp0x12ab34cd0x1","line":null,"column":null,"message":"was left by a process that was killed while it saved, and is removed now","code":"left-over"},{"kind":"warning","file":"@/user/temp0xfedcba980x12345678","line":null,"column":null,"message":"was left by a process that was killed while it saved, and is removed now","code":"left-over"}]
 $ qbsettings check && ls user
-ls: cannot access 'user': No such file or directory
-[2]
+temp0x1
+temp0x12ab34cd0x2
+temporary
 )");
 }
 
