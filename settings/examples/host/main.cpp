@@ -1,7 +1,7 @@
 // A host in small: two instances, their events, and functions in C, Lua and Java that guard and
-// compute settings. "qbsamplehost DIR" follows in its loop what other processes change of the user's
-// settings in that folder, until its station closes. Ends with status 1 if anything is not as it
-// should be.
+// compute settings. "qbsamplehost DIR" follows in its loop what other processes change of the
+// user's settings in that folder, until its station closes. Ends with status 1 if anything is not
+// as it should be.
 #include <poll.h>
 
 #include <cstdlib>
@@ -132,15 +132,16 @@ static void showAll(std::filesystem::path const& folder) {
     expect(!Settings::getSettingsRoot(one.id), "an instance that has ended has no tree");
 }
 
-// The loop of a host that has nothing else to do: it sleeps until somebody changes a file, or a second
-// at most, for a folder that other machines write to as well.
+// The loop of a host that has nothing else to do: it sleeps until somebody changes a file, or a
+// second at most, for a folder that other machines write to as well.
 static void follow(std::filesystem::path const& userDir) {
     qbhost::setInstallPath(qf::i18n::to_ustring(EXAMPLES_DIR));
     qbhost::setSignalThreadToThisThread();
     turnOnSharedSaving();
     Instance one(1, userDir);
     SettingsFileWatch watch(one.id);
-    std::string server = read(*one.station, "server");  // Loads the product, so that it is followed.
+    std::string server =
+        read(*one.station, "server");  // Loads the product, so that it is followed.
     std::cout << "following " << server << std::endl;
     while (server != "closed.example.net") {
         pollfd changes = {watch.descriptor(), POLLIN, 0};
