@@ -19,21 +19,25 @@ public:
     void declare(Options& options) override {
         options.files(files_, "Files to check; those of all products if absent");
         options.json();
+        options.flag("--sarif", form_.sarif, "Print a document of SARIF 2.1.0");
+        options.flag("--strict", form_.strict, "Count warnings as faults");
     }
 
     int run(Context& context) override {
         namespace fs = qf::filesystem;
-        Findings findings(context.output);
+        Findings findings(context.output, form_);
         Checker checker(context, findings);
         context.tree.keepQuiet();
         if (files_.empty()) checker.checkAll();
         for (std::string const& file : files_)
             checker.checkNamed(fs::absolute(fs::from_native(file), fs::path()).str());
+        findings.finish();
         return findings.areGood() ? done : refused;
     }
 
 private:
     std::vector<std::string> files_;
+    FindingsForm form_;
 };
 
 Registration<CheckCommand> const checkRegistration(
