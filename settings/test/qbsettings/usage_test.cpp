@@ -90,7 +90,7 @@ TEST_F(UsageTest, SaysWhereItLookedForProductsAndWhichOneHidesAnother) {
         R"($ qbsettings list P && qbsettings list >/dev/null
 ! @/factory/p is not read, because there is a product 'P', and product names may not differ only in case
 $ qbsettings check
-@/factory/p/p.settings: warning: is never read, because there is a product 'P', and product names may not differ only in case
+@/factory/p/p.settings: warning: is never read, because there is a product 'P', and product names may not differ only in case [never-read]
 $ SETTINGS_FACTORYDIR=$PWD/none qbsettings list
 ! there are no products in @/none and in @/user; 'qbsettings new-product' makes one
 )");

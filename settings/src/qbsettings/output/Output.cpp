@@ -139,6 +139,8 @@ void Output::note(std::string const& name, Cell const& cell) {
     if (document_) (*document_)[fieldName(name)] = cell.json();
 }
 
+void Output::show(Json const& document) { document_ = std::make_unique<Json>(document); }
+
 void Output::noteMember(char const* list, Cell const& cell) {
     if (document_) (*document_)[list].push_back(cell.json());
 }

@@ -53,6 +53,8 @@ public:
     void note(char const* list, Row const& row);
     void note(std::string const& name, Cell const& cell);
     /// @}
+    /// The document is this one, whatever the form.
+    void show(Json const& document);
     /// A member of a list of the record that has no columns, in JSON alone.
     void noteMember(char const* list, Cell const& cell);
 
