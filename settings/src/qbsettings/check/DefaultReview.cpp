@@ -1,6 +1,6 @@
 #include <qbsettings/check/DefaultReview.hpp>
 
-#include <qbsettings/store/FaultSearch.hpp>
+#include <qbsettings/check/NamePath.hpp>
 #include <qbsettings/store/KeyState.hpp>
 #include <qbsettings/text/Rules.hpp>
 #include <qbsettings/text/Text.hpp>
@@ -44,11 +44,11 @@ private:
     }
 
     void reviewKey(Markup const& value, SettingsPtr const& key) {
-        if (!isStoredOn(key, "user")) return;
         auto const description = settings::core::describeKey(key);
+        if (description.storedLevels.empty()) return;
         std::string const refused = refusedElement(description, valueOn(key, "user"));
         if (refused.empty()) return;
-        std::string const name = key->getFullName();
+        std::string const name = shownName(key->getFullName());
         findings_.push_back(
             {{file_,
               name + ": the default " + refused +

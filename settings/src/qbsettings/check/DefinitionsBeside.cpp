@@ -1,5 +1,6 @@
 #include <qbsettings/check/DefinitionsBeside.hpp>
 
+#include <qbsettings/check/NamePath.hpp>
 #include <qbsettings/store/KeyState.hpp>
 #include <qbsettings/text/Rules.hpp>
 #include <qbsettings/text/Text.hpp>
@@ -14,33 +15,34 @@ using settings::core::Markup;
 std::vector<Finding> DefinitionsBeside::add(qf::ustring const& file, Markup const& top,
                                             SettingsPtr const& content) {
     std::vector<Finding> findings;
-    addGroup(file, top, content, findings);
+    addGroup({file, top, content, 0}, findings);
     return findings;
 }
 
-void DefinitionsBeside::addGroup(qf::ustring const& file, Markup const& group,
-                                 SettingsPtr const& content, std::vector<Finding>& findings) {
-    for (Markup const& child : group.children) {
+void DefinitionsBeside::addGroup(Group const& group, std::vector<Finding>& findings) {
+    qf::ustring const& file = group.file;
+    for (Markup const& child : group.markup.children) {
         bool const isKey = child.tag == "key";
         if (!isKey && child.tag != "settings") continue;
-        SettingsPtr const node = content->getChild(child.attribute("name"));
+        SettingsPtr const node = group.content->getChild(child.attribute("name"));
         if (!node || node->isLeafNode() != isKey) continue;
+        Place const place{group.id, settings::core::detail::foldedAscii(node->getName())};
         if (!isKey) {
-            addGroup(file, child, node, findings);
+            std::size_t const id = groups_.emplace(place, groups_.size() + 1).first->second;
+            addGroup({file, child, node, id}, findings);
             continue;
         }
-        std::string const name = node->getFullName();
         Definition here{file, child.line, child.column, aspectsOf(child, node)};
-        auto const [place, isNew] =
-            definitions_.emplace(settings::core::detail::foldedAscii(name), here);
+        auto const [known, isNew] = definitions_.emplace(place, here);
         if (isNew) continue;
-        Definition const& before = place->second;
+        Definition const& before = known->second;
         std::vector<std::string> differing;
         for (auto const& [aspect, text] : here.aspects) {
             auto const other = before.aspects.find(aspect);
             if (other != before.aspects.end() && other->second != text) differing.push_back(aspect);
         }
         if (differing.empty()) continue;
+        std::string const name = shownName(node->getFullName());
         findings.push_back({{file,
                              name + ": it is defined otherwise at " + pathText(before.file) + ":" +
                                  std::to_string(before.line) + ":" + std::to_string(before.column) +

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <qbsettings/check/Finding.hpp>
@@ -28,10 +29,19 @@ private:
     };
 
     static Aspects aspectsOf(settings::core::Markup const& element, SettingsPtr const& key);
-    void addGroup(qf::ustring const& file, settings::core::Markup const& group,
-                  SettingsPtr const& content, std::vector<Finding>& findings);
+    struct Group {
+        qf::ustring const& file;
+        settings::core::Markup const& markup;
+        SettingsPtr content;
+        std::size_t id;
+    };
+    /// The id of a group and a name in it, folded: full names of a deep tree take too much.
+    using Place = std::pair<std::size_t, std::string>;
 
-    std::map<std::string, Definition> definitions_;
+    void addGroup(Group const& group, std::vector<Finding>& findings);
+
+    std::map<Place, std::size_t> groups_;
+    std::map<Place, Definition> definitions_;
 };
 
 }  // namespace qbsettings

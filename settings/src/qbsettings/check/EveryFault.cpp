@@ -4,6 +4,7 @@
 #include <limits>
 #include <map>
 #include <string>
+#include <utility>
 
 #include <qbsettings/store/FaultPlace.hpp>
 #include <qbsettings/store/FaultSearch.hpp>
@@ -66,7 +67,7 @@ public:
 
     std::vector<Fault> run() {
         search(0, units_.size());
-        for (auto const& [before, again] : twins_) {
+        for (auto const& [again, before] : twins_) {
             if (faults_.size() < most_) addTwin(units_[before], units_[again]);
         }
         return faults_;
@@ -89,7 +90,7 @@ private:
             std::size_t const unit = units_.size();
             if (isNode(child)) {
                 auto const [twin, isNew] = names.emplace(child.attribute("name"), unit);
-                if (!isNew) twins_.emplace_back(twin->second, unit);
+                if (!isNew) twins_.emplace(unit, twin->second);
             }
             if (child.tag == "settings") {
                 gather(child, self);
@@ -108,6 +109,11 @@ private:
         std::size_t const middle = begin + (end - begin) / 2;
         search(begin, middle);
         search(middle, end);
+    }
+
+    /// One of two of a name gets another, so that they are no fault of what they stand in together.
+    void rename(Markup& node, std::size_t unit) const {
+        if (twins_.count(unit) != 0) node.attributes["name"] = "twin-" + std::to_string(unit);
     }
 
     /// A file with some of the units, in groups of which only the names are left.
@@ -129,12 +135,18 @@ private:
                 text += "</settings>";
             for (auto each = missing.rbegin(); each != missing.rend(); ++each) {
                 Markup const& element = *units_[*each].element;
-                std::string tag = openingTag(*each == i ? emptied(element) : blameless(element));
+                Markup opened = *each == i ? emptied(element) : blameless(element);
+                if (end - begin > 1) rename(opened, *each);
+                std::string tag = openingTag(opened);
                 if (open.empty()) tag.insert(tag.size() - 1, settingsNamespace);
                 text += tag;
                 open.push_back(*each);
             }
-            if (!unit.isGroup) text += markupText(*unit.element, folder_);
+            if (unit.isGroup) continue;
+            bool const isTwin = end - begin > 1 && twins_.count(i) != 0;
+            Markup other = isTwin ? *unit.element : Markup();
+            rename(other, i);
+            text += markupText(isTwin ? other : *unit.element, folder_);
         }
         for (; !open.empty(); open.pop_back())
             text += "</settings>";
@@ -155,7 +167,8 @@ private:
             Markup around = blameless(*units_[group].element);
             around.children.swap(inside);
             if (units_[group].around == none) return around;
-            inside = {around};
+            inside.clear();
+            inside.push_back(std::move(around));
         }
     }
 
@@ -204,7 +217,8 @@ private:
     qf::ustring const folder_;
     std::size_t const most_;
     std::vector<Unit> units_;  ///< In the order of the file, from the root's.
-    std::vector<std::pair<std::size_t, std::size_t>> twins_;
+    /// Units whose name another one has before them, with that.
+    std::map<std::size_t, std::size_t> twins_;
     std::vector<Fault> faults_;
     TemporaryFolder temporary_;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <qbsettings/check/NamePath.hpp>
 #include <qbsettings/store/KeyState.hpp>
 #include <qbsettings/store/NewValue.hpp>
 #include <qbsettings/text/Near.hpp>
@@ -58,7 +59,7 @@ private:
                           std::vector<SettingsPtr> const& definitions) {
         if (!file_.areAll || definitions.empty()) return;
         add(element, own, "undeclared-key",
-            own->getFullName() + ": no factory file declares it" +
+            shownName(own->getFullName()) + ": no factory file declares it" +
                 suggestionFor(own->getName(), definitions));
     }
 
@@ -81,7 +82,7 @@ private:
     void add(Markup const& place, SettingsPtr const& node, char const* id,
              std::string const& message) {
         findings_.push_back(
-            {{file_.path, message, place.line, place.column, node->getFullName()}, id});
+            {{file_.path, message, place.line, place.column, shownName(node->getFullName())}, id});
     }
 
     void reviewKey(Markup const& element, SettingsPtr const& own, SettingsPtr const& target) {
@@ -100,9 +101,10 @@ private:
             return;
         }
         if (isStoredOn(target, "factory") && isSame(value, valueOn(target, "factory"))) {
+            std::string const name = shownName(target->getFullName());
             add(firstValue(element), target, "same-as-factory",
-                target->getFullName() + ": it is the factory's value; 'qbsettings unset " +
-                    target->getFullName() + "' makes it follow a new one");
+                name + ": it is the factory's value; 'qbsettings unset " + name +
+                    "' makes it follow a new one");
         }
     }
 

@@ -74,10 +74,10 @@ std::string refusedElement(KeyDescription const& description, boost::any const& 
         auto const* const one = boost::any_cast<T>(&value);
         if (!array && !one) return;
         SettingsKeyMetaData<T> const rules(description.metaData);
-        std::vector<std::string> const texts = elementTexts(value);
         std::size_t const count = array ? array->size() : 1;
         for (std::size_t i = 0; i < count && refused.empty(); ++i) {
-            if (!isAllowed<T>(rules, array ? T((*array)[i]) : *one)) refused = inQuotes(texts[i]);
+            if (!isAllowed<T>(rules, array ? T((*array)[i]) : *one))
+                refused = inQuotes(elementTexts(value)[i]);
         }
     });
     return refused;
