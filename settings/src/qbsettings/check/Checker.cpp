@@ -2,6 +2,7 @@
 
 #include <qbsettings/check/Findings.hpp>
 #include <qbsettings/check/MarkupReview.hpp>
+#include <qbsettings/check/TextReview.hpp>
 #include <qbsettings/check/ValueReview.hpp>
 #include <qbsettings/errors/Errors.hpp>
 #include <qbsettings/output/Terminal.hpp>
@@ -58,6 +59,10 @@ void Checker::checkAll() {
 }
 
 void Checker::checkNamed(qf::ustring const& file) {
+    if (TextReview::isTextsFile(file) && fs::exists(file)) {
+        addAll(file, [&] { return TextReview(context_.directories, context_.tree).ofFile(file); });
+        return;
+    }
     std::string const name = context_.directories.productOfUserFile(file);
     SettingsPtr const product = name.empty() ? SettingsPtr() : context_.tree.root()->getChild(name);
     if (!product) {
@@ -91,7 +96,20 @@ void Checker::checkProduct(SettingsPtr const& product) {
     for (qf::ustring const& file : context_.directories.factoryFiles(name)) {
         if (SettingsPtr const content = checkFile(file, false)) factoryFiles.push_back(content);
     }
+    checkTexts(product, factoryFiles.size() == context_.directories.factoryFiles(name).size());
     if (fs::exists(context_.directories.userFile(name))) checkUserFile(product, factoryFiles);
+}
+
+void Checker::checkTexts(SettingsPtr const& product, bool isWhole) {
+    addAll(context_.directories.factoryFolder(product->getName()), [&] {
+        TextReview review(context_.directories, context_.tree);
+        std::vector<Warning> warnings = review.ofProduct(product, isWhole);
+        if (wantsTexts_) {
+            std::vector<Warning> const missing = review.ofMissing(product);
+            warnings.insert(warnings.end(), missing.begin(), missing.end());
+        }
+        return warnings;
+    });
 }
 
 void Checker::checkUserFile(SettingsPtr const& product,

@@ -22,9 +22,12 @@ public:
     void checkAll();
     /// A file that was named. That of a user is looked at beside its product.
     void checkNamed(qf::ustring const& file);
+    /// From now on keys without texts are found as well.
+    void wantTexts() { wantsTexts_ = true; }
 
 private:
     void checkProduct(SettingsPtr const& product);
+    void checkTexts(SettingsPtr const& product, bool isWhole);
     void checkUserFile(SettingsPtr const& product, std::vector<SettingsPtr> const& factoryFiles);
     SettingsPtr checkFile(qf::ustring const& file, bool ofUser);
     void checkMarkup(qf::ustring const& first, bool ofUser);
@@ -35,6 +38,7 @@ private:
     Findings& findings_;
     std::set<qf::ustring> reviewed_;
     NeverRead neverRead_;
+    bool wantsTexts_ = false;
 };
 
 }  // namespace qbsettings

@@ -18,6 +18,7 @@ class CheckCommand : public Command {
 public:
     void declare(Options& options) override {
         options.files(files_, "Files to check; those of all products if absent");
+        options.flag("--strict", strict_, "Also keys without a text that says what they are for");
         options.json();
     }
 
@@ -25,6 +26,7 @@ public:
         namespace fs = qf::filesystem;
         Findings findings(context.output);
         Checker checker(context, findings);
+        if (strict_) checker.wantTexts();
         context.tree.keepQuiet();
         if (files_.empty()) checker.checkAll();
         for (std::string const& file : files_)
@@ -34,6 +36,7 @@ public:
 
 private:
     std::vector<std::string> files_;
+    bool strict_ = false;
 };
 
 Registration<CheckCommand> const checkRegistration(

@@ -50,6 +50,8 @@ public:
     void note(char const* list, Row const& row);
     void note(std::string const& name, Cell const& cell);
     /// @}
+    /// A field with several columns, in rows alone.
+    void show(std::string const& name, Row const& row);
     /// A member of a list of the record that has no columns, in JSON alone.
     void noteMember(char const* list, Cell const& cell);
 
