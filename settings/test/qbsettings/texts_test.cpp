@@ -17,7 +17,7 @@ protected:
 {
   "$schema": "anything",
   "": {"summary": "A product"},
-  "width": {"summary": "How *wide*", "description": "One\n\n- two\\", "unit": "mm",
+  "width": {"summary": "How *wide*", "description": "One\n\n- two\\ ", "unit": "mm",
             "since": "3", "deprecated": "use p.mode"},
   "mode": {"summary": "How", "labels": {"fast": "At once", "fine": "With \"care\""}},
   "g": {"summary": "A group"}
@@ -53,7 +53,7 @@ kind→key
 summary→How *wide*
 description→One
 description→
-description→- two\\
+description→- two\\ 
 unit→mm
 since→3
 deprecated→use p.mode
@@ -100,7 +100,7 @@ How \*wide\*
 
 One
 
-- two\
+- two\ 
 
 Since 3.
 

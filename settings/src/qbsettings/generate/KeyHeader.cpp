@@ -58,11 +58,13 @@ std::vector<std::string> rulesOf(SettingsPtr const& key, KeyDescription const& d
     return {rules, texts.empty() ? "Default an empty array" : "Default " + join(texts, ", ")};
 }
 
-/// A text in a comment of one line; nothing for none but the mark of a line by itself.
+/// A text in a comment of one line. Of an empty one "///" is left, which parts two paragraphs.
 std::string commentOf(std::string const& mark, std::string const& text) {
-    if (text.empty()) return mark.front() == '/' ? mark : std::string();
+    std::string shown = asLine(text);
+    shown.erase(shown.find_last_not_of(' ') + 1);
+    if (shown.empty()) return mark.front() == '/' ? mark : std::string();
     // At its end a backslash would take the next line into the comment.
-    return mark + " " + asLine(text) + (text.back() == '\\' ? "." : "");
+    return mark + " " + shown + (shown.back() == '\\' ? "." : "");
 }
 
 }  // namespace
