@@ -10,17 +10,17 @@ namespace {
 bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool isLetterOrDigit(char c) { return isLetter(c) || (c >= '0' && c <= '9'); }
 
+bool isWord(std::string const& text, bool (*mayHave)(char)) {
+    return text.size() >= 2 && text.size() <= 8 && std::all_of(text.begin(), text.end(), mayHave);
+}
+
 }  // namespace
 
 bool isLanguage(std::string const& text) {
     // What comes from the environment becomes part of a path: nothing else gets through.
     std::size_t const end = std::min(text.find('_'), text.size());
-    if (end < 2 || end > 8 || !std::all_of(text.begin(), text.begin() + end, isLetter))
-        return false;
-    if (end == text.size()) return true;
-    std::size_t const rest = text.size() - end - 1;
-    return rest >= 2 && rest <= 8 &&
-           std::all_of(text.begin() + end + 1, text.end(), isLetterOrDigit);
+    return isWord(text.substr(0, end), isLetter) &&
+           (end == text.size() || isWord(text.substr(end + 1), isLetterOrDigit));
 }
 
 std::vector<std::string> languagesOfMessages() {
