@@ -19,16 +19,21 @@ public:
     void declare(Options& options) override {
         options.files(files_, "Files to check; those of all products if absent");
         options.flag("--strict", strict_, "Also keys without a text that says what they are for");
+        options.flag("--clean", clean_,
+                     "Remove the temporary folders that killed processes left, without FILE");
         options.json();
     }
 
     int run(Context& context) override {
         namespace fs = qf::filesystem;
+        if (clean_ && !files_.empty()) {
+            throw Failure(wrongUsage, "--clean is for the user directory, so without files");
+        }
         Findings findings(context.output);
         Checker checker(context, findings);
         if (strict_) checker.wantTexts();
         context.tree.keepQuiet();
-        if (files_.empty()) checker.checkAll();
+        if (files_.empty()) checker.checkAll(clean_);
         for (std::string const& file : files_)
             checker.checkNamed(fs::absolute(fs::from_native(file), fs::path()).str());
         return findings.areGood() ? done : refused;
@@ -37,6 +42,7 @@ public:
 private:
     std::vector<std::string> files_;
     bool strict_ = false;
+    bool clean_ = false;
 };
 
 Registration<CheckCommand> const checkRegistration(

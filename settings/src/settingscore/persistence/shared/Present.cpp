@@ -1,6 +1,7 @@
 #include <settingscore/persistence/shared/Present.hpp>
 
 #include <algorithm>
+#include <exception>
 #include <memory>
 #include <optional>
 
@@ -10,6 +11,7 @@
 #include <settingscore/persistence/SettingsFile.hpp>
 #include <settingscore/persistence/shared/Agreements.hpp>
 #include <settingscore/persistence/shared/Rendering.hpp>
+#include <settingscore/tree/MergeEngine.hpp>
 #include <settingscore/tree/NodeEdits.hpp>
 #include <settingscore/tree/NodeEvents.hpp>
 #include <settingscore/tree/NodeView.hpp>
@@ -88,6 +90,7 @@ public:
         }
         UpgradeTreeLock lock;
         if (isCurrent()) return 0;
+        needsAllFiles_ = true;
         readFiles();
         return takeIn(lock).value_or(0);
     }
@@ -104,7 +107,31 @@ private:
         }
     }
 
+    /// A file in which others changed values alone, the usual case, says all by itself: the
+    /// factory's files are not read. @return false if that is not to be known
+    bool readUserFileAlone() {
+        if (!known_ || !known_->stamp || needsAllFiles_) return false;
+        try {
+            auto const file = SettingsFile::userFileOf(product_->getName(), &level(), root_);
+            FileStamp const before = FileStamp::of(file);
+            if (!before.exists) return false;
+            copy_ = SettingsFile::loadSettingsObject(file);
+            if (!copy_ || FileStamp::of(file) != before) return false;
+            auto const empty =
+                boost::make_shared<SettingsImpl>(product_->getName(), false, boost::none);
+            detail::MergeEngine::takeFirstFile(*empty, *copy_, level());
+            isAnyFileThere_ = true;
+            stamp_ = before;
+            fault_.clear();
+            return copy_->getName() == product_->getName();
+        } catch (std::exception const&) {
+            return false;  // The load says what is wrong.
+        }
+    }
+
     void readFiles() {
+        isWhole_ = !readUserFileAlone();
+        if (!isWhole_) return;
         ustring errors;
         ProductLoader loader(product_->getName(), root_, errors);
         loader.readAll(true);
@@ -136,6 +163,10 @@ private:
             return removeProduct(lock, product_);
         }
         adoption.plan(*product_, *copy_);
+        if (!isWhole_ && !adoption.isOfCheckedValuesAlone()) {
+            needsAllFiles_ = true;
+            return std::nullopt;
+        }
         if (adoption.isEmpty()) {
             bool const isDone = Agreements::replace(product_, version, {stamp_, known_->image});
             return isDone ? std::optional<std::size_t>(0) : std::nullopt;
@@ -183,6 +214,8 @@ private:
     boost::shared_ptr<TreeRoot const> root_;
     std::optional<Agreement> known_;
     bool isAnyFileThere_ = false;
+    bool isWhole_ = false;  ///< The copy is what a load gives, and not the user file alone.
+    bool needsAllFiles_ = false;
     boost::shared_ptr<SettingsImpl> copy_;
     std::optional<FileStamp> stamp_;
     ustring fault_;
