@@ -131,8 +131,8 @@ p.list→array of string→user→a, b→x
 p.real→double→user→2→0.7
 $ qbsettings list --changed --json p.real && qbsettings list p.list p.real --level factory --long
 [{"name":"p.real","type":"double","level":"user","value":2,"factory":0.7}]
-p.list→array of string→factory→x→at least 1 value
-p.real→double→factory→0.7→0.5 to 8
+p.list→array of string→factory→x→at least 1 value→-→-
+p.real→double→factory→0.7→0.5 to 8→-→-
 $ qbsettings list --depth 1 && qbsettings list p --depth 1 2>/dev/null | grep lock
 p→group→-→
 p.locked→group→-→

@@ -71,8 +71,8 @@ $ qbsettings get p.computed --level user --json
 ! p.computed: it has no value on the level 'user'
 [3]
 $ qbsettings describe p.real --json && qbsettings describe p.locked --json
-{"name":"p.real","kind":"key","type":"double","elements":{"least":1,"most":1},"range":{"least":0.5,"most":8},"choices":[],"validator":null,"runtimeDefault":null,"session":{"source":null,"value":null},"user":{"source":"user","value":2},"factory":{"source":"factory","value":0.7},"inForce":{"source":"user","value":2},"readOnly":false,"visible":true,"version":4}
-{"name":"p.locked","kind":"group","readOnly":true,"visible":false,"version":4,"validator":null,"children":[{"kind":"key","name":"down"}]}
+{"name":"p.real","kind":"key","texts":null,"type":"double","elements":{"least":1,"most":1},"range":{"least":0.5,"most":8},"choices":[],"validator":null,"runtimeDefault":null,"session":{"source":null,"value":null},"user":{"source":"user","value":2},"factory":{"source":"factory","value":0.7},"inForce":{"source":"user","value":2},"readOnly":false,"visible":true,"version":4}
+{"name":"p.locked","kind":"group","texts":null,"readOnly":true,"visible":false,"version":4,"validator":null,"children":[{"kind":"key","name":"down"}]}
 $ qbsettings import q --json
 {"changes":[{"change":"added","name":"q.n","value":[3]}],"refused":[]}
 $ printf 'p.flag = 1\np.list = ["\\u0001"]' | qbsettings set-many --json 2>/dev/null
@@ -176,9 +176,12 @@ Try: qbsettings --host-root @/sketches list sketch
 )~" + std::string());
 }
 
-/// What the manual shows happens so.
-TEST_F(ExamplesTest, TheManualIsTrue) {
-    std::istringstream manual(qbtest::readFile(QB_SOURCE_DIR "/docs/qbsettings.md"));
+/// What a manual shows happens so.
+class ManualTest : public ExamplesTest, public ::testing::WithParamInterface<char const*> {};
+
+TEST_P(ManualTest, IsTrue) {
+    std::istringstream manual(
+        qbtest::readFile(std::string(QB_SOURCE_DIR "/docs/") + GetParam() + ".md"));
     std::string shown;
     bool isSession = false;
     for (std::string line; std::getline(manual, line);) {
@@ -201,6 +204,8 @@ TEST_F(ExamplesTest, TheManualIsTrue) {
     put("@/", "/home/ada/");
     put(QB_SOURCE_DIR "\n", "/opt/host\n");
     EXPECT_EQ(told, shown);
+    EXPECT_FALSE(shown.empty());
 }
+INSTANTIATE_TEST_SUITE_P(All, ManualTest, ::testing::Values("qbsettings", "texts"));
 
 }  // namespace

@@ -63,6 +63,7 @@ protected:
         std::string const shell = "cd '" + folder_.path().string() +
                                   R"('
             unset SETTINGS_WORKGROUPDIR ZENBAR_PREFDIR DISABLE_PREFCOPY3RELEASES QBHOST_LOG
+            unset LANG LC_ALL LC_MESSAGES
             export HOME=$PWD/home SETTINGS_FACTORYDIR=$PWD/factory SETTINGS_USERDIR=$PWD/user
             export QBHOST_ROOT=')" QB_SOURCE_DIR "' QBHOST_LIBRARY_PATH='" QB_TEST_PLUGIN_DIR
                                   ":" QB_BUILD_DIR

@@ -9,6 +9,7 @@
 #include <qbsettings/check/EveryFault.hpp>
 #include <qbsettings/check/Findings.hpp>
 #include <qbsettings/check/MarkupReview.hpp>
+#include <qbsettings/check/TextReview.hpp>
 #include <qbsettings/check/ValueReview.hpp>
 #include <qbsettings/errors/Errors.hpp>
 #include <qbsettings/output/Terminal.hpp>
@@ -124,6 +125,10 @@ void Checker::checkAll(bool clean) {
 }
 
 void Checker::checkNamed(qf::ustring const& file) {
+    if (TextReview::isTextsFile(file) && fs::exists(file)) {
+        addAll(file, [&] { return TextReview(context_.directories, context_.tree).ofFile(file); });
+        return;
+    }
     std::string const name = context_.directories.productOfUserFile(file);
     SettingsPtr const product = name.empty() ? SettingsPtr() : context_.tree.root()->getChild(name);
     if (!product) {
@@ -164,8 +169,21 @@ void Checker::checkProduct(SettingsPtr const& product) {
         if (files.size() > 1)
             addAll(file, [&] { return beside.add(file, readMarkup(file), content); });
     }
+    checkTexts(product, factoryFiles.size() == files.size());
     if (fs::exists(context_.directories.userFile(name)))
         checkUserFile(product, factoryFiles, factoryFiles.size() == files.size());
+}
+
+void Checker::checkTexts(SettingsPtr const& product, bool isWhole) {
+    addAll(context_.directories.factoryFolder(product->getName()), [&] {
+        TextReview review(context_.directories, context_.tree);
+        std::vector<Finding> findings = review.ofProduct(product, isWhole);
+        if (wantsTexts_) {
+            std::vector<Finding> const missing = review.ofMissing(product);
+            findings.insert(findings.end(), missing.begin(), missing.end());
+        }
+        return findings;
+    });
 }
 
 void Checker::checkUserFile(SettingsPtr const& product,

@@ -26,10 +26,13 @@ public:
     void checkAll(bool clean);
     /// A file that was named. That of a user is looked at beside its product.
     void checkNamed(qf::ustring const& file);
+    /// From now on keys without texts are found as well.
+    void wantTexts() { wantsTexts_ = true; }
 
 private:
     void add(Fault const& fault);
     void checkProduct(SettingsPtr const& product);
+    void checkTexts(SettingsPtr const& product, bool isWhole);
     void checkUserFile(SettingsPtr const& product, std::vector<SettingsPtr> const& factoryFiles,
                        bool areAll);
     SettingsPtr checkFile(qf::ustring const& file, bool ofUser);
@@ -45,6 +48,7 @@ private:
     std::set<qf::ustring> reviewed_;
     NeverRead neverRead_;
     FunctionReview functions_;
+    bool wantsTexts_ = false;
 };
 
 }  // namespace qbsettings

@@ -35,6 +35,11 @@ std::vector<FindingKind> const& findingKinds() {
         {"kept-aside", false, "A user file was set aside by a save"},
         {"left-over", false, "A process that was killed left a temporary folder"},
         {"never-read", false, "No load looks at a file or link"},
+        // Texts beside the factory files.
+        {"texts-fault", false, "A file of texts cannot be read, so that none of it is shown"},
+        {"texts-unknown", false, "A text is for what is not there"},
+        {"texts-unread", false, "No program asks for a file of texts"},
+        {"texts-missing", false, "A key has no text; found with --strict alone"},
         // Files of one product beside one another.
         {"differing-definitions", false, "Two files define a key, and not alike"},
         {"refused-value", false, "The factory files refuse a user's value"},

@@ -22,7 +22,7 @@ public:
                      "Remove the temporary folders that killed processes left, without FILE");
         options.json();
         options.flag("--sarif", form_.sarif, "Print a document of SARIF 2.1.0");
-        options.flag("--strict", form_.strict, "Count warnings as faults");
+        options.flag("--strict", form_.strict, "Count warnings as faults, and keys without a text");
     }
 
     int run(Context& context) override {
@@ -32,6 +32,7 @@ public:
         }
         Findings findings(context.output, form_);
         Checker checker(context, findings);
+        if (form_.strict) checker.wantTexts();
         context.tree.keepQuiet();
         if (files_.empty()) checker.checkAll(clean_);
         for (std::string const& file : files_)

@@ -145,6 +145,8 @@ void Output::noteMember(char const* list, Cell const& cell) {
     if (document_) (*document_)[list].push_back(cell.json());
 }
 
+void Output::show(std::string const& name, Row const& row) { print(row, name); }
+
 void Output::print(Row const& row, std::string const& front) {
     if (json_) return;
     hasRecords_ = records_ != nullptr;

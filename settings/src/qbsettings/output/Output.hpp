@@ -55,6 +55,8 @@ public:
     /// @}
     /// The document is this one, whatever the form.
     void show(Json const& document);
+    /// A field with several columns, in rows alone.
+    void show(std::string const& name, Row const& row);
     /// A member of a list of the record that has no columns, in JSON alone.
     void noteMember(char const* list, Cell const& cell);
 

@@ -11,6 +11,7 @@ Context::Context(DirectoryOptions const& options, Flags const& flags)
     : directories(options),
       tree(directories),
       writing(directories, tree, flags.replaceBroken),
+      texts(directories),
       output(flags.json) {
     // Standard output is for data alone.
     qbhost::setConsole(&complainInPieces, &complainInPieces);

@@ -2,6 +2,7 @@
 
 #include <qbsettings/output/Output.hpp>
 #include <qbsettings/store/Directories.hpp>
+#include <qbsettings/store/NodeTexts.hpp>
 #include <qbsettings/store/Tree.hpp>
 #include <qbsettings/store/Writing.hpp>
 
@@ -25,6 +26,7 @@ struct Context {
     Directories directories;
     Tree tree;
     Writing writing;
+    NodeTexts texts;
     Output output;
 };
 
