@@ -33,11 +33,8 @@ std::vector<std::string> Checker::run() {
     readFiles();
     for (int number = 0; number < options_.numbers(); ++number) {
         checkOwn(number);
-        for (std::string const& group : Place::ownGroups(number)) {
-            bool const isWhole =
-                deeds_[static_cast<std::size_t>(number)].empty() || isSavedTogether(number);
-            if (isWhole) checkTogether(group);
-        }
+        for (std::string const& group : Place::ownGroups(number))
+            checkTogether(group);
         if (killed_.count(number) == 0) checkState(number);
     }
     checkCommon();
@@ -91,7 +88,7 @@ void Checker::checkOwn(int number) {
             if (isOwnOf(number, key)) expected[key] = value;
         }
     }
-    // What was on its way is there or not, as a whole or, of what is not one save, each by itself.
+    // What was on its way is there or not; `checkTogether` looks whether as a whole.
     Values onTheWay;
     if (!deeds.empty() && deeds.back().end == Deed::End::none) {
         for (auto const& [key, value] : deeds.back().assigned) {
@@ -126,13 +123,6 @@ void Checker::checkCommon() {
         if (!isOwn && !isInitial && possible[key].count(value) == 0)
             lost(key + " is " + value + ", which nobody set");
     }
-}
-
-bool Checker::isSavedTogether(int number) const {
-    for (Deed const& deed : deeds_[static_cast<std::size_t>(number)]) {
-        if (!deed.isWhole) return false;
-    }
-    return true;
 }
 
 void Checker::checkTogether(std::string const& group) {

@@ -26,7 +26,6 @@ private:
     void checkFolder();
     void checkOwn(int number);
     void checkCommon();
-    bool isSavedTogether(int number) const;
     void checkTogether(std::string const& group);
     void checkState(int number);
     std::string const& inFiles(std::string const& key) const;

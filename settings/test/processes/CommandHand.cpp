@@ -34,7 +34,6 @@ public:
     }
     std::string keyOf(std::string const& node) const override { return node; }
     void remove(std::string const& node) override { run({"remove", node}); }
-    bool savesTogether() const override { return false; }
 
 private:
     static std::string scratch(std::string const& name) {

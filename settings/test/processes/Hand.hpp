@@ -26,8 +26,6 @@ public:
     virtual void remove(std::string const& node) = 0;
     /// Takes in what others did.
     virtual void refresh() {}
-    /// True if what is set together is one save.
-    virtual bool savesTogether() const = 0;
 };
 
 /// By the library, in the instance of this process; `ownKey` also gets values on "session".

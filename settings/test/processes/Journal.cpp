@@ -22,8 +22,8 @@ void Journal::write(std::string const& line) const {
         throw std::runtime_error("the journal cannot be written");
 }
 
-void Journal::begins(Values const& assigned, bool isWhole) {
-    std::string line = isWhole ? "whole" : "single";
+void Journal::begins(Values const& assigned) {
+    std::string line = "begin";
     for (auto const& [name, value] : assigned)
         line.append(" ").append(name).append(" ").append(value);
     write(line + "\n");
@@ -45,9 +45,8 @@ std::vector<Deed> Journal::read(std::filesystem::path const& file) {
         std::istringstream words(line);
         std::string first;
         words >> first;
-        if (first == "whole" || first == "single") {
+        if (first == "begin") {
             Deed deed;
-            deed.isWhole = first == "whole";
             for (std::string name, value; words >> name >> value;)
                 deed.assigned[name] = value;
             deeds.push_back(deed);

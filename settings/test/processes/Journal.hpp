@@ -11,9 +11,7 @@ namespace qbprocesses {
 /// What one number did, in the order in which it did it.
 struct Deed {
     enum class End { done, refused, failed, none };
-    Values assigned;  ///< What each key is to have; `noKey` for one that is removed.
-    /// All of it reaches the file in one piece.
-    bool isWhole = true;
+    Values assigned;      ///< What each key is to have; `noKey` for one that is removed.
     End end = End::none;  ///< None if the process was killed meanwhile.
     std::string reason;
 };
@@ -27,7 +25,7 @@ public:
     Journal(Journal const&) = delete;
     Journal& operator=(Journal const&) = delete;
 
-    void begins(Values const& assigned, bool isWhole);
+    void begins(Values const& assigned);
     void ended(Deed::End end, std::string const& reason = {});
 
     static std::vector<Deed> read(std::filesystem::path const& file);

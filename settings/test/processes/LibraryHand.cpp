@@ -62,7 +62,6 @@ public:
             throw std::runtime_error("a value on session is another one");
         keyGroup->setAny(own_.last, ++session_, "session");
     }
-    bool savesTogether() const override { return true; }
 
 private:
     /// A full name in two parts.

@@ -23,8 +23,8 @@ void Worker::run() {
 void Worker::settle() { refresh(); }
 
 template <class Work>
-bool Worker::doIt(Values const& assigned, bool isOwn, bool isWhole, Work const& work) {
-    journal_.begins(assigned, isWhole);
+bool Worker::doIt(Values const& assigned, bool isOwn, Work const& work) {
+    journal_.begins(assigned);
     try {
         work();
         journal_.ended(Deed::End::done);
@@ -58,31 +58,29 @@ std::string Worker::anyOwnGroup() {
 void Worker::set() {
     std::string const key = Place::key(anyOwnGroup(), 'k', below(Place::keys));
     int const value = nextValue();
-    if (doIt({{key, std::to_string(value)}}, true, true, [&] { hand_->set(key, value); }))
+    if (doIt({{key, std::to_string(value)}}, true, [&] { hand_->set(key, value); }))
         held_.insert(key);
 }
 
 void Worker::unset() {
     std::string const key = Place::key(anyOwnGroup(), 'k', below(Place::keys));
     if (held_.erase(key) == 0) return;
-    doIt({{key, noValue}}, true, true, [&] { hand_->unset(key); });
+    doIt({{key, noValue}}, true, [&] { hand_->unset(key); });
 }
 
 void Worker::setCommon() {
     std::string const key = Place::key("common", 'c', below(Place::keys));
     if (below(4) == 0) {
-        doIt({{key, noValue}}, false, true, [&] { hand_->unset(key); });
+        doIt({{key, noValue}}, false, [&] { hand_->unset(key); });
         return;
     }
     int const value = nextValue();
-    doIt({{key, std::to_string(value)}}, false, true, [&] { hand_->set(key, value); });
+    doIt({{key, std::to_string(value)}}, false, [&] { hand_->set(key, value); });
 }
 
 void Worker::setTogether() { setAllTo(anyOwnGroup(), true); }
 
-void Worker::setCommonTogether() {
-    if (hand_->savesTogether()) setAllTo("common.batch", false);
-}
+void Worker::setCommonTogether() { setAllTo("common.batch", false); }
 
 void Worker::setAllTo(std::string const& group, bool isOwn) {
     std::vector<std::string> const keys = Place::batchKeys(group);
@@ -90,7 +88,7 @@ void Worker::setAllTo(std::string const& group, bool isOwn) {
     Values assigned;
     for (std::string const& key : keys)
         assigned[key] = std::to_string(value);
-    doIt(assigned, isOwn, hand_->savesTogether(), [&] { hand_->setTogether(keys, value); });
+    doIt(assigned, isOwn, [&] { hand_->setTogether(keys, value); });
 }
 
 void Worker::addOrRemove() {
@@ -98,11 +96,11 @@ void Worker::addOrRemove() {
         "common.dynamic.w" + std::to_string(number_) + "_" + std::to_string(below(3));
     std::string const key = hand_->keyOf(node);
     if (held_.erase(node) != 0) {
-        doIt({{key, noKey}}, true, true, [&] { hand_->remove(node); });
+        doIt({{key, noKey}}, true, [&] { hand_->remove(node); });
         return;
     }
     int const value = nextValue();
-    if (doIt({{key, std::to_string(value)}}, true, true, [&] { hand_->add(node, value); }))
+    if (doIt({{key, std::to_string(value)}}, true, [&] { hand_->add(node, value); }))
         held_.insert(node);
 }
 
@@ -110,15 +108,15 @@ void Worker::addOrRemoveShared() {
     std::string const node = "common.dynamic.s" + std::to_string(below(Place::shared));
     std::string const key = hand_->keyOf(node);
     if (below(2) == 0) {
-        doIt({{key, noKey}}, false, true, [&] { hand_->remove(node); });
+        doIt({{key, noKey}}, false, [&] { hand_->remove(node); });
         return;
     }
     int const value = nextValue();
-    doIt({{key, std::to_string(value)}}, false, true, [&] { hand_->add(node, value); });
+    doIt({{key, std::to_string(value)}}, false, [&] { hand_->add(node, value); });
 }
 
 void Worker::refresh() {
-    doIt({}, true, true, [&] { hand_->refresh(); });
+    doIt({}, true, [&] { hand_->refresh(); });
 }
 
 }  // namespace qbprocesses

@@ -24,7 +24,7 @@ public:
 private:
     /// False if the operation did not happen.
     template <class Work>
-    bool doIt(Values const& assigned, bool isOwn, bool isWhole, Work const& work);
+    bool doIt(Values const& assigned, bool isOwn, Work const& work);
     void step();
     void set();
     void unset();

@@ -39,11 +39,11 @@ TEST_F(FailureTest, AChangeThatMayNotOutliveAPowerFailureIsSaidToBeThere) {
                   "p.n→user→7;p.t→factory→x;p.z→user→7\n"
                   "$ printf 'p.n = 9\\nq.n = 8' | plain qbsettings set-many\n"
                   "! @/user/p.settings cannot be written: Permission denied\n"
-                  "! saved: p; not saved: q\n[1]\n" +
+                  "! saved: p, q\n[1]\n" +
                   list + "p.n→user→9;p.t→factory→x;p.z→user→7\n");
     expectSession("$ plain qbsettings add-group new\n! new: @/user/new" +
                   message.substr(message.find(".settings")) +
-                  "$ chmod 700 user && ls user\nnew.settings\np.settings\n");
+                  "$ chmod 700 user && ls user\nnew.settings\np.settings\nq.settings\n");
 }
 
 TEST_F(FailureTest, WhatStoppedMidwayIsReportedByName) {
@@ -153,8 +153,7 @@ TEST_F(FailureTest, AProductThatIsThereButCouldNotBeListedIsNotReplaced) {
 #ifndef __SANITIZE_ADDRESS__  // Which needs descriptors of its own.
 TEST_F(FailureTest, WithoutDescriptorsNothingIsTakenForMissing) {
     expectSession(R"($ (exec 3>&- 4>&- 5>&- 6>&- 7>&-; ulimit -n 4 && qbsettings set p.n 3)
-! @/factory: cannot be listed: Too many open files
-! there may be a setting 'p.n' in a folder that cannot be listed
+! p.n: @/user/p.settings cannot be written: Too many open files
 [1]
 $ ls user
 )");

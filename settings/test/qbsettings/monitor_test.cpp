@@ -65,7 +65,8 @@ N
 
 /// Most of the time of the command that is ended passes in saves.
 TEST_F(BesideOthers, EndedAtAnyMomentItLeavesNoTemporaryFolder) {
-    expectSession(R"($ qbsettings add-group own && for k in {1..30}; do echo "own.k$k = $k"; done >lines
+    expectSession(
+        R"($ qbsettings add-group own && for k in {1..30}; do echo "own.k$k = $k"; done >lines
 > qbsettings add own.k0 --type int32 0 && sed 's/>0</>1</' user/own.settings >one
 > for k in {1..30}; do sed -n '/<key/,/<.key>/p' one | sed "s/k0/k$k/"; done >keys
 > sed -i '/<.settings>/{
@@ -87,7 +88,8 @@ TEST_F(BesideOthers, EndedAtAnyMomentItLeavesNoTemporaryFolder) {
 }
 
 TEST_F(BesideOthers, CheckTellsOfWhatKilledProcessesLeftAndRemovesIt) {
-    expectSession(R"($ cd user && mkdir temp0x12ab34cd0x1 temp0x12ab34cd0x2 temp0x1 temporary temp0xfedcba980x12345678
+    expectSession(
+        R"($ cd user && mkdir temp0x12ab34cd0x1 temp0x12ab34cd0x2 temp0x1 temporary temp0xfedcba980x12345678
 > touch temp0x12ab34cd0x1/p.settings && touch -d '25 hours ago' temp0x1 temporary temp0x12ab34cd0x1 temp0xfedcba980x12345678
 $ qbsettings check --clean p.settings
 ! --clean is for the user directory, so without files
@@ -98,8 +100,9 @@ $ qbsettings check
 $ qbsettings check --clean --json
 [{"kind":"warning","file":"@/user/temp0x12ab34cd0x1","line":null,"column":null,"message":"was left by a process that was killed while it saved, and is removed now","code":"left-over"},{"kind":"warning","file":"@/user/temp0xfedcba980x12345678","line":null,"column":null,"message":"was left by a process that was killed while it saved, and is removed now","code":"left-over"}]
 $ qbsettings check && ls user
-ls: cannot access 'user': No such file or directory
-[2]
+temp0x1
+temp0x12ab34cd0x2
+temporary
 )");
 }
 

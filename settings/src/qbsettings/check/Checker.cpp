@@ -44,11 +44,13 @@ void findKeptAside(qf::ustring const& folder, Findings& findings) {
 /// The temporary folders that killed processes left in the folder; removes them if told.
 void findLeftOvers(qf::ustring const& folder, bool clean, Findings& findings) {
     for (qf::ustring const& leftOver : settings::core::leftOverFolders(folder)) {
-        std::string message = "left by a process that was killed while it saved; 'check --clean' removes it";
+        std::string message =
+            "left by a process that was killed while it saved; 'check --clean' removes it";
         if (clean) {
             try {
                 fs::remove_all(leftOver);
-                message = "was left by a process that was killed while it saved, and is removed now";
+                message =
+                    "was left by a process that was killed while it saved, and is removed now";
             } catch (fs::FsysExceptionBase const& error) {
                 findings.add(Fault{leftOver, "cannot be removed: " + error.reason()});
                 continue;

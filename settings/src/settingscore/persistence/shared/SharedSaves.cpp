@@ -187,22 +187,37 @@ void makeDirectory(fs::path const& folder) {
     }
 }
 
+/// Of locks that cannot be had the error of a save that fails; work that throws is its own affair.
+template <class Work>
+void underLock(boost::shared_ptr<SettingsImpl const> const& product, fs::path const& folder,
+               fs::path const& file, Work const& work) {
+    try {
+        FileLock const lock(folder, SharedSaves::longestWait());
+        EndingHeld const held;
+        work();
+    } catch (FileLockFailure const& failure) {
+        if (failure.errorNumber() == EACCES || failure.errorNumber() == EROFS) {
+            msg::throwMessage<msg::NoWritePermissionOnDirectory>(
+                folder.str(), std::string(failure.what()).c_str());
+        }
+        throw exception::ErrorWriteToTempSettingsFile(product, file.str(), failure.errorNumber(),
+                                                      qf::i18n::to_ustring(failure.what()));
+    }
+}
+
 }  // namespace
 
 void SharedSaves::save(SettingsFile::Save const& save, SaveSettingsFunctor const& functor) {
     makeDirectory(save.folder);
-    try {
-        FileLock const lock(save.folder, longestWait());
-        EndingHeld const held;
+    underLock(save.product, save.folder, save.file, [&] {
         LeftOvers::removeDead(save.folder);
         SharedSave(save, functor).run();
-    } catch (FileLockFailure const& failure) {
-        if (failure.errorNumber() == EACCES || failure.errorNumber() == EROFS) {
-            msg::throwMessage<msg::NoWritePermissionOnDirectory>(
-                save.folder.str(), std::string(failure.what()).c_str());
-        }
-        fail(save, failure.errorNumber(), failure.what());
-    }
+    });
+}
+
+void SharedSaves::remove(fs::path const& file) {
+    fs::path const folder = file.parent_path();
+    if (fs::exists(folder)) underLock({}, folder, file, [&] { fs::remove(file); });
 }
 
 bool SharedSaves::areOn() { return areSharedSavesOn.load(std::memory_order_relaxed); }
