@@ -166,7 +166,7 @@ TEST_F(ExamplesTest, OfTheHelpRun) {
 > for c in $(cat commands)
 > do qbsettings help $c | sed -n "s/^Example: /$c /p"
 > done >examples && diff commands <(cut -d ' ' -f 1 examples)
-$ printf 'plotter.lineWidth = 0.7\n' >changes.txt && export EDITOR=true
+$ printf 'plotter.lineWidth = 0.7\n' >changes.txt && export EDITOR='sed -i s/0.7/0.6/'
 > cp factory/editor/editor.settings mine.settings
 > cp factory/plotter/palettes.settings plotter.settings
 > export QBHOST_LIBRARY_PATH=)~" QB_BUILD_DIR R"~(/settings/examples/lib
