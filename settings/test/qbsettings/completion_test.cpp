@@ -22,13 +22,12 @@ protected:
         std::string script = "cat >lines <<'END'\n" + lines + "END\n";
         // A shell reads its keys one by one, so that nothing is to be waited for but its start. The
         // line is printed by going to its begin.
-        script += R"~(printf 'echo sta""rted\n' >keys
-while read -r line; do
+        script += R"~(while read -r line; do
     printf "$(sed 's/%/%%/g;s/\^/\\t/g' <<<"$line")\001printf '<%%s>' \n"
-done < <(sed 's/\\/\\\\/g' lines) >>keys
-printf 'exit\n' >>keys
+done < <(sed 's/\\/\\\\/g' lines) >keys
+printf 'echo fin""ished; exit\n' >>keys
 rm -f seen
-{ for i in {1..100}; do grep -q ready seen 2>/dev/null && break; sleep 0.1; done; cat keys; for i in {1..190}; do grep -q "^exit" seen && break; sleep 0.1; done; } |
+{ for i in {1..100}; do grep -q ready seen 2>/dev/null && break; sleep 0.1; done; cat keys; for i in {1..190}; do grep -q finished seen && break; sleep 0.1; done; } |
     TERM=dumb COLUMNS=400 timeout 20 script -qefc ')~" +
                   start + R"~(' seen >/dev/null
 tr -d '\r' <seen | grep -o '<qbsettings>.*>' | sed 's/<qbsettings>//;s/ready.*//'
@@ -81,16 +80,18 @@ TEST_F(CompletionTest, OfZsh) {
     }
     run("mkdir -p zd && cat >zd/.zshrc <<'END'\nfpath=(" QB_SOURCE_DIR
         "/packaging/completion $fpath)\nautoload -U compinit && compinit -u -d $PWD/dump\n"
-        "bindkey -e\nunsetopt zle_bracketed_paste\nPS1='ready '\nEND");
+        "bindkey -e\nunsetopt prompt_sp prompt_cr\nPS1='ready '\nEND");
     EXPECT_EQ(typed("env ZDOTDIR=$PWD/zd zsh -i", R"(qbsettings set p.si^ A^
 qbsettings set p.size 'big o^
 qbsettings set p.flag --level u^ f^
 qbsettings add p.x --type array\ of\ bo^
+qbsettings set "p.fl^ t^
 )"),
               R"(<set><p.size><A4>
 <set><p.size><big one>
 <set><p.flag><--level><user><false>
 <add><p.x><--type><array of bool>
+<set><p.flag><true>
 )");
 }
 

@@ -46,12 +46,12 @@ Json objectOf(Row const& row) {
 
 }  // namespace
 
-Output::Output(bool json) : json_(json), terminal_(isOutputTerminal()) {}
+Output::Output(Form form) : form_(form), terminal_(isOutputTerminal()) {}
 
 Output::~Output() = default;
 
 void Output::begin(Json const& document, bool aligned) {
-    document_ = json_ ? std::make_unique<Json>(document) : nullptr;
+    document_ = form_ == Form::json ? std::make_unique<Json>(document) : nullptr;
     gathered_.clear();
     gathers_ = aligned && terminal_;
 }
@@ -102,7 +102,7 @@ void Output::list(char const* name) {
 }
 
 void Output::line(std::string const& text) {
-    if (json_) return;
+    if (form_ != Form::rows) return;
     // In step with a progress line on the same terminal.
     bool const interleaved = eraseProgress();
     std::cout << text << '\n';
@@ -126,7 +126,7 @@ void Output::noteMember(char const* list, Cell const& cell) {
 }
 
 void Output::print(Row const& row, std::string const& front) {
-    if (json_) return;
+    if (form_ != Form::rows) return;
     hasRecords_ = records_ != nullptr;
     if (gathers_) {
         std::vector<Cell>& cells = gathered_.emplace_back();

@@ -17,7 +17,9 @@ namespace qbsettings {
 /// Rows are printed as they come; on a terminal those of a table or a record at the end, aligned.
 class Output {
 public:
-    explicit Output(bool json);
+    enum class Form { rows, json, nothing };
+
+    explicit Output(Form form);
     ~Output();
     Output(Output const&) = delete;
     Output& operator=(Output const&) = delete;
@@ -63,7 +65,7 @@ private:
     /// Puts the record, if there is one, to the others.
     void endRecord();
 
-    bool const json_;
+    Form const form_;
     bool const terminal_;
     bool gathers_ = false;            ///< Rows are kept, to be aligned.
     std::unique_ptr<Json> records_;   ///< Those that are whole, if there are several.

@@ -2,6 +2,7 @@
 
 #include <qbhost/QbHost.hpp>
 #include <qbsettings/output/Complaints.hpp>
+#include <qbsettings/output/Terminal.hpp>
 #include <settingscore/persistence/DurableSaving.hpp>
 
 namespace qbsettings {
@@ -10,7 +11,10 @@ Context::Context(DirectoryOptions const& options, Flags const& flags)
     : directories(options),
       tree(directories),
       writing(directories, tree, flags.replaceBroken),
-      output(flags.json) {
+      output(flags.quiet  ? Output::Form::nothing
+             : flags.json ? Output::Form::json
+                          : Output::Form::rows) {
+    if (flags.quiet) Progress::turnOff();
     // Standard output is for data alone.
     qbhost::setConsole(&complainInPieces, &complainInPieces);
     settings::core::turnOnDurableSaving();
