@@ -170,6 +170,9 @@ $ qbsettings unset p --all
 $ qbsettings get Real
 ! there is no setting 'Real'; did you mean 'p.real'?
 [3]
+$ qbsettings get comptued
+! there is no setting 'comptued'; did you mean 'p.computed'?
+[3]
 $ qbsettings get p/real
 ! there is no setting 'p/real'; did you mean 'p.real'?
 [3]

@@ -54,7 +54,7 @@ elements         exactly 1 value
 user             ESC[2m-ESC[0m
 in force         ESC[36mfactoryESC[0m  0.7
 p.real  double  factory  0.7
-$ TERM=xterm script -qec 'qbsettings list | cat; qbsettings check' /dev/null | tr '\r\33' '\n^' >screen
+$ TERM=xterm script -qec 'qbsettings --quiet check; qbsettings list | cat; qbsettings check' /dev/null | tr '\r\33' '\n^' >screen
 > grep reading screen; tail -n 2 screen && echo
 ^[Kchecking product 22 of 22
 ^[K
@@ -81,6 +81,31 @@ $ printf 'p.flag = 1\np.list = ["\\u0001"]' | qbsettings set-many --json 2>/dev/
 $ touch $'user/\xFF.settings' && echo $(qbsettings complete)
 p. q. �.
 $ qbsettings complete $'\xFF' && SETTINGS_USERDIR= ZENBAR_PREFDIR=relative qbsettings complete p
+)~");
+}
+
+TEST_F(UsageTest, CommandsThatWriteSpeakJsonOrNothing) {
+    expectSession(
+        R"~($ qbsettings add-group q --json && qbsettings add q.n --type int8 3 --json
+{"added":"q"}
+{"added":"q.n"}
+$ qbsettings unset q.n --json && qbsettings remove q.n --json
+{"removed":["q.n"]}
+{"removed":["q.n"]}
+$ qbsettings set p.real 2 && qbsettings export p.real --to out --json
+{"written":"out"}
+$ qbsettings make-factory out --to made --json && qbsettings generate made.settings --json 2>&1 | grep -c cannot
+{"written":"made"}
+1
+[1]
+$ qbsettings generate ./made --json | grep -o '^{"header":"//'
+{"header":"//
+$ qbsettings --quiet get p.real && qbsettings list p.real --quiet --json && qbsettings set p.flag YES --quiet
+$ qbsettings get --quiet p.unset
+! p.unset: it has no value
+[3]
+$ qbsettings diff out --quiet
+[1]
 )~");
 }
 
@@ -166,7 +191,7 @@ TEST_F(ExamplesTest, OfTheHelpRun) {
 > for c in $(cat commands)
 > do qbsettings help $c | sed -n "s/^Example: /$c /p"
 > done >examples && diff commands <(cut -d ' ' -f 1 examples)
-$ printf 'plotter.lineWidth = 0.7\n' >changes.txt && export EDITOR=true
+$ printf 'plotter.lineWidth = 0.7\n' >changes.txt && export EDITOR='sed -i s/0.7/0.6/'
 > cp factory/editor/editor.settings mine.settings
 > cp factory/plotter/palettes.settings plotter.settings
 > export QBHOST_LIBRARY_PATH=)~" QB_BUILD_DIR R"~(/settings/examples/lib

@@ -32,6 +32,7 @@ public:
                      "Namespace around that of the product, such as app::settings");
         options.text("--to", to_, Options::Is::optional, "FILE",
                      "File to write or replace; standard output if absent");
+        options.json();
     }
 
     int run(Context& context) override {
@@ -91,7 +92,9 @@ private:
     }
 
     void put(Context& context, std::string const& header) const {
+        context.output.beginRecord();
         if (to_.empty()) {
+            context.output.note("header", header);
             context.output.line(header.substr(0, header.size() - 1));
             return;
         }
@@ -101,6 +104,7 @@ private:
         stream.close();
         if (!stream) throw Failure("cannot write " + to_);
         file.commit();
+        context.output.note("written", to_);
     }
 
     std::string source_;

@@ -10,7 +10,8 @@ namespace qbsettings {
 
 /// What commands of many kinds take.
 struct Flags {
-    bool json = false;  ///< Print JSON in the place of rows.
+    bool json = false;   ///< Print JSON in the place of rows.
+    bool quiet = false;  ///< Print messages alone.
     bool replaceBroken =
         false;  ///< Set a user file aside that cannot be read, and write a new one.
 };
