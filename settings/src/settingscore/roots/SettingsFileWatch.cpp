@@ -5,7 +5,6 @@
 #include <exception>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <settingscore/levels/SettingsLevelManager.hpp>
@@ -33,7 +32,7 @@ SettingsLevel const& userLevel() { return SettingsLevelManager::userLevel(); }
 
 class SettingsFileWatch::Impl {
 public:
-    explicit Impl(ZcrID id) : id_(std::move(id)) { follow(); }
+    explicit Impl(ZcrID id) : id_(id) { follow(); }
 
     int descriptor() const { return watch_.descriptor(); }
 
@@ -123,7 +122,7 @@ private:
     Listing listing_;
 };
 
-SettingsFileWatch::SettingsFileWatch(ZcrID id) : impl_(std::make_unique<Impl>(std::move(id))) {}
+SettingsFileWatch::SettingsFileWatch(ZcrID id) : impl_(std::make_unique<Impl>(id)) {}
 
 SettingsFileWatch::~SettingsFileWatch() = default;
 
