@@ -13,7 +13,8 @@ public:
     /// Of the tree that `node` belongs to, from its top.
     explicit FactoryFile(boost::shared_ptr<SettingsImpl const> const& node) : node_(node) {}
 
-    /// Gives the tree its version, if it has none; holds the tree shared while it writes.
+    /// Gives the tree this version in the place of any other; holds the tree shared while it
+    /// writes.
     void write(ustring const& path, unsigned int version) const;
 
 private:

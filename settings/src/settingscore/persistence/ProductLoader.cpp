@@ -32,7 +32,9 @@ void ProductLoader::readAll(bool withStamp) {
         }
         for (Path const& file : SettingsFile::getAllSettingsFileForProduct(name_, &*level, root_)) {
             isAnyFileThere_ = true;
+            std::size_t const errorsBefore = errors_.size();
             read(file, *level);
+            if (errors_.size() == errorsBefore) ++factoryFiles_;
         }
     }
 }
@@ -118,7 +120,8 @@ void SettingsImpl::loadSettingsOnce(ustring& errors) {
     ProductLoader loader(name, root, errors);
     loader.readAll(isShared);
     if (boost::shared_ptr<SettingsImpl> const merged = loader.result()) acceptChildren(*merged);
-    if (isShared && root) Agreements::loaded(shared_from_this(), loader.userStamp());
+    if (isShared && root)
+        Agreements::loaded(shared_from_this(), loader.userStamp(), loader.factoryFiles());
     if (loader.result()) return;
     // Made in memory, there is nothing to load; or the lines say why nothing could be.
     if (content_.visible || loader.isAnyFileThere()) return;

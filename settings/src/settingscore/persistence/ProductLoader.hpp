@@ -28,6 +28,8 @@ public:
         return isFirstRead_ ? merged_ : boost::shared_ptr<SettingsImpl>();
     }
     bool isAnyFileThere() const { return isAnyFileThere_; }
+    /// Number of the factory's files that contributed.
+    std::size_t factoryFiles() const { return factoryFiles_; }
 
     /// True if all that the user file has, if there is one, is in the result.
     bool isUserFileWhole() const { return userFault_.empty(); }
@@ -54,6 +56,7 @@ private:
     ustring& errors_;
     bool isFirstRead_ = false;
     bool isAnyFileThere_ = false;
+    std::size_t factoryFiles_ = 0;
     ustring userFault_;
     std::optional<FileStamp> userStamp_;
 };

@@ -210,7 +210,9 @@ bool SettingsFile::replaceFile(Save const& save, SaveSettingsFunctor const& func
                                PlaceFunc const& place) {
     bool isReplaced = false;
     try {
-        inWorkFolder(save.folder, save.file.filename().str(), [&](WorkFolder const& folder) {
+        ustring const fileName =
+            qf::i18n::to_ustring(save.product->getName() + detail::settingsExtension);
+        inWorkFolder(save.folder, fileName, [&](WorkFolder const& folder) {
             saveToFileFunc_.load()(save.level, save.product, functor, folder.temporary);
             if (!isWritable(save.file)) {
                 givenUpFunc_.load()(GivenUp::noWritePermission, save.level, save.product,

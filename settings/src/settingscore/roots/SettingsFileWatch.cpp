@@ -5,7 +5,6 @@
 #include <exception>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <settingscore/levels/SettingsLevelManager.hpp>
@@ -33,7 +32,9 @@ SettingsLevel const& userLevel() { return SettingsLevelManager::userLevel(); }
 
 class SettingsFileWatch::Impl {
 public:
-    explicit Impl(ZcrID id) : id_(std::move(id)) { follow(); }
+    explicit Impl(ZcrID id) : id_(id) {
+        if (Root const root = follow()) listing_.update(root, directory_);
+    }
 
     int descriptor() const { return watch_.descriptor(); }
 
@@ -51,7 +52,7 @@ public:
         bool const isListed = listing_.update(root, directory_);
         for (boost::shared_ptr<SettingsImpl> const& product : productsOf(root)) {
             if (!product->contentInternal().loadOnce.isDone()) {
-                if (isListed && !listing_.names().count(product->getName()))
+                if (isListed && listing_.lost(product->getName()))
                     keep([&] { refreshed.changedNodes += Present::removeIfGone(*product); });
                 continue;
             }
@@ -62,7 +63,7 @@ public:
             });
         }
         if (isListed) {
-            for (std::string const& name : listing_.names())
+            for (std::string const& name : unknownTo(*root))
                 keep([&] { refreshed.changedNodes += Present::addProduct(root, name); });
         }
         if (failure) std::rethrow_exception(failure);
@@ -87,19 +88,34 @@ private:
             auto const now = std::chrono::system_clock::now().time_since_epoch();
             isTrusted_ = now - std::chrono::nanoseconds(stamp.changed) > step;
             auto const listed = SettingsFile::getSettingsTopLevelNodes(&userLevel(), root);
+            before_.swap(names_);
             names_ = {listed.begin(), listed.end()};
             directory_ = directory;
             stamp_ = stamp;
             return true;
         }
         std::set<std::string> const& names() const { return names_; }
+        /// True for a name that the list before had.
+        bool lost(std::string const& name) const {
+            return before_.count(name) && !names_.count(name);
+        }
 
     private:
         fs::path directory_;
         FileStamp stamp_;
         bool isTrusted_ = false;
         std::set<std::string> names_;
+        std::set<std::string> before_;
     };
+
+    std::vector<std::string> unknownTo(SettingsImplRoot const& root) const {
+        std::vector<std::string> unknown;
+        SharedTreeLock const lock;
+        NodeView const view(root, lock);
+        for (std::string const& name : listing_.names())
+            if (!view.child(name)) unknown.push_back(name);
+        return unknown;
+    }
 
     Root follow() {
         Root root = SettingsImpl::getSettingsImplRoot(id_);
@@ -123,7 +139,7 @@ private:
     Listing listing_;
 };
 
-SettingsFileWatch::SettingsFileWatch(ZcrID id) : impl_(std::make_unique<Impl>(std::move(id))) {}
+SettingsFileWatch::SettingsFileWatch(ZcrID id) : impl_(std::make_unique<Impl>(id)) {}
 
 SettingsFileWatch::~SettingsFileWatch() = default;
 

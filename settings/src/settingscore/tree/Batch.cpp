@@ -61,14 +61,17 @@ BatchErrors Batch::set(std::string const& levelName) const {
     SettingsLevel const& level = modifiableLevelOf(caller_, levelName);
     caller_.loadIfNotInitializedYet();
     bringUpToDate();
-    UpgradeTreeLock lock;
-    validateWithLock(lock, errors);
-    if (!errors.empty()) return errors;
     Changed changed;
-    std::exception_ptr const failure = failureOf([&] {
-        for (Element const* element = first_; element != last_; ++element)
-            setOne(lock, *element, level, changed);
-    });
+    std::exception_ptr failure;
+    {
+        UpgradeTreeLock lock;
+        validateWithLock(lock, errors);
+        if (!errors.empty()) return errors;
+        failure = failureOf([&] {
+            for (Element const* element = first_; element != last_; ++element)
+                setOne(lock, *element, level, changed);
+        });
+    }
     // What was stored reaches the file, whatever fails behind it.
     finishDespite(failure, [&] { saveOnce(changed, level); });
     return errors;

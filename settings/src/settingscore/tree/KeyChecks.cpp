@@ -120,6 +120,7 @@ void SettingsImpl::validateValueBasedOnParentRule(
 
 void SettingsImpl::validateValues(HeldLock const& lock,
                                   boost::shared_ptr<SettingsImpl const> const& parent) const {
+    if (!content_.isLeaf && content_.validator.get().which() != 0) return;
     detail::checkValuesUnder(*this, lock, parent);
 }
 

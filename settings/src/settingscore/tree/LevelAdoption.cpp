@@ -80,6 +80,8 @@ void LevelAdoption::plan(SettingsImpl& product, SettingsImpl const& copy) {
             if (canGo(node, place.path)) {
                 leave(node, place.path);
                 add(*place.parent, place.copy, place.path);
+            } else {
+                leftOtherKind_ = true;
             }
             continue;
         } else {
@@ -103,6 +105,7 @@ bool LevelAdoption::leave(SettingsImpl& node, PathHash path) {
             {Step::Kind::remove, node.getParentImpl(), node.shared_from_this(), nullptr, path, {}});
         return true;
     }
+    isPartial_ = true;
     NodeView const view(node, lock_);
     if (!view.isLeaf()) return false;
     bool const holdsIt = view.storedValues().hasValue(level_.position()) ||
@@ -163,7 +166,7 @@ void LevelAdoption::change(SettingsImpl& node, SettingsImpl const* copy, PathHas
 }
 
 bool LevelAdoption::isOfCheckedValuesAlone() const {
-    return std::all_of(steps_.begin(), steps_.end(), [this](Step const& step) {
+    return !leftOtherKind_ && std::all_of(steps_.begin(), steps_.end(), [this](Step const& step) {
         if (step.kind != Step::Kind::change) return false;
         NodeView const own(*step.node, lock_);
         bool const isDefined = own.isLeaf() && holdsValueBeside(own, level_) &&

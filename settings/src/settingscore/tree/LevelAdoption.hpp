@@ -54,6 +54,9 @@ public:
     /// that the factory defines: then the plan is the same whether the copy was made of all files
     /// of the product or of the one of this level alone.
     bool isOfCheckedValuesAlone() const;
+    /// True if the product keeps something that the copy has not, or as another thing, without its
+    /// having been changed in the product.
+    bool isPartial() const { return isPartial_ || leftOtherKind_; }
     bool isEmpty() const { return steps_.empty(); }
     /// Number of the nodes that have changed, came or went.
     std::size_t count() const { return adopted_.size(); }
@@ -85,6 +88,8 @@ private:
     SettingsLevel const& level_;
     Changes const& changes_;
     Kept const& kept_;
+    bool isPartial_ = false;
+    bool leftOtherKind_ = false;
     std::vector<Step> steps_;
     std::vector<Adopted> adopted_;
 };

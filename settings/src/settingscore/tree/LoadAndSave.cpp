@@ -19,6 +19,7 @@ namespace {
 LoadAndSave::Files files{};
 std::atomic<bool> isSaverDefault{true};
 std::atomic<decltype(LoadAndSave::Sharing::bringUpToDate)> bringUpToDateFunc{nullptr};
+std::atomic<decltype(LoadAndSave::Sharing::leftTree)> leftTreeFunc{nullptr};
 
 /// What was put in the place of the defaults.
 struct Replaced {
@@ -51,7 +52,14 @@ SettingsImpl::SaveFunc currentSaver() {
 
 void LoadAndSave::setFiles(Files const& registered) { files = registered; }
 
-void LoadAndSave::setSharing(Sharing const& sharing) { bringUpToDateFunc = sharing.bringUpToDate; }
+void LoadAndSave::setSharing(Sharing const& sharing) {
+    bringUpToDateFunc = sharing.bringUpToDate;
+    leftTreeFunc = sharing.leftTree;
+}
+
+void LoadAndSave::productLeft(boost::shared_ptr<SettingsImpl const> const& product) {
+    if (auto const function = leftTreeFunc.load(std::memory_order_relaxed)) function(product);
+}
 
 bool LoadAndSave::isShared() { return bringUpToDateFunc.load(std::memory_order_relaxed); }
 

@@ -41,11 +41,14 @@ public:
         /// Takes in what others wrote to a product before it is changed. The nodes stay, whatever
         /// they wrote. Called without a lock of the tree.
         void (*bringUpToDate)(SettingsImpl& product, LevelAdoption::Kept const& kept) = nullptr;
+        /// Told of a product that has left its tree. Called under whatever lock.
+        void (*leftTree)(boost::shared_ptr<SettingsImpl const> const& product) = nullptr;
     };
     static void setSharing(Sharing const& sharing);
     /// To be called before the lock is taken for a change of the products to which the nodes
     /// belong; a product or node that is not on a tree is left alone.
     static void bringUpToDate(LevelAdoption::Kept const& nodes);
+    static void productLeft(boost::shared_ptr<SettingsImpl const> const& product);
     /// True if files are shared: what one operation changes is then saved together at its end.
     static bool isShared();
 

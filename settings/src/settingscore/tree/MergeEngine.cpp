@@ -250,9 +250,8 @@ boost::shared_ptr<SettingsImpl> SettingsImpl::mergeSettingsObject(
     boost::shared_ptr<SettingsImpl> const& target, boost::shared_ptr<SettingsImpl> const& src,
     std::string const& levelName, bool* firstMergeDone, ustring& errors, ustring const& fileName) {
     if (!src) return target->clone();
-    auto const folded =
-        detail::MergeEngine::foldFile(target, src, *SettingsLevelManager::findLevel(levelName),
-                                      !*firstMergeDone, errors, fileName);
+    auto const folded = detail::MergeEngine::foldFile(
+        target, src, detail::levelOf(*target, levelName), !*firstMergeDone, errors, fileName);
     if (folded.isWhole) *firstMergeDone = true;
     return folded.result;
 }

@@ -111,24 +111,31 @@ void NodeEdits::remove(boost::shared_ptr<SettingsImpl> const& child) const {
         wasTopLevel = NodeView(*child, lock).isTopLevel();
         if (connected) levels = child->getLevelToUpdate(lock, true);
         if (!take(lock.get(), child)) return;
+        if (wasTopLevel) LoadAndSave::productLeft(child);
         failure = failureOf([&] { fireNodeEvent<SettingsRemoveNodeEvent>(node_, lock, child); });
+        // Where others bring a product in whose file they see, it goes before they can look.
+        if (connected && wasTopLevel && LoadAndSave::isShared())
+            return finishDespite(failure, [&] { deleteFiles(lock, *child, levels); });
     }
     if (!connected) return;
     finishDespite(failure, [&] {
         SharedTreeLock const lock;
-        NodeView const view(node_, lock);
-        if (!wasTopLevel) {
-            for (SettingsLevel const* level : levels)
-                LoadAndSave::save(*level, node_.shared_from_this(), lock);
-            return;
-        }
-        // A product of the same name that came in the meantime owns the files now, and a root that
-        // its instance has let go no longer writes.
-        boost::shared_ptr<TreeRoot const> const root = view.root();
-        if (!root || !root->isInUse() || view.child(child->getName())) return;
+        if (wasTopLevel) return deleteFiles(lock, *child, levels);
         for (SettingsLevel const* level : levels)
-            LoadAndSave::deleteFile(*level, child->getName());
+            LoadAndSave::save(*level, node_.shared_from_this(), lock);
     });
+}
+
+void NodeEdits::deleteFiles(HeldLock const& lock, SettingsImpl const& child,
+                            std::vector<SettingsLevel const*> const& levels) const {
+    // A product of the same name that came in the meantime owns the files now, and a root that its
+    // instance has let go no longer writes.
+    NodeView const view(node_, lock);
+    boost::shared_ptr<TreeRoot const> const root = view.root();
+    std::string const name = child.getName();
+    if (!root || !root->isInUse() || view.child(name)) return;
+    for (SettingsLevel const* level : levels)
+        LoadAndSave::deleteFile(*level, name);
 }
 
 bool NodeEdits::take(UpgradeLock& lock, boost::shared_ptr<SettingsImpl> const& child) const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include <boost/shared_ptr.hpp>
 #include <settingscore/tree/SettingsImpl.hpp>
 
@@ -32,6 +34,9 @@ public:
     static void addChild(SettingsImpl& parent, NodePtr const& child);
 
 private:
+    void deleteFiles(HeldLock const& lock, SettingsImpl const& child,
+                     std::vector<SettingsLevel const*> const& levels) const;
+
     SettingsImpl& node_;
     NodeContent& content_;
 };

@@ -115,10 +115,11 @@ Validator SettingsImpl::getValidatorFromParentChain(HeldLock const& lock) const 
 // --- Runtime default --------------------------------------------------------------------------
 
 void SettingsImpl::setRunTimeDefault(RunTimeDefault const& runTimeDefault) {
-    detail::Rare<RunTimeDefault> copy(runTimeDefault);
+    RunTimeDefault copy(runTimeDefault);
     UpgradeTreeLock lock;
     ExclusiveTreeLock const exclusive(lock.get());
-    content_.runTimeDefault.swap(copy);
+    // In its place, to which somebody may hold a reference.
+    content_.runTimeDefault.edit().swap(copy);
 }
 
 RunTimeDefault const& SettingsImpl::getRunTimeDefault() const {

@@ -69,7 +69,7 @@ void SettingsImpl::setAnyInternal(boost::any const& value, std::string const& le
 bool SettingsImpl::setAnyValueWithLock(UpgradeLock& lock, boost::any const& value,
                                        std::string const& level) {
     KeyValues::Change const change =
-        KeyValues::store(*this, lock, value, *SettingsLevelManager::findLevel(level));
+        KeyValues::store(*this, lock, value, detail::levelOf(*this, level));
     if (change.failure) std::rethrow_exception(change.failure);
     if (change.tellListeners) detail::fireValueChange(*this, lock);
     return change.made;

@@ -92,6 +92,53 @@ TEST_F(SharedSaving, WithoutTheModeTheLaterSaveUndoesTheEarlierOne) {
     EXPECT_EQ(valueInFile("plot.width"), "5");
 }
 
+TEST_F(SharedSaving, AProductThatIsTakenOutAndPutBackIsWrittenWhole) {
+    userFile("mine", intKey("k", "1") + intKey("l", "2"));
+    resetInstances();
+    set(0, "mine.k", 5);
+    auto const product = at("mine");
+    implRoot()->removeNode("mine");
+    EXPECT_FALSE(userFileExists("mine"));
+    product->setParent(implRoot());
+    EXPECT_EQ(valueInFile("mine.k"), "5");
+    EXPECT_EQ(valueInFile("mine.l"), "2");
+    refresh(0);
+    EXPECT_EQ(valueHere("mine.l"), "2");
+}
+
+TEST_F(SharedSaving, ASessionValueIsNoChangeOfTheUsers) {
+    valueHere("plot.width");
+    set(0, "plot.width", 6);
+    here("plot")->setAny("title", ustring(u"for now"), "session");
+    set(1, "plot.title", ustring(u"there"));
+    set(0, "plot.width", 7);
+    EXPECT_EQ(valueInFile("plot.title"), "string there");
+}
+
+TEST_F(SharedSaving, WhatStaysHereForItsSessionValueIsNotWrittenAgain) {
+    addKey(1, "plot", "own", 1);
+    here("plot")->setAny("own", 9, "session");
+    removeKey(1, "plot", "own");
+    refresh(0);
+    set(0, "plot.width", 7);
+    EXPECT_EQ(valueInFile("plot.own"), "gone");
+    EXPECT_EQ(valueHere("plot.own"), "9");
+}
+
+TEST_F(SharedSaving, AnotherUserDirectoryIsAnotherAgreement) {
+    userFile("mine", intKey("k", "1"));
+    resetInstances();
+    set(0, "mine.k", 2);
+    set(0, "plot.width", 6);
+    ZSettings::setSettingsFileLocation(BlessedZcrID, boost::none, boost::none,
+                                       toUString(folder() / "elsewhere"));
+    set(0, "plot.axes.grid", false);
+    refresh(0);
+    EXPECT_EQ(valueHere("mine.k"), "2");
+    EXPECT_EQ(valueHere("plot.width"), "6");
+    ZSettings::setSettingsFileLocation(BlessedZcrID, boost::none, boost::none, boost::none);
+}
+
 // --- The lock -------------------------------------------------------------------------------
 
 TEST_F(SharedSaving, ALockThatIsHeldIsWaitedForAndNamed) {
@@ -195,6 +242,16 @@ TEST_F(SharedSaving, AFileWrittenByHandIsTakenInAsALoadWould) {
     userFile("plot", "<key name=\"width\"><bool><value>1</value></bool></key>");
     EXPECT_NE(refresh(0).report, u"");
     EXPECT_EQ(valueHere("plot.width"), "7");
+    // Also where all else of the file is as it was.
+    set(0, "plot.width", 6);
+    std::string text = readUserFile("plot");
+    text.replace(text.find("<int32>"), 7, "<bool>");
+    text.replace(text.find("</int32>"), 8, "</bool>");
+    text.replace(text.find("<value>6<"), 9, "<value>1<");
+    userText("plot.settings", text);
+    EXPECT_NE(refresh(0).report, u"");
+    set(0, "plot.axes.grid", true);
+    EXPECT_EQ(userFiles().at("plot.settings.rejected.2"), text);
 }
 
 TEST_F(SharedSaving, SessionValuesAreNeverTouched) {

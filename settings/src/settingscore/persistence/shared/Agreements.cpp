@@ -1,5 +1,6 @@
 #include <settingscore/persistence/shared/Agreements.hpp>
 
+#include <algorithm>
 #include <iterator>
 #include <map>
 #include <mutex>
@@ -34,11 +35,15 @@ struct Known {
 
 }  // namespace
 
-void Agreements::loaded(Product const& product, std::optional<FileStamp> const& stamp) {
+void Agreements::loaded(Product const& product, std::optional<FileStamp> const& stamp,
+                        std::size_t factoryFiles) {
     Known& known = Known::instance();
     std::lock_guard<std::mutex> const lock(known.mutex);
     known.sweep();
-    known.agreements[product] = {stamp, nullptr, ++known.lastVersion};
+    Agreement& agreement = known.agreements[product];
+    agreement = {stamp, nullptr, ++known.lastVersion};
+    agreement.hadFile = stamp && stamp->exists;
+    agreement.factoryFiles = factoryFiles;
 }
 
 std::optional<Agreement> Agreements::find(Product const& product) {
@@ -55,12 +60,15 @@ bool Agreements::replace(Product const& product, unsigned long version, Agreemen
     auto const found = known.agreements.find(product);
     if (version != (found == known.agreements.end() ? 0 : found->second.version)) return false;
     next.version = ++known.lastVersion;
+    next.hadFile = next.hadFile || (next.stamp && next.stamp->exists);
     if (found == known.agreements.end()) {
         known.sweep();
         known.agreements.emplace(product, std::move(next));
     } else {
         next.report.insert(0, found->second.report);
         next.place = found->second.place;
+        next.hadFile = next.hadFile || found->second.hadFile;
+        next.factoryFiles = std::max(next.factoryFiles, found->second.factoryFiles);
         found->second = std::move(next);
     }
     return true;
@@ -72,7 +80,10 @@ bool Agreements::setImage(Product const& product, unsigned long version,
     std::lock_guard<std::mutex> const lock(known.mutex);
     auto const found = known.agreements.find(product);
     if (found == known.agreements.end() || found->second.version != version) return false;
-    if (!found->second.image) found->second.image = std::move(image);
+    if (found->second.image) return true;
+    // Whoever has seen the agreement without an image must not take it that nothing was changed.
+    found->second.image = std::move(image);
+    found->second.version = ++known.lastVersion;
     return true;
 }
 

@@ -33,6 +33,14 @@ struct Agreement {
     ustring report{};
     /// What was last reported, so that a fault that stays is not told again and again.
     ustring lastReport{};
+    /// Memory has something that the file has not, and that was not changed here: a save merges,
+    /// though it knows the file.
+    bool mustMerge = false;
+    /// A file was there at some time.
+    bool hadFile = false;
+    /// Number of the factory's files of which the product was made; with fewer of them nothing is
+    /// taken from memory.
+    std::size_t factoryFiles = 0;
     /// Null until somebody looked at the file; outlives the agreement.
     std::shared_ptr<FilePlace const> place{};
 };
@@ -44,13 +52,15 @@ public:
     using Product = boost::shared_ptr<SettingsImpl const>;
 
     /// The product has just been loaded.
-    static void loaded(Product const& product, std::optional<FileStamp> const& stamp);
+    static void loaded(Product const& product, std::optional<FileStamp> const& stamp,
+                       std::size_t factoryFiles);
     /// Nothing for a product that was loaded, or made, without the mode.
     static std::optional<Agreement> find(Product const& product);
     /// Replaces the agreement of that version (0: if there is none); false if there is another one
     /// by now.
     static bool replace(Product const& product, unsigned long version, Agreement next);
-    /// The first image of an agreement; false if there is another agreement by now.
+    /// The first image of an agreement, which makes another one of it; false if there is another
+    /// one by now.
     static bool setImage(Product const& product, unsigned long version,
                          std::shared_ptr<FileImage const> image);
     static void setPlace(Product const& product, std::shared_ptr<FilePlace const> place);

@@ -18,8 +18,13 @@ public:
     void add(detail::PathHash path, Content content) { nodes_.push_back({path, content}); }
     void sort();
     std::optional<Content> find(detail::PathHash path) const;
-    /// Puts a node in or replaces it; nothing takes it out.
-    void set(detail::PathHash path, std::optional<Content> const& content);
+    /// A node that came or changed; without content it went.
+    struct Change {
+        detail::PathHash path;
+        std::optional<Content> content;
+    };
+    /// The image after the changes. Of several of a place the last one counts.
+    FileImage with(std::vector<Change> changes) const;
 
 private:
     struct Node {

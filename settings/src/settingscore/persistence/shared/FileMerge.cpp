@@ -63,7 +63,7 @@ void FileMerge::into(SettingsImpl& file, SettingsImpl const& product) const {
         SettingsImpl* const parent = counterparts.back();
         boost::shared_ptr<SettingsImpl> own = parent ? childOf(*parent, node.name()) : nullptr;
         // Of two nodes of one name the one that was changed here stays.
-        bool const isOther = own && own->isLeafNode() != node.isLeaf();
+        bool const isOther = own && own->contentInternal().isLeaf != node.isLeaf();
         if (changed) {
             // Groups that others removed come back for what was changed in them.
             for (std::size_t i = 1; i < depth; ++i) {

@@ -1,8 +1,11 @@
 #include <settingscore/persistence/shared/FileStamp.hpp>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
+#include <ctime>
 
 namespace settings::core {
 
@@ -30,6 +33,14 @@ FileStamp FileStamp::of(std::string const& native) {
     stamp.modified = nanoseconds(status.st_mtim);
     stamp.changed = nanoseconds(status.st_ctim);
     return stamp;
+}
+
+void FileStamp::makeUnlike(qf::filesystem::path const& file) {
+    std::array<::timespec, 2> now{};
+    ::clock_gettime(CLOCK_REALTIME, &now[0]);
+    now[1] = now[0];
+    // Where it fails the file has a time all the same.
+    [[maybe_unused]] int const done = ::utimensat(AT_FDCWD, file.native().c_str(), now.data(), 0);
 }
 
 }  // namespace settings::core

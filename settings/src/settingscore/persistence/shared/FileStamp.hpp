@@ -23,6 +23,9 @@ struct FileStamp {
     /// The same by the name that the system knows.
     static FileStamp of(std::string const& native);
 
+    /// Gives a new file a time to the nanosecond. File systems have numbers of files that they give
+    /// out again at once, and their own times can move in steps in which several saves fit.
+    static void makeUnlike(qf::filesystem::path const& file);
     /// True for a file that was only renamed since.
     bool isSameFileAs(FileStamp const& other) const {
         return exists && other.exists && device == other.device && inode == other.inode &&

@@ -6,9 +6,11 @@
 #include <optional>
 
 #include <settingscore/errors/TreeExceptions.hpp>
+#include <settingscore/host/I18n.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/persistence/ProductLoader.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
+#include <settingscore/persistence/UnreadFiles.hpp>
 #include <settingscore/persistence/shared/Agreements.hpp>
 #include <settingscore/persistence/shared/Rendering.hpp>
 #include <settingscore/tree/MergeEngine.hpp>
@@ -81,7 +83,8 @@ public:
         {
             SharedTreeLock const lock;
             NodeView const view(*product_, lock);
-            root_ = view.isTopLevel() ? view.root() : nullptr;
+            bool const isLoaded = !product_->contentInternal().isPending();
+            root_ = view.isTopLevel() && isLoaded ? view.root() : nullptr;
         }
         if (!root_ || !root_->isInUse()) return 0;
         // A tree that others change without end is read once more where nobody comes between.
@@ -103,6 +106,12 @@ public:
 private:
     bool isCurrent() {
         known_ = Agreements::find(product_);
+        if (known_ && known_->place &&
+            known_->place->directory != SettingsFile::getRootPathForLevel(&level(), root_)) {
+            // The user's files are elsewhere now: nothing is agreed with those.
+            Agreements::forget(product_);
+            known_.reset();
+        }
         if (!known_ || !known_->stamp) return false;
         try {
             return FileStamp::of(place()) == *known_->stamp;
@@ -133,10 +142,12 @@ private:
             auto const empty =
                 boost::make_shared<SettingsImpl>(product_->getName(), false, boost::none);
             detail::MergeEngine::takeFirstFile(*empty, *copy_, level());
+            if (copy_->getName() != product_->getName()) return false;
+            UnreadFiles::setRead(root_, file);
             isAnyFileThere_ = true;
             stamp_ = before;
             fault_.clear();
-            return copy_->getName() == product_->getName();
+            return true;
         } catch (std::exception const&) {
             return false;  // The load says what is wrong.
         }
@@ -152,6 +163,7 @@ private:
         isAnyFileThere_ = loader.isAnyFileThere();
         stamp_ = loader.userStamp();
         fault_ = loader.userFault();
+        factoryFiles_ = loader.factoryFiles();
     }
 
     /// Nothing if the file or what is known of it changed meanwhile.
@@ -169,10 +181,15 @@ private:
                                 {stamp_, known_->image, 0, isNew ? fault_ : ustring(), fault_});
             return 0;
         }
+        // What defines the product cannot be read at this time: without it nodes would seem to have
+        // gone. A save merges meanwhile.
+        if (isWhole_ && factoryFiles_ < known_->factoryFiles) return 0;
         ChangesSince const changes(lock, known_->image.get());
         LevelAdoption adoption(lock, level(), changes, kept_);
-        bool const hadFile = known_->stamp && known_->stamp->exists;
-        if (gone_ == Gone::goes && hadFile && !isAnyFileThere_ && adoption.canGo(*product_)) {
+        bool const isGone = known_->hadFile && known_->factoryFiles == 0 && !isAnyFileThere_;
+        if (gone_ == Gone::goes && isGone && adoption.canGo(*product_)) {
+            auto const now = Agreements::find(product_);
+            if (!now || now->version != version) return std::nullopt;
             return removeProduct(lock, product_);
         }
         adoption.plan(*product_, *copy_);
@@ -181,7 +198,8 @@ private:
             return std::nullopt;
         }
         if (adoption.isEmpty()) {
-            bool const isDone = Agreements::replace(product_, version, {stamp_, known_->image});
+            bool const isDone =
+                Agreements::replace(product_, version, agreed(adoption, known_->image));
             return isDone ? std::optional<std::size_t>(0) : std::nullopt;
         }
         {
@@ -191,7 +209,8 @@ private:
             auto const now = Agreements::find(product_);
             if (!now || now->version != version) return std::nullopt;
             adoption.carryOut(exclusive);
-            Agreements::replace(product_, version, {stamp_, imageAfter(exclusive, adoption)});
+            Agreements::replace(product_, version,
+                                agreed(adoption, imageAfter(exclusive, adoption)));
         }
         adoption.fire();
         return adoption.count();
@@ -206,19 +225,29 @@ private:
             boost::shared_lock<boost::shared_mutex> const own(unshared);
             *image = Rendering(own, *copy_, level()).image;
         }
-        return Agreements::replace(product_, 0, {stamp_, image, 0, fault_, fault_});
+        Agreement next{stamp_, image, 0, fault_, fault_};
+        next.factoryFiles = factoryFiles_;
+        return Agreements::replace(product_, 0, next);
+    }
+
+    Agreement agreed(LevelAdoption const& adoption,
+                     std::shared_ptr<FileImage const> const& image) const {
+        Agreement next{stamp_, image};
+        next.mustMerge = adoption.isPartial();
+        return next;
     }
 
     std::shared_ptr<FileImage const> imageAfter(HeldLock const& lock,
                                                 LevelAdoption const& adoption) const {
         if (!known_->image) return nullptr;
-        auto next = std::make_shared<FileImage>(*known_->image);
+        std::vector<FileImage::Change> changes;
+        changes.reserve(adoption.adopted().size());
         for (LevelAdoption::Adopted const& adopted : adoption.adopted()) {
             std::optional<FileImage::Content> content;
             if (adopted.node) content = contentOf(lock, *adopted.node, level());
-            next->set(adopted.path, content);
+            changes.push_back({adopted.path, content});
         }
-        return next;
+        return std::make_shared<FileImage>(known_->image->with(std::move(changes)));
     }
 
     boost::shared_ptr<SettingsImpl> const product_;
@@ -230,6 +259,7 @@ private:
     bool isAnyFileThere_ = false;
     bool isWhole_ = false;  ///< The copy is what a load gives, and not the user file alone.
     bool needsAllFiles_ = false;
+    std::size_t factoryFiles_ = 0;
     boost::shared_ptr<SettingsImpl> copy_;
     std::optional<FileStamp> stamp_;
     ustring fault_;
@@ -270,6 +300,14 @@ std::size_t Present::removeIfGone(SettingsImpl& product) {
         root = view.isTopLevel() ? view.root() : nullptr;
     }
     if (!root || hasFiles(product.getName(), root)) return 0;
+    // A folder that cannot be listed at this time is no folder without files.
+    auto const* const factory = &SettingsLevelManager::levels().back();
+    ustring const folder = SettingsFile::getRootPathForLevel(factory, root);
+    if (!folder.empty() &&
+        FileStamp::of(qf::filesystem::path(folder) / qf::i18n::to_ustring(product.getName()))
+            .exists) {
+        return 0;
+    }
     UpgradeTreeLock lock;
     // Perhaps somebody has loaded it, or put it elsewhere, meanwhile.
     if (!NodeView(product, lock).isTopLevel() || !product.contentInternal().isPending()) return 0;
@@ -280,6 +318,8 @@ std::size_t Present::addProduct(boost::shared_ptr<TreeRoot> const& root, std::st
     UpgradeTreeLock lock;
     NodeView const view(*root, lock);
     if (view.child(name)) return 0;
+    // Perhaps it was removed here since the directory was listed.
+    if (!FileStamp::of(SettingsFile::userFileOf(name, &level(), root)).exists) return 0;
     auto const product = boost::make_shared<SettingsImpl>(name, false, boost::none);
     try {
         detail::ExclusiveTreeLock const exclusive(lock.get());

@@ -48,7 +48,7 @@ public:
 
     void run() {
         FileStamp const now = stamp();
-        bool const isCurrent = known_ && known_->stamp == now;
+        bool const isCurrent = known_ && !known_->mustMerge && known_->stamp == now;
         std::string const text = isCurrent ? std::string() : mergedWith(now);
         bool const isMerged = !isCurrent && text != mine_.text;
         write(isMerged ? text : mine_.text, isMerged);
@@ -83,6 +83,7 @@ private:
             auto const empty =
                 boost::make_shared<SettingsImpl>(save_.product->getName(), false, boost::none);
             detail::MergeEngine::takeFirstFile(*empty, *parsed, *save_.level);
+            UnreadFiles::setRead(save_.root, save_.file);
             return parsed;
         } catch (std::exception const& error) {
             auto const passing = UnreadFiles::passing(error, save_.file);
@@ -101,7 +102,11 @@ private:
         // A durable save does so by itself.
         if (!isDurableSavingOn() && UnreadFiles::isDefective(save_.file) &&
             fs::exists(save_.file)) {
-            aside = keepAside(save_.file);
+            try {
+                aside = keepAside(save_.file);
+            } catch (fs::FsysExceptionBase const& error) {
+                fail(save_, error.errorNumber(), error.reason());
+            }
         }
         FileStamp written;
         SaveSettingsFunctor const functor(functor_.lock(), text);
@@ -111,14 +116,15 @@ private:
             };
             if (!SettingsFile::replaceFile(save_, functor, put)) return drop(aside);
         } catch (...) {
-            if (!FileStamp::of(save_.file).isSameFileAs(written)) drop(aside);
+            if (!isInPlace(written)) drop(aside);
             throw;
         }
         FileStamp const now = stamp();
         // What is not ours any more was replaced by somebody without the lock.
         std::optional<FileStamp> agreed;
         if (!isMerged && now.isSameFileAs(written)) agreed = now;
-        Agreement const next{agreed, std::make_shared<FileImage>(mine_.image), 0, {}, {}};
+        Agreement next{agreed, std::make_shared<FileImage>(mine_.image)};
+        next.hadFile = true;
         while (!Agreements::replace(save_.product, versionNow(), next)) {
         }
     }
@@ -128,12 +134,21 @@ private:
     void place(fs::path const& temporary, SettingsFile::RenameFunc rename, std::size_t size,
                FileStamp& written) const {
         try {
+            FileStamp::makeUnlike(temporary);
             written = FileStamp::of(temporary);
             if (written.size < static_cast<std::int64_t>(size))
                 fail(save_, EIO, "the temporary file could not be written whole");
             rename(temporary, save_.file);
         } catch (fs::FsysExceptionBase const& error) {
             fail(save_, error.errorNumber(), error.reason());
+        }
+    }
+
+    bool isInPlace(FileStamp const& written) const {
+        try {
+            return FileStamp::of(save_.file).isSameFileAs(written);
+        } catch (fs::FsysExceptionBase const&) {
+            return false;
         }
     }
 
@@ -230,7 +245,7 @@ void SharedSaves::turnOn(std::chrono::milliseconds longestWait) {
     waitLimit = longestWait.count();
     if (areSharedSavesOn.exchange(true)) return;
     SettingsFile::setSaveFunc(&SharedSaves::save);
-    detail::LoadAndSave::setSharing({&Present::bringUpToDate});
+    detail::LoadAndSave::setSharing({&Present::bringUpToDate, &Agreements::forget});
 }
 
 void SharedSaves::turnOff() {
