@@ -32,6 +32,7 @@ std::vector<FindingKind> const& findingKinds() {
         {"function-not-found", false, "A library or a function in it is not there"},
         // Files that nobody reads.
         {"kept-aside", false, "A user file was set aside by a save"},
+        {"left-over", false, "A process that was killed left a temporary folder"},
         {"never-read", false, "No load looks at a file or link"},
         // Files of one product beside one another.
         {"differing-definitions", false, "Two files define a key, and not alike"},

@@ -69,6 +69,10 @@ void Options::files(std::vector<std::string>& files, char const* what) {
     positional("FILE", files, Is::optional, Content::bytes, what);
 }
 
+void Options::side(char const* kind, std::string& word, char const* what) {
+    positional(kind, word, Is::optional, Content::bytes, what);
+}
+
 void Options::text(char const* option, std::string& text, Is is, char const* kind,
                    char const* what) {
     app_.add_option(option, text, what)->required(is == Is::required)->type_name(kind);

@@ -41,6 +41,8 @@ public:
     void file(std::string& file, Is is, char const* what);
     void files(std::vector<std::string>& files, char const* what);
     /// @}
+    /// The name of a level or a path, which the help calls `kind`; it may be absent.
+    void side(char const* kind, std::string& word, char const* what);
 
     // --- Options ---
 

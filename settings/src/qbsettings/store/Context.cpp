@@ -3,6 +3,7 @@
 #include <qbhost/QbHost.hpp>
 #include <qbsettings/output/Complaints.hpp>
 #include <settingscore/persistence/DurableSaving.hpp>
+#include <settingscore/persistence/SharedSaving.hpp>
 
 namespace qbsettings {
 
@@ -14,6 +15,7 @@ Context::Context(DirectoryOptions const& options, Flags const& flags)
     // Standard output is for data alone.
     qbhost::setConsole(&complainInPieces, &complainInPieces);
     settings::core::turnOnDurableSaving();
+    settings::core::turnOnSharedSaving();
 }
 
 }  // namespace qbsettings

@@ -22,11 +22,14 @@ bool isStoredOn(SettingsPtr const& key, std::string const& level) {
     return holds(settings::core::describeKey(key).storedLevels, level);
 }
 
-KeyState readKey(SettingsPtr const& key) {
+KeyState readKey(SettingsPtr const& key, std::string const& from) {
     KeyState state;
     state.name = key->getFullName();
     state.description = settings::core::describeKey(key);
+    bool counts = from.empty();
     for (std::string const& level : levelNames()) {
+        counts = counts || level == from;
+        if (!counts) continue;
         bool const isStored = holds(state.description.storedLevels, level);
         if (!isStored && levelOf(state.description.runTimeDefault) != level) continue;
         try {

@@ -20,7 +20,8 @@ struct KeyState {
 /// True if the key has a value of its own on the level; a computed default is none.
 bool isStoredOn(SettingsPtr const& key, std::string const& level);
 
-KeyState readKey(SettingsPtr const& key);
+/// With a level, as if those above it were empty.
+KeyState readKey(SettingsPtr const& key, std::string const& from = {});
 
 /// The value of a key on one level. @throws Failure that names the key
 boost::any valueOn(SettingsPtr const& key, std::string const& level);
