@@ -19,7 +19,7 @@ using settings::core::Markup;
 
 namespace {
 
-constexpr std::size_t none = std::numeric_limits<std::size_t>::max();
+constexpr std::size_t noUnit = std::numeric_limits<std::size_t>::max();
 
 /// A group with what it says itself, and nothing inside.
 Markup emptied(Markup const& group) {
@@ -62,7 +62,7 @@ class EveryFault {
 public:
     EveryFault(qf::ustring const& file, Markup const& top, std::size_t most)
         : file_(file), folder_(folderOf(file)), most_(most) {
-        gather(top, none);
+        gather(top, noUnit);
     }
 
     std::vector<Fault> run() {
@@ -84,7 +84,7 @@ private:
 
     void gather(Markup const& group, std::size_t around) {
         std::size_t const self = units_.size();
-        units_.push_back({&group, around, around == none ? 0 : units_[around].depth + 1, true});
+        units_.push_back({&group, around, around == noUnit ? 0 : units_[around].depth + 1, true});
         std::map<std::string, std::size_t> names;
         for (Markup const& child : group.children) {
             std::size_t const unit = units_.size();
@@ -125,12 +125,12 @@ private:
             std::vector<std::size_t> missing;
             if (unit.isGroup) missing.push_back(i);
             std::size_t group = unit.around;
-            for (; group != none; group = units_[group].around) {
+            for (; group != noUnit; group = units_[group].around) {
                 std::size_t const depth = units_[group].depth;
                 if (depth < open.size() && open[depth] == group) break;
                 missing.push_back(group);
             }
-            std::size_t const kept = group == none ? 0 : units_[group].depth + 1;
+            std::size_t const kept = group == noUnit ? 0 : units_[group].depth + 1;
             for (; open.size() > kept; open.pop_back())
                 text += "</settings>";
             for (auto each = missing.rbegin(); each != missing.rend(); ++each) {
@@ -161,12 +161,12 @@ private:
 
     /// The root element with these alone, in their groups.
     Markup alone(Unit const& unit, std::vector<Markup> const& elements) const {
-        if (unit.around == none) return elements.front();
+        if (unit.around == noUnit) return elements.front();
         std::vector<Markup> inside = elements;
         for (std::size_t group = unit.around;; group = units_[group].around) {
             Markup around = blameless(*units_[group].element);
             around.children.swap(inside);
-            if (units_[group].around == none) return around;
+            if (units_[group].around == noUnit) return around;
             inside.clear();
             inside.push_back(std::move(around));
         }
@@ -176,7 +176,7 @@ private:
         Markup top = alone(unit, {unit.isGroup ? emptied(*unit.element) : *unit.element});
         std::string last;
         while (faults_.size() < most_) {
-            std::string const reason = refusalOfText(markupText(top, folder_, none));
+            std::string const reason = refusalOfText(markupText(top, folder_, noUnit));
             if (reason.empty() || reason == last) return;
             last = reason;
             auto const place = findFaultyElement(file_, top, reason);
@@ -199,7 +199,7 @@ private:
             return result;
         };
         Markup const top = alone(again, {bare(*before.element), bare(*again.element)});
-        std::string const reason = refusalOfText(markupText(top, folder_, none));
+        std::string const reason = refusalOfText(markupText(top, folder_, noUnit));
         if (reason.empty()) return;
         walkElements(rootElement(top), [&](FaultyElement const& place) {
             bool const isIt = isNode(*place.element) && place.group &&

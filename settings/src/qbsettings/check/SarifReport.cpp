@@ -14,7 +14,7 @@ namespace fs = qf::filesystem;
 namespace {
 
 /// Names in results the folder in which the program runs.
-constexpr char const* here = "HERE";
+constexpr char const* folderId = "HERE";
 
 char const* levelName(bool isFault) { return isFault ? "error" : "warning"; }
 
@@ -46,11 +46,11 @@ Json artifact(qf::ustring const& file) {
     std::string const path = fs::path(file).native();
     std::string const folder = folderHere();
     if (path.compare(0, folder.size(), folder) == 0 && path.size() > folder.size())
-        return {{"uri", uriPath(path.substr(folder.size()))}, {"uriBaseId", here}};
+        return {{"uri", uriPath(path.substr(folder.size()))}, {"uriBaseId", folderId}};
     return {{"uri", "file://" + uriPath(path)}};
 }
 
-Json rules() {
+Json ruleList() {
     Json rules = Json::array();
     for (FindingKind const& kind : findingKinds()) {
         rules.push_back({{"id", kind.id},
@@ -89,9 +89,9 @@ void SarifReport::add(Finding const& finding, bool isFault) {
 }
 
 Json SarifReport::document() const {
-    Json const driver = {{"name", "qbsettings"}, {"rules", rules()}};
+    Json const driver = {{"name", "qbsettings"}, {"rules", ruleList()}};
     Json run = {{"tool", {{"driver", driver}}}};
-    run["originalUriBaseIds"] = {{here, {{"uri", "file://" + uriPath(folderHere())}}}};
+    run["originalUriBaseIds"] = {{folderId, {{"uri", "file://" + uriPath(folderHere())}}}};
     run["columnKind"] = "unicodeCodePoints";
     run["results"] = *results_;
     return {{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"},
