@@ -49,6 +49,7 @@ private:
 void addReads(Table& table);
 void addSets(Table& table);
 void addSaves(Table& table);
+void addShared(Table& table);
 void addLoads(Table& table);
 void addStart(Table& table);
 /// Whether the files that the loads read are plain. To be asked before the first benchmark.

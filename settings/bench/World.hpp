@@ -53,6 +53,7 @@ public:
 
     /// The first call makes the tree, with products that are not loaded.
     Node root() const { return Settings::getSettingsRoot(id_); }
+    settings::core::ZcrID const& id() const { return id_; }
 
 private:
     settings::core::ZcrID id_;

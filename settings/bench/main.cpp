@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
     qbbench::addReads(table);
     qbbench::addSets(table);
     qbbench::addSaves(table);
+    qbbench::addShared(table);
     qbbench::addLoads(table);
     qbbench::addStart(table);
     qbbench::addMemory(table);

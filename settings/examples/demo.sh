@@ -108,6 +108,25 @@ host=$build/settings/examples/host/qbsamplehost
 if [[ -x $host ]]; then
     PATH=${host%/*}:$PATH
     show 0 'queued' qbsamplehost
+
+    say "It follows what others change: its listener hears of what this program sets beside it."
+    printf '$ qbsamplehost station &\n'
+    mkdir station
+    qbsamplehost station >heard &
+    follower=$!
+    trap 'kill "$follower" 2>/dev/null || true; rm -rf "$place"' EXIT
+    for server in night.example.net closed.example.net; do
+        # Each line that the host prints is the answer to what came before.
+        for ((i = 0; i < 600; ++i)); do
+            [[ $server == closed* ]] && answer='now it is night' || answer=following
+            ! grep --quiet "$answer" heard || break
+            sleep 0.1
+        done
+        show 0 '' qbsettings --factory-dir "$examples/radio/toolbox" --user-dir station \
+            set station.server "$server"
+    done
+    wait "$follower" || fail "the host ended with status $?"
+    show 0 'heard: station.server changed' cat heard
 else
     echo "(left out: Lua 5.4 was not there when it was built)"
 fi

@@ -1,5 +1,9 @@
 // A host in small: two instances, their events, and functions in C, Lua and Java that guard and
-// compute settings. Ends with status 1 if anything is not as it should be.
+// compute settings. "qbsamplehost DIR" follows in its loop what other processes change of the
+// user's settings in that folder, until its station closes. Ends with status 1 if anything is not
+// as it should be.
+#include <poll.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <future>
@@ -9,6 +13,8 @@
 #include <qbhost/QbHost.hpp>
 #include <settingscore/errors/FunctionExceptions.hpp>
 #include <settingscore/errors/ValueExceptions.hpp>
+#include <settingscore/persistence/SharedSaving.hpp>
+#include <settingscore/roots/SettingsFileWatch.hpp>
 #include <settingscore/tree/SettingsEvent.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 #include <settingscore/value/Get.hpp>
@@ -126,7 +132,33 @@ static void showAll(std::filesystem::path const& folder) {
     expect(!Settings::getSettingsRoot(one.id), "an instance that has ended has no tree");
 }
 
-int main() try {
+// The loop of a host that has nothing else to do: it sleeps until somebody changes a file, or a
+// second at most, for a folder that other machines write to as well.
+static void follow(std::filesystem::path const& userDir) {
+    qbhost::setInstallPath(qf::i18n::to_ustring(EXAMPLES_DIR));
+    qbhost::setSignalThreadToThisThread();
+    turnOnSharedSaving();
+    Instance one(1, userDir);
+    SettingsFileWatch watch(one.id);
+    std::string server =
+        read(*one.station, "server");  // Loads the product, so that it is followed.
+    std::cout << "following " << server << std::endl;
+    while (server != "closed.example.net") {
+        pollfd changes = {watch.descriptor(), POLLIN, 0};
+        poll(&changes, 1, 1000);
+        SettingsFileWatch::Refreshed const refreshed = watch.refresh();
+        std::cout << qf::i18n::to_string(refreshed.report);
+        if (refreshed.changedNodes == 0) continue;
+        server = read(*one.station, "server");
+        std::cout << "now it is " << server << std::endl;
+    }
+}
+
+int main(int argc, char** argv) try {
+    if (argc > 1) {
+        follow(std::filesystem::absolute(argv[1]));
+        return 0;
+    }
     std::string pattern = (std::filesystem::temp_directory_path() / "samplehost-XXXXXX").string();
     expect(::mkdtemp(pattern.data()) != nullptr, "a temporary folder");
     boost::shared_ptr<void> const remover(

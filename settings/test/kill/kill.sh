@@ -2,8 +2,8 @@
 # Has the program set values of a large product while it is killed at random moments, and looks at
 # what is left each time:
 # - every file can be read, and the temporary folders that a kill leaves are nobody's settings;
-# - every key has its old or its new value; of several that are set at once, those in front are new
-#   and the others old, as each has a save of its own;
+# - every key has its old or its new value; several that are set at once are all new or all old, as
+#   they have one save;
 # - all is new if the program said that it was done, which is its status 0;
 # - the next command neither waits nor fails.
 # Usage: kill.sh PROGRAM [TIMES [SEED]]
@@ -133,15 +133,14 @@ for ((round = 1; round <= times; ++round)); do
     ((status == 0 || status == 128 + 9)) || fail "status $status: $(<messages)"
 
     look
-    isNew=1
+    isNew=0
+    [[ ${now[0]} != "$round" ]] || isNew=1
+    ((isNew || status != 0)) || fail "${names[0]} is ${now[0]}, and was said to be set"
     for i in "${!names[@]}"; do
-        if ((isNew && i < count)) && [[ ${now[$i]} == "$round" ]]; then
-            continue
-        fi
-        isNew=0
-        ((status != 0 || i >= count)) || fail "${names[$i]} is ${now[$i]}, and was said to be set"
-        [[ ${now[$i]} == "${before[$i]}" ]] ||
-            fail "${names[$i]} is ${now[$i]} and was ${before[$i]}; all are ${now[*]}"
+        wanted=${before[$i]}
+        ((!isNew || i >= count)) || wanted=$round
+        [[ ${now[$i]} == "$wanted" ]] ||
+            fail "${names[$i]} is ${now[$i]} and not $wanted; all are ${now[*]}"
     done
     temporaries=(user/temp*)
     ended=$((ended + (status == 0)))

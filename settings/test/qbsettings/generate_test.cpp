@@ -77,7 +77,7 @@ generate p --namespace app::class => 2 'app::class' is no name of a namespace
 generate p --namespace app:: => 2 'app::' is no name of a namespace
 generate p --namespace 'a b' => 2 'a b' is no name of a namespace
 generate p --to none/b => 1 @/none/b cannot be written: No such file or directory
-generate none.settings => 1 @/none.settings: cannot open '@/none.settings': No such file or directory
+generate none.settings => 1 @/none.settings: cannot be opened: No such file or directory
 )");
     expectSession(R"($ echo old > b; qbsettings generate bad --to b 2>&1 | tail -n 1; cat b
 qbsettings: nothing was generated, because the settings could not be read completely

@@ -25,7 +25,11 @@ struct Calls {
         if (file.compare(0, 4, "temp") == 0) file.replace(0, file.find('/'), "TEMP");
         if (file.compare(0, 10, ".takeover-") == 0) file.replace(0, file.find('/'), "BESIDE");
         std::string const what = call + " " + (file.empty() ? "." : file);
-        if (looking.count(call) == 0) seen.push_back(what);
+        if (looking.count(call) == 0) {
+            seen.push_back(what);
+        } else {
+            looks.insert(what);
+        }
         if (what != failing) return true;
         if (error < 0) {
             failing.clear();
@@ -44,13 +48,16 @@ struct Calls {
     }
 
     inline static thread_local Calls* watcher = nullptr;
-    inline static std::set<std::string> const looking{"stat", "lstat", "opendir", "open", "read"};
+    inline static std::set<std::string> const looking{"stat", "lstat",  "opendir",
+                                                      "open", "remove", "read"};
     std::string const folder;
     std::string failing;
     int const error;
     /// "CALL FILE", the file as seen from the folder, TEMP for the temporary folder, BESIDE
-    /// for one that is filled beside its place. What only looks is not noted.
+    /// for one that is filled beside its place.
     std::vector<std::string> seen;
+    /// What only looks or clears away, in no order.
+    std::set<std::string> looks;
 };
 
 }  // namespace qbtest

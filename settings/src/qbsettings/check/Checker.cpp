@@ -10,6 +10,7 @@
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/host/Filesystem.hpp>
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/LeftOverFolders.hpp>
 #include <settingscore/persistence/Markup.hpp>
 #include <settingscore/tree/Settings.hpp>
 
@@ -39,13 +40,33 @@ void findKeptAside(qf::ustring const& folder, Findings& findings) {
     }
 }
 
+/// The temporary folders that killed processes left in the folder; removes them if told.
+void findLeftOvers(qf::ustring const& folder, bool clean, Findings& findings) {
+    for (qf::ustring const& leftOver : settings::core::leftOverFolders(folder)) {
+        std::string message =
+            "left by a process that was killed while it saved; 'check --clean' removes it";
+        if (clean) {
+            try {
+                fs::remove_all(leftOver);
+                message =
+                    "was left by a process that was killed while it saved, and is removed now";
+            } catch (fs::FsysExceptionBase const& error) {
+                findings.add(Fault{leftOver, "cannot be removed: " + error.reason()});
+                continue;
+            }
+        }
+        findings.add(Warning{{leftOver, message}, "left-over"});
+    }
+}
+
 }  // namespace
 
-void Checker::checkAll() {
+void Checker::checkAll(bool clean) {
     auto const products = context_.tree.products();
     for (Fault const& fault : context_.tree.faults())
         findings_.add(fault);
     findKeptAside(context_.directories.user(), findings_);
+    findLeftOvers(context_.directories.user(), clean, findings_);
     Progress progress("checking product", products.size());
     for (SettingsPtr const& product : products) {
         progress.step();

@@ -18,8 +18,9 @@ class Checker {
 public:
     Checker(Context& context, Findings& findings) : context_(context), findings_(findings) {}
 
-    /// The files of all products, and the folders that they are in.
-    void checkAll();
+    /// The files of all products, and the folders that they are in. Where told, removes the
+    /// temporary folders that killed processes left.
+    void checkAll(bool clean);
     /// A file that was named. That of a user is looked at beside its product.
     void checkNamed(qf::ustring const& file);
 

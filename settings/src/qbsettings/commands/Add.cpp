@@ -57,7 +57,7 @@ public:
     int run(Context& context) override {
         // A wrong word is reported before all else.
         typeNamed(type_, TakesAny::yes);
-        context.writing.lock();
+        Writing::useLockWait();
         auto const [parent, name] = placeFor(context, name_);
         SettingsPtr key;
         try {

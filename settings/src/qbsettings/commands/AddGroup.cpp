@@ -22,7 +22,7 @@ public:
 
     int run(Context& context) override {
         using settings::core::ZSettings;
-        context.writing.lock();
+        Writing::useLockWait();
         auto const [parent, name] = placeFor(context, name_);
         attach(context,
                ZSettings::createSettingsNode(name, false, true, settings::core::Validator(), false),

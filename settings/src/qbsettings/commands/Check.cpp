@@ -18,15 +18,20 @@ class CheckCommand : public Command {
 public:
     void declare(Options& options) override {
         options.files(files_, "Files to check; those of all products if absent");
+        options.flag("--clean", clean_,
+                     "Remove the temporary folders that killed processes left, without FILE");
         options.json();
     }
 
     int run(Context& context) override {
         namespace fs = qf::filesystem;
+        if (clean_ && !files_.empty()) {
+            throw Failure(wrongUsage, "--clean is for the user directory, so without files");
+        }
         Findings findings(context.output);
         Checker checker(context, findings);
         context.tree.keepQuiet();
-        if (files_.empty()) checker.checkAll();
+        if (files_.empty()) checker.checkAll(clean_);
         for (std::string const& file : files_)
             checker.checkNamed(fs::absolute(fs::from_native(file), fs::path()).str());
         return findings.areGood() ? done : refused;
@@ -34,6 +39,7 @@ public:
 
 private:
     std::vector<std::string> files_;
+    bool clean_ = false;
 };
 
 Registration<CheckCommand> const checkRegistration(

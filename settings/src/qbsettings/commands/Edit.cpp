@@ -164,7 +164,7 @@ private:
     /// Does what the text says other than the original.
     static int apply(Context& context, fs::path const& file, std::string const& original,
                      std::string const& text) {
-        context.writing.lock();
+        Writing::useLockWait();
         LineEdit edit(context, original, text);
         if (edit.refusals().empty()) edit.carryOut();
         if (edit.refusals().empty()) return done;

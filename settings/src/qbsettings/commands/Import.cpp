@@ -20,6 +20,8 @@
 #include <qbsettings/text/Failure.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/host/Filesystem.hpp>
+#include <settingscore/persistence/SharedSaving.hpp>
+#include <settingscore/tree/SettingsSaving.hpp>
 #include <settingscore/tree/ZSettings.hpp>
 
 namespace qbsettings {
@@ -55,7 +57,7 @@ public:
 
     int run(Context& context) override {
         Progress progress("importing, step", 3);
-        level_ = levelForWriting(context.writing, level_);
+        level_ = levelForWriting(level_);
         progress.step();
         source_ = readSettingsFile(file_);
         findTarget(context);
@@ -109,7 +111,13 @@ private:
         for (SettingsPtr const& key : plan_.dropped) {
             boost::dynamic_pointer_cast<ZSettings>(key->getParent())->removeKey(key->getName());
         }
-        if (target_) {
+        bool const isInOneSave = target_ && !plan_.replaced.empty();
+        if (isInOneSave) {
+            // The batch saves what the merge brings as well: all of it is in the file, or nothing.
+            settings::core::turnOffSettingsSaving();
+            target_->mergeDescendants(source_, level_);
+            settings::core::turnOnSettingsSaving();
+        } else if (target_) {
             target_->mergeDescendants(source_, level_);
         } else {
             ZSettings::validateSettingOrGroupName(source_->getName());
@@ -140,8 +148,8 @@ private:
         }
     }
 
-    /// Says what is in the file after a failure midway: what is new comes with one save, and
-    /// each value that is replaced with one of its own. @throws Failure always
+    /// Says what is in the file after a failure: all of it, or what another process made of it
+    /// meanwhile. @throws Failure always
     [[noreturn]] void reportSaved(Context& context, std::string const& reason) const {
         SavedFile const file(context.directories.userFile(product()));
         std::vector<std::string> saved;
@@ -167,6 +175,8 @@ private:
         TemporaryFolder const folder;
         std::string const realPlace = pathText(context.directories.user());
         context.tree.root();
+        // The folder lacks what the user directory has, and nobody else is to be heard of there.
+        settings::core::turnOffSharedSaving();
         context.directories.saveIn(folder.path());
         try {
             carryOut(context);

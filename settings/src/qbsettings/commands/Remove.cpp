@@ -22,7 +22,7 @@ public:
     }
 
     int run(Context& context) override {
-        context.writing.lock();
+        Writing::useLockWait();
         SettingsPtr const node = findNode(context.tree, name_);
         std::string const name = node->getFullName();
         auto const parent =

@@ -37,7 +37,7 @@ public:
     }
 
     int run(Context& context) override {
-        std::string const level = levelForWriting(context.writing, level_);
+        std::string const level = levelForWriting(level_);
         SettingsPtr const key = findKey(context.tree, name_);
         std::string const product = productOf(key);
         if (level == "user") context.writing.begin(product);

@@ -54,7 +54,7 @@ public:
 
     int run(Context& context) override {
         std::string const text = readInput(file_);
-        level_ = levelForWriting(context.writing, level_);
+        level_ = levelForWriting(level_);
         if (level_ == "factory") throw Failure("the level 'factory' cannot be changed");
         context.output.beginRecord();
         context.output.list("set");

@@ -35,7 +35,7 @@ public:
     }
 
     int run(Context& context) override {
-        level_ = levelForWriting(context.writing, level_);
+        level_ = levelForWriting(level_);
         std::vector<SettingsPtr> nodes;
         for (std::string const& name : names_)
             nodes.push_back(all_ ? findNode(context.tree, name) : findSingleKey(context, name));

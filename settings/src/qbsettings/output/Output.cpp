@@ -37,6 +37,11 @@ std::string fieldName(std::string const& field) {
     return name;
 }
 
+void printDocument(Json const& document) {
+    // A byte that is no UTF-8 comes as U+FFFD.
+    std::cout << document.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
 Json objectOf(Row const& row) {
     Json object = Json::object();
     for (Column const& column : row)
@@ -53,11 +58,17 @@ Output::~Output() = default;
 void Output::begin(Json const& document, bool aligned) {
     document_ = form_ == Form::json ? std::make_unique<Json>(document) : nullptr;
     gathered_.clear();
+    widths_.clear();
     gathers_ = aligned && terminal_;
 }
 
 void Output::beginTable() { begin(Json::array(), true); }
 void Output::beginList() { begin(Json::array(), false); }
+
+void Output::beginStream() {
+    begin(Json::array(), true);
+    streams_ = true;
+}
 
 void Output::beginRecords() { records_ = std::make_unique<Json>(Json::array()); }
 
@@ -78,6 +89,13 @@ void Output::endRecord() {
 void Output::row(Row const& row) {
     note(row);
     print(row, {});
+    if (!streams_) return;
+    printAligned();
+    if (document_) {
+        printDocument(document_->back());
+        document_->clear();
+    }
+    std::cout.flush();
 }
 
 void Output::row(char const* list, Row const& row) {
@@ -145,14 +163,13 @@ void Output::print(Row const& row, std::string const& front) {
 void Output::printAligned() {
     bool const colours = wantsColours();
     std::vector<std::vector<std::string>> rows;
-    std::vector<std::size_t> widths;
     for (auto const& cells : gathered_) {
         auto& texts = rows.emplace_back();
-        widths.resize(std::max(widths.size(), cells.size()));
+        widths_.resize(std::max(widths_.size(), cells.size()));
         for (std::size_t i = 0; i < cells.size(); ++i) {
             texts.push_back(asColumn(cells[i].text()));
             // Nothing stands behind the last one.
-            if (i + 1 < cells.size()) widths[i] = std::max(widths[i], widthOf(texts[i]));
+            if (i + 1 < cells.size()) widths_[i] = std::max(widths_[i], widthOf(texts[i]));
         }
     }
     for (std::size_t r = 0; r < rows.size(); ++r) {
@@ -162,7 +179,7 @@ void Output::printAligned() {
             bool const coloured = colours && gathered_[r][i].isLevel();
             text += coloured ? std::string("\x1b[") + colourOf(column) + "m" + column + "\x1b[0m"
                              : column;
-            if (i + 1 < rows[r].size()) text.append(widths[i] - widthOf(column) + 2, ' ');
+            if (i + 1 < rows[r].size()) text.append(widths_[i] - widthOf(column) + 2, ' ');
         }
         line(text);
     }
@@ -171,13 +188,12 @@ void Output::printAligned() {
 
 void Output::finish() {
     printAligned();
-    if (!document_) return;
+    if (!document_ || streams_) return;
     if (records_) {
         records_->push_back(*document_);
         document_.swap(records_);
     }
-    // A byte that is no UTF-8 comes as U+FFFD.
-    std::cout << document_->dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+    printDocument(*document_);
     document_.reset();
 }
 

@@ -30,6 +30,9 @@ public:
     void beginList();
     /// The document is a list of the records that follow, which have an empty line between.
     void beginRecords();
+    /// Each row is a document, and is printed and flushed at once; on a terminal its columns are as
+    /// wide as the widest so far.
+    void beginStream();
     /// The document is one thing with fields, which are aligned on a terminal.
     void beginRecord();
 
@@ -67,11 +70,13 @@ private:
 
     Form const form_;
     bool const terminal_;
+    bool streams_ = false;
     bool gathers_ = false;            ///< Rows are kept, to be aligned.
     std::unique_ptr<Json> records_;   ///< Those that are whole, if there are several.
     bool hasRecords_ = false;         ///< Rows of one were printed.
     std::unique_ptr<Json> document_;  ///< Empty unless one was begun and JSON was asked for.
     std::vector<std::vector<Cell>> gathered_;
+    std::vector<std::size_t> widths_;  ///< Of the columns, but the last.
 };
 
 }  // namespace qbsettings

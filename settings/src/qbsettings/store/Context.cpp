@@ -4,6 +4,7 @@
 #include <qbsettings/output/Complaints.hpp>
 #include <qbsettings/output/Terminal.hpp>
 #include <settingscore/persistence/DurableSaving.hpp>
+#include <settingscore/persistence/SharedSaving.hpp>
 
 namespace qbsettings {
 
@@ -18,6 +19,7 @@ Context::Context(DirectoryOptions const& options, Flags const& flags)
     // Standard output is for data alone.
     qbhost::setConsole(&complainInPieces, &complainInPieces);
     settings::core::turnOnDurableSaving();
+    settings::core::turnOnSharedSaving();
 }
 
 }  // namespace qbsettings

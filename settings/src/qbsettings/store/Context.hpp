@@ -17,7 +17,8 @@ struct Flags {
 
 /// What a command works with.
 struct Context {
-    /// From now on the library saves durably, and the host's console is standard error.
+    /// From now on the library saves durably, and together with other processes, and the host's
+    /// console is standard error.
     Context(DirectoryOptions const& options, Flags const& flags);
     Context(Context const&) = delete;
     Context& operator=(Context const&) = delete;

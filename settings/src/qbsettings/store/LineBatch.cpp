@@ -76,7 +76,7 @@ bool LineBatch::setAll() {
     return errors.empty();
 }
 
-/// Says what is in the files after a failure midway: each key is a save of its own.
+/// Says what is in the files after a failure midway: each product is a save of its own.
 void LineBatch::reportSaved() const {
     struct Product {
         std::vector<std::string> saved;

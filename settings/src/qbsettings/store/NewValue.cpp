@@ -47,10 +47,10 @@ std::string place(Directories const& directories, SettingsPtr const& key) {
 
 }  // namespace
 
-std::string levelForWriting(Writing& writing, std::string const& named) {
+std::string levelForWriting(std::string const& named) {
     std::string const level = named.empty() ? "user" : named;
     requireLevel(level);
-    if (level == "user") writing.lock();
+    if (level == "user") Writing::useLockWait();
     return level;
 }
 

@@ -12,11 +12,9 @@
 namespace qbsettings {
 
 class Directories;
-class Writing;
 
-/// The level to write on, "user" unless the command line named one; takes the lock of the writers
-/// if that level has files. @throws Failure, wrong usage
-std::string levelForWriting(Writing& writing, std::string const& named);
+/// The level to write on, "user" unless the command line named one. @throws Failure, wrong usage
+std::string levelForWriting(std::string const& named);
 
 /// Makes a value that a key is to have on a level, from texts; `typeName`, unless empty, is the
 /// type for a key of any type.

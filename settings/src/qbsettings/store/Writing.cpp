@@ -1,5 +1,10 @@
 #include <qbsettings/store/Writing.hpp>
 
+#include <charconv>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+
 #include <qbsettings/output/Complaints.hpp>
 #include <qbsettings/store/Directories.hpp>
 #include <qbsettings/store/SavedFile.hpp>
@@ -7,6 +12,7 @@
 #include <qbsettings/text/Failure.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/host/Filesystem.hpp>
+#include <settingscore/persistence/SharedSaving.hpp>
 
 namespace qbsettings {
 
@@ -25,8 +31,18 @@ std::set<qf::ustring> setAside(qf::ustring const& file) {
 
 }  // namespace
 
-void Writing::lock() {
-    if (!lock_) lock_ = std::make_unique<WriteLock>(directories_.user());
+void Writing::useLockWait() {
+    constexpr char const* variable = "QBSETTINGS_LOCK_WAIT";
+    char const* const text = std::getenv(variable);
+    if (!text || !*text) return;
+    unsigned seconds = 0;
+    char const* const end = text + std::strlen(text);
+    auto const [stop, error] = std::from_chars(text, end, seconds);
+    if (error != std::errc() || stop != end) {
+        throw Failure(wrongUsage, std::string(variable) + " takes a number of seconds, not " +
+                                      inQuotes(asLine(text)));
+    }
+    settings::core::turnOnSharedSaving(std::chrono::seconds(seconds));
 }
 
 void Writing::begin(std::string const& product) {

@@ -1,12 +1,11 @@
 #pragma once
 
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 
-#include <qbsettings/store/WriteLock.hpp>
+#include <settingscore/host/UString.hpp>
 
 namespace qbsettings {
 
@@ -23,9 +22,10 @@ public:
     Writing(Writing const&) = delete;
     Writing& operator=(Writing const&) = delete;
 
-    /// Takes the lock of the writers, for the rest of the command. To be called before the root is
-    /// asked for, so that what is written was read under the lock.
-    void lock();
+    /// From now on saves wait for those of other processes as long as the environment variable
+    /// QBSETTINGS_LOCK_WAIT says, in seconds; where it says nothing, for 10.
+    /// @throws Failure, wrong usage
+    static void useLockWait();
 
     /// To be called before a change of a product's user file, of which it notes what that holds.
     /// @throws Failure for a file that could not be read, unless it is to be replaced: a save sets
@@ -50,7 +50,6 @@ private:
     Directories const& directories_;
     Tree const& tree_;
     bool replaceBroken_;
-    std::unique_ptr<WriteLock> lock_;
     /// The user files that a save will set aside, with those that lay aside before.
     std::map<qf::ustring, std::set<qf::ustring>> broken_;
     /// The bytes of user files, by product; nothing where they could not be read.

@@ -13,6 +13,7 @@
 #include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/persistence/UnreadFiles.hpp>
+#include <settingscore/persistence/shared/SharedSaves.hpp>
 #include <settingscore/persistence/xml/SettingsXMLReader.hpp>
 #include <settingscore/tree/FileWords.hpp>
 #include <settingscore/tree/TreeRoot.hpp>
@@ -207,7 +208,10 @@ boost::shared_ptr<SettingsImpl> SettingsFile::loadSettingsObject(fs::path const&
 
 void SettingsFile::deleteSettingsFile(SettingsLevel const* level, std::string const& product) {
     ustring const rootPath = level->levelRootPath();
-    if (!rootPath.empty()) fs::remove(userFile(rootPath, product));
+    if (rootPath.empty()) return;
+    fs::path const file = userFile(rootPath, product);
+    if (SharedSaves::areOn()) return SharedSaves::remove(file);
+    fs::remove(file);
 }
 
 }  // namespace settings::core

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,6 @@ class SaveSettingsFunctor;
 class SettingsImpl;
 class SettingsLevel;
 class TreeRoot;
-struct FileStamp;
 
 /// True for a regular file with the extension ".settings", in exactly this spelling.
 struct IsASettingsFile {
@@ -135,10 +135,12 @@ public:
     /// report all of them but the first and lose nothing.
     static void saveSettings(SettingsLevel const* level, boost::shared_ptr<SettingsImpl> const& obj,
                              SaveSettingsFunctor const& functor);
-    /// The steps of a save in a temporary folder. `written`, if it is there, becomes the version of
-    /// the new file before its rename. @return false if the file was not replaced
+    /// Brings a temporary file to its place by the current rename, or throws.
+    using PlaceFunc = std::function<void(Path const& temporary, RenameFunc rename)>;
+    /// The steps of a save in a temporary folder, with `place` as the last one if it is there.
+    /// @return false if the file was not replaced
     static bool replaceFile(Save const& save, SaveSettingsFunctor const& functor,
-                            FileStamp* written);
+                            PlaceFunc const& place);
     /// The file that a save is about to replace by this temporary one; empty for other paths.
     static Path replacedBy(Path const& temporary);
     /// Gives the temporary file the permission bits of the one that it replaces, if there is one.

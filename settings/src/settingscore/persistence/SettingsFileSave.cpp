@@ -17,7 +17,6 @@
 #include <settingscore/levels/SettingsLevel.hpp>
 #include <settingscore/persistence/SettingsFile.hpp>
 #include <settingscore/persistence/UnreadFiles.hpp>
-#include <settingscore/persistence/shared/FileStamp.hpp>
 #include <settingscore/persistence/shared/LeftOvers.hpp>
 #include <settingscore/persistence/shared/SharedSaves.hpp>
 #include <settingscore/persistence/writer/SaveSettingsFunctor.hpp>
@@ -67,15 +66,6 @@ bool isGone(fs::path const& path) {
         return !fs::exists(path);
     } catch (fs::FsysExceptionBase const&) {
         return false;
-    }
-}
-
-/// Nothing if the file could not be written, which the default save does not report.
-FileStamp stampOf(fs::path const& temporary) {
-    try {
-        return FileStamp::of(temporary);
-    } catch (fs::FsysExceptionBase const&) {
-        return {};
     }
 }
 
@@ -213,11 +203,11 @@ void SettingsFile::saveSettings(SettingsLevel const* level,
     if (rootPath.empty()) return;
     Save const save{level, top, root, rootPath, userFile(rootPath.str(), name)};
     if (SaveFunc const function = saveFunc_) return function(save, functor);
-    replaceFile(save, functor, nullptr);
+    replaceFile(save, functor, {});
 }
 
 bool SettingsFile::replaceFile(Save const& save, SaveSettingsFunctor const& functor,
-                               FileStamp* written) {
+                               PlaceFunc const& place) {
     bool isReplaced = false;
     try {
         inWorkFolder(save.folder, save.file.filename().str(), [&](WorkFolder const& folder) {
@@ -227,13 +217,15 @@ bool SettingsFile::replaceFile(Save const& save, SaveSettingsFunctor const& func
                                     save.file);
                 return;
             }
-            if (written) *written = stampOf(folder.temporary);
+            bool const isWritten = !isGone(folder.temporary);
             try {
-                isReplaced = replaceRealFile(folder, save.file);
+                if (place) place(folder.temporary, renameTempToRealFunc_);
+                isReplaced = place || replaceRealFile(folder, save.file);
                 if (isReplaced) UnreadFiles::replaced(save.root, save.file);
             } catch (...) {
                 // What failed behind the rename leaves our own file in place.
-                if (isGone(folder.temporary)) UnreadFiles::replaced(save.root, save.file);
+                if (isWritten && isGone(folder.temporary))
+                    UnreadFiles::replaced(save.root, save.file);
                 throw;
             }
         });

@@ -33,9 +33,16 @@ namespace settings::core {
 /// counts as one that the file still lacks. Where the file system has no locks the save throws at
 /// once (ENOLCK, EOPNOTSUPP). The lock works over network file systems that have locks.
 ///
+/// A save that cannot write its file whole, or put it in place, throws the same error, also without
+/// durable saving, and the file of before stays: it holds what others have saved.
+///
 /// A process without this mode, or an editor, takes no lock: its change is taken in like any other,
 /// and what it overwrites is seen as its change. A save of this mode and one without at the same
 /// moment can still undo each other.
+///
+/// While a save holds the lock, SIGHUP, SIGINT and SIGTERM wait on its thread, so that they end a
+/// program with one thread before or after it and leave no temporary folder. A save that waits for
+/// the lock can be interrupted.
 ///
 /// Temporary folders of processes that were killed are removed by the next save, if their maker
 /// lives no more for certain (only processes in this mode leave the mark that tells it).

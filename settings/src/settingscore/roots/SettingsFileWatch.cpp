@@ -29,37 +29,6 @@ namespace {
 
 SettingsLevel const& userLevel() { return SettingsLevelManager::userLevel(); }
 
-/// The names of the user files in the directory, listed again when that has changed.
-class Listing {
-public:
-    /// True if there is a new list.
-    bool update(Root const& root, fs::path const& directory) {
-        FileStamp stamp;
-        try {
-            stamp = FileStamp::of(directory);
-        } catch (fs::FsysExceptionBase const&) {
-            return false;
-        }
-        if (isTrusted_ && directory == directory_ && stamp == stamp_) return false;
-        // The times of a file system have steps, in which more than one change fits.
-        constexpr std::chrono::seconds step(1);
-        auto const now = std::chrono::system_clock::now().time_since_epoch();
-        isTrusted_ = now - std::chrono::nanoseconds(stamp.changed) > step;
-        auto const listed = SettingsFile::getSettingsTopLevelNodes(&userLevel(), root);
-        names_ = {listed.begin(), listed.end()};
-        directory_ = directory;
-        stamp_ = stamp;
-        return true;
-    }
-    std::set<std::string> const& names() const { return names_; }
-
-private:
-    fs::path directory_;
-    FileStamp stamp_;
-    bool isTrusted_ = false;
-    std::set<std::string> names_;
-};
-
 }  // namespace
 
 class SettingsFileWatch::Impl {
@@ -101,6 +70,37 @@ public:
     }
 
 private:
+    /// The names of the user files in the directory, listed again when that has changed.
+    class Listing {
+    public:
+        /// True if there is a new list.
+        bool update(Root const& root, fs::path const& directory) {
+            FileStamp stamp;
+            try {
+                stamp = FileStamp::of(directory);
+            } catch (fs::FsysExceptionBase const&) {
+                return false;
+            }
+            if (isTrusted_ && directory == directory_ && stamp == stamp_) return false;
+            // The times of a file system have steps, in which more than one change fits.
+            constexpr std::chrono::seconds step(1);
+            auto const now = std::chrono::system_clock::now().time_since_epoch();
+            isTrusted_ = now - std::chrono::nanoseconds(stamp.changed) > step;
+            auto const listed = SettingsFile::getSettingsTopLevelNodes(&userLevel(), root);
+            names_ = {listed.begin(), listed.end()};
+            directory_ = directory;
+            stamp_ = stamp;
+            return true;
+        }
+        std::set<std::string> const& names() const { return names_; }
+
+    private:
+        fs::path directory_;
+        FileStamp stamp_;
+        bool isTrusted_ = false;
+        std::set<std::string> names_;
+    };
+
     Root follow() {
         Root root = SettingsImpl::getSettingsImplRoot(id_);
         if (!root) return root;

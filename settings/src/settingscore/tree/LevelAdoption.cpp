@@ -1,75 +1,24 @@
 #include <settingscore/tree/LevelAdoption.hpp>
 
 #include <algorithm>
-#include <cstring>
-#include <type_traits>
 
-#include <boost/variant/apply_visitor.hpp>
 #include <settingscore/levels/SettingsLevelManager.hpp>
 #include <settingscore/tree/FailureOf.hpp>
+#include <settingscore/tree/KeyChecks.hpp>
 #include <settingscore/tree/KeyValues.hpp>
 #include <settingscore/tree/MergeEngine.hpp>
 #include <settingscore/tree/NodeEdits.hpp>
 #include <settingscore/tree/NodeWalk.hpp>
-#include <settingscore/value/AnyBridge.hpp>
+#include <settingscore/tree/Sameness.hpp>
 
 namespace settings::core::detail {
 
-namespace boostany = settingscore::boostany;
-
 namespace {
 
-/// Equal to the last bit: a NaN is equal to itself, and zero to no negative zero.
-class SameBits {
-public:
-    using result_type = bool;
-    explicit SameBits(boost::any const& other) : other_(other) {}
-
-    bool operator()() const { return other_.empty(); }
-    template <class T>
-    bool operator()(T const& value) const {
-        auto const* const other = boost::any_cast<T>(&other_);
-        return other && isSame(value, *other);
-    }
-
-private:
-    template <class T>
-    static bool isSame(T const& a, T const& b) {
-        if constexpr (std::is_floating_point_v<T>) {
-            return std::memcmp(&a, &b, sizeof a) == 0;
-        } else {
-            return a == b;
-        }
-    }
-    template <class T>
-    static bool isSame(std::vector<T> const& a, std::vector<T> const& b) {
-        return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                          [](T const& x, T const& y) { return isSame(x, y); });
-    }
-    boost::any const& other_;
-};
-
-bool sameValue(boost::any const& a, boost::any const& b) {
-    SameBits const visitor(b);
-    return boostany::applyVisitor(visitor, a, true);
+bool sameFlags(NodeContent const& a, NodeContent const& b) {
+    return a.visible.value_or(false) == b.visible.value_or(false) &&
+           a.readOnly.value == b.readOnly.value;
 }
-
-struct Name {
-    using result_type = std::string;
-    std::string operator()(boost::mpl::void_ const&) const { return {}; }
-    template <class Function>
-    std::string operator()(Function const& function) const {
-        return function.getPackageName() + '\n' + function.getFunctionName();
-    }
-};
-
-template <class Function>
-bool sameFunction(Function const& a, Function const& b) {
-    return a.which() == b.which() &&
-           boost::apply_visitor(Name(), a) == boost::apply_visitor(Name(), b);
-}
-
-bool sameReadOnly(boost::logic::tribool a, boost::logic::tribool b) { return a.value == b.value; }
 
 bool holdsValueBeside(NodeView const& key, SettingsLevel const& level) {
     for (std::size_t i = 0; i < SettingsLevelManager::levelCount; ++i) {
@@ -197,10 +146,7 @@ bool LevelAdoption::differs(SettingsImpl const& node, SettingsImpl const& copy) 
     NodeView const there(copy, lock_);
     NodeContent const& own = node.contentWithLock(lock_);
     NodeContent const& theirs = copy.contentWithLock(lock_);
-    if (own.visible.value_or(false) != theirs.visible.value_or(false) ||
-        !sameReadOnly(own.readOnly, theirs.readOnly)) {
-        return true;
-    }
+    if (!sameFlags(own, theirs)) return true;
     if (!here.isLeaf()) return false;
     if (!sameValue(here.stored(&level_), there.stored(&level_))) return true;
     bool const isComputed = here.ownsRunTimeDefault(level_.levelName());
@@ -214,6 +160,23 @@ void LevelAdoption::change(SettingsImpl& node, SettingsImpl const* copy, PathHas
     if (NodeView(node, lock_).isLeaf())
         failureOf([&] { step.before = KeyValues(node, lock_).inForce(true); });
     steps_.push_back(std::move(step));
+}
+
+bool LevelAdoption::isOfCheckedValuesAlone() const {
+    return std::all_of(steps_.begin(), steps_.end(), [this](Step const& step) {
+        if (step.kind != Step::Kind::change) return false;
+        NodeView const own(*step.node, lock_);
+        bool const isDefined = own.isLeaf() && holdsValueBeside(own, level_) &&
+                               own.rules().isTyped() && isVoidRuntimeDefault(own.runTimeDefault());
+        if (!isDefined || !step.source) return isDefined;
+        NodeView const source(*step.source, lock_);
+        boost::any value = source.stored(&level_);
+        if (!isVoidRuntimeDefault(source.runTimeDefault()) ||
+            !sameFlags(step.node->contentWithLock(lock_), step.source->contentWithLock(lock_))) {
+            return false;
+        }
+        return value.empty() || !failureOf([&] { checkValue(*step.node, lock_, value); });
+    });
 }
 
 // --- The change -----------------------------------------------------------------------------

@@ -50,6 +50,10 @@ public:
 
     /// True if nothing would be lost with the product that is not in its file.
     bool canGo(SettingsImpl const& product) const { return canGo(product, productPath); }
+    /// True if no node comes or goes, and all values that come pass the checks of a load for keys
+    /// that the factory defines: then the plan is the same whether the copy was made of all files
+    /// of the product or of the one of this level alone.
+    bool isOfCheckedValuesAlone() const;
     bool isEmpty() const { return steps_.empty(); }
     /// Number of the nodes that have changed, came or went.
     std::size_t count() const { return adopted_.size(); }

@@ -61,6 +61,10 @@ int renameat2(int fromFolder, char const* from, int toFolder, char const* to,
               unsigned flags) noexcept {
     return watched("renameat2", to, fromFolder, from, toFolder, to, flags);
 }
+int symlink(char const* text, char const* path) noexcept {
+    return watched("symlink", path, text, path);
+}
+int remove(char const* path) noexcept { return watched("remove", path, path); }
 int flock(int descriptor, int operation) noexcept {
     return watched("flock", descriptor, descriptor, operation);
 }

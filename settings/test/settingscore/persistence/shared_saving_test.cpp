@@ -181,6 +181,22 @@ TEST_F(SharedSaving, ARefreshTellsWhatOthersChanged) {
     EXPECT_EQ(valueHere("plot.width"), "5");
 }
 
+TEST_F(SharedSaving, AFileWrittenByHandIsTakenInAsALoadWould) {
+    valueHere("plot.width");
+    set(0, "plot.axes.grid", false);
+    Heard heard(root());
+    // Without the flags that the factory's keys have, and without most of the keys.
+    userFile("plot", "<key name=\"width\"><int32><value>7</value></int32></key>");
+    EXPECT_EQ(refresh(0).changedNodes, 2u);
+    EXPECT_EQ(heard.take(), "value grid; value width");
+    EXPECT_TRUE(in(0, "plot.width")->isVisible());
+    EXPECT_EQ(valueHere("plot.title"), "-");
+    // A key of another type than the factory's is refused, with the whole file.
+    userFile("plot", "<key name=\"width\"><bool><value>1</value></bool></key>");
+    EXPECT_NE(refresh(0).report, u"");
+    EXPECT_EQ(valueHere("plot.width"), "7");
+}
+
 TEST_F(SharedSaving, SessionValuesAreNeverTouched) {
     addKey(1, "plot", "own", 1);
     Heard heard(root());

@@ -153,9 +153,8 @@ TEST_F(SaveOfAnUnreadFile, IsRefusedWhereTheRootCouldNotListIt) {
     userFile("mine", intKey("k", "1"));
     good_ = userFiles();
     for (auto const& [call, error, reason] : std::vector<std::tuple<std::string, int, std::string>>{
-             {"opendir user", EIO, "Input/output error"},
-             {"opendir user", EACCES, "Permission denied"},
-             {"lstat user/mine.settings", EIO, "Input/output error"}}) {
+             {"open user", EIO, "Input/output error"},
+             {"open user", EACCES, "Permission denied"}}) {
         SCOPED_TRACE(call + " " + reason);
         {
             Calls const calls(folder(), call, error);
@@ -191,7 +190,7 @@ TEST_F(SaveOfAnUnreadFile, IsRefusedWhereTheRootCouldNotListIt) {
     std::filesystem::remove(userFilePath("plot"));
     userText("broken.settings", "<settings");
     {
-        Calls const calls(folder(), "opendir user", EIO);
+        Calls const calls(folder(), "open user", EIO);
         freshRoot();
     }
     setWidth(7);

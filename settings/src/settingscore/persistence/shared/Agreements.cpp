@@ -38,7 +38,7 @@ void Agreements::loaded(Product const& product, std::optional<FileStamp> const& 
     Known& known = Known::instance();
     std::lock_guard<std::mutex> const lock(known.mutex);
     known.sweep();
-    known.agreements[product] = {stamp, nullptr, ++known.lastVersion, {}, {}};
+    known.agreements[product] = {stamp, nullptr, ++known.lastVersion};
 }
 
 std::optional<Agreement> Agreements::find(Product const& product) {
@@ -60,6 +60,7 @@ bool Agreements::replace(Product const& product, unsigned long version, Agreemen
         known.agreements.emplace(product, std::move(next));
     } else {
         next.report.insert(0, found->second.report);
+        next.place = found->second.place;
         found->second = std::move(next);
     }
     return true;
@@ -73,6 +74,13 @@ bool Agreements::setImage(Product const& product, unsigned long version,
     if (found == known.agreements.end() || found->second.version != version) return false;
     if (!found->second.image) found->second.image = std::move(image);
     return true;
+}
+
+void Agreements::setPlace(Product const& product, std::shared_ptr<FilePlace const> place) {
+    Known& known = Known::instance();
+    std::lock_guard<std::mutex> const lock(known.mutex);
+    auto const found = known.agreements.find(product);
+    if (found != known.agreements.end()) found->second.place = std::move(place);
 }
 
 ustring Agreements::takeReport(Product const& product) {

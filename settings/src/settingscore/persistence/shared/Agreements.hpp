@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 
 #include <boost/shared_ptr.hpp>
 #include <settingscore/host/UString.hpp>
@@ -11,6 +12,12 @@
 namespace settings::core {
 
 class SettingsImpl;
+
+/// Where the user file of a product is, so that a look at it does not have to make the name anew.
+struct FilePlace {
+    ustring directory;   ///< The user directory for which this is so.
+    std::string native;  ///< The file.
+};
 
 /// How a product in memory and its user file stand to each other.
 struct Agreement {
@@ -26,6 +33,8 @@ struct Agreement {
     ustring report{};
     /// What was last reported, so that a fault that stays is not told again and again.
     ustring lastReport{};
+    /// Null until somebody looked at the file; outlives the agreement.
+    std::shared_ptr<FilePlace const> place{};
 };
 
 /// The agreements of all products of the process, in the mode of shared saves. May be called by any
@@ -44,6 +53,7 @@ public:
     /// The first image of an agreement; false if there is another agreement by now.
     static bool setImage(Product const& product, unsigned long version,
                          std::shared_ptr<FileImage const> image);
+    static void setPlace(Product const& product, std::shared_ptr<FilePlace const> place);
     static ustring takeReport(Product const& product);
     static void forget(Product const& product);
     static void forgetAll();

@@ -15,11 +15,12 @@ std::int64_t nanoseconds(::timespec const& time) {
 
 }  // namespace
 
-FileStamp FileStamp::of(qf::filesystem::path const& file) {
+FileStamp FileStamp::of(std::string const& native) {
     struct ::stat status {};
-    if (::stat(file.native().c_str(), &status) != 0) {
+    if (::stat(native.c_str(), &status) != 0) {
         if (errno == ENOENT || errno == ENOTDIR) return {};
-        throw qf::filesystem::FsysExceptionBase("cannot look at", file.str(), errno);
+        throw qf::filesystem::FsysExceptionBase("cannot look at",
+                                                qf::filesystem::from_native(native).str(), errno);
     }
     FileStamp stamp;
     stamp.exists = true;

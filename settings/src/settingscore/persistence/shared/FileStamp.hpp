@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <tuple>
 
 #include <settingscore/host/Filesystem.hpp>
@@ -18,7 +19,9 @@ struct FileStamp {
     std::int64_t changed = 0;   ///< The same of the inode, which nobody can set.
 
     /// @throws FsysExceptionBase if it cannot be found out
-    static FileStamp of(qf::filesystem::path const& file);
+    static FileStamp of(qf::filesystem::path const& file) { return of(file.native()); }
+    /// The same by the name that the system knows.
+    static FileStamp of(std::string const& native);
 
     /// True for a file that was only renamed since.
     bool isSameFileAs(FileStamp const& other) const {

@@ -15,6 +15,7 @@
 #include <string_view>
 
 #include <settingscore/host/I18n.hpp>
+#include <settingscore/persistence/LeftOverFolders.hpp>
 #include <settingscore/value/NeverDestroyed.hpp>
 
 namespace settings::core {
@@ -95,21 +96,20 @@ Maker makerOf(std::string const& mark) {
     return startOf(parts[0]) == parts[1] ? Maker::lives : Maker::dead;
 }
 
-/// Cuts "0x" and up to `most` digits off the front.
-bool cutHex(std::string_view& text, std::size_t most) {
-    if (text.substr(0, 2) != "0x") return false;
-    std::size_t const end = std::min(text.find_first_not_of("0123456789abcdef", 2), text.size());
-    if (end == 2 || end > 2 + most) return false;
-    text.remove_prefix(end);
-    return true;
+/// "0x" and up to `most` digits.
+bool isHex(std::string_view text, std::size_t most) {
+    return text.size() > 2 && text.size() <= 2 + most && text.substr(0, 2) == "0x" &&
+           text.find_first_not_of("0123456789abcdef", 2) == std::string_view::npos;
 }
 
-/// "temp" and an identity, as the saves name their folders.
+/// "temp" and an identity, two numbers, as the saves name their folders.
 bool isOwnName(std::string_view name) {
     constexpr std::string_view prefix = "temp";
     if (name.substr(0, prefix.size()) != prefix) return false;
     name.remove_prefix(prefix.size());
-    return cutHex(name, 8) && cutHex(name, 16) && name.empty();
+    std::size_t const second = name.rfind("0x");
+    return second != std::string_view::npos && isHex(name.substr(0, second), 8) &&
+           isHex(name.substr(second), 16);
 }
 
 bool isDead(std::string const& folder, struct ::stat const& status) {
@@ -177,6 +177,14 @@ void LeftOvers::removeDead(Path const& directory) {
         } catch (fs::FsysExceptionBase const&) {  // NOLINT(bugprone-empty-catch)
         }
     }
+}
+
+std::vector<ustring> leftOverFolders(ustring const& userDirectory) {
+    std::vector<ustring> dead;
+    for (LeftOvers::Folder const& folder : LeftOvers::in(fs::path(userDirectory))) {
+        if (folder.isDead) dead.push_back(folder.path.str());
+    }
+    return dead;
 }
 
 }  // namespace settings::core

@@ -1,6 +1,7 @@
 #include <settingscore/persistence/shared/Present.hpp>
 
 #include <algorithm>
+#include <exception>
 #include <memory>
 #include <optional>
 
@@ -10,6 +11,7 @@
 #include <settingscore/persistence/SettingsFile.hpp>
 #include <settingscore/persistence/shared/Agreements.hpp>
 #include <settingscore/persistence/shared/Rendering.hpp>
+#include <settingscore/tree/MergeEngine.hpp>
 #include <settingscore/tree/NodeEdits.hpp>
 #include <settingscore/tree/NodeEvents.hpp>
 #include <settingscore/tree/NodeView.hpp>
@@ -70,6 +72,10 @@ public:
     Update(SettingsImpl& product, LevelAdoption::Kept const& kept, Gone gone)
         : product_(product.shared_from_this()), kept_(kept), gone_(gone) {}
 
+    /// True if what was changed since can be found out.
+    bool hasImage() const { return known_ && known_->image; }
+    /// False if nobody has noted anything that is to be told.
+    bool mayReport() const { return !known_ || !wasCurrent_ || !known_->report.empty(); }
     /// Number of the nodes that changed.
     std::size_t run() {
         {
@@ -81,13 +87,15 @@ public:
         // A tree that others change without end is read once more where nobody comes between.
         constexpr int triesWithoutLock = 3;
         for (int i = 0; i < triesWithoutLock; ++i) {
-            if (isCurrent()) return 0;
+            wasCurrent_ = isCurrent();
+            if (wasCurrent_) return 0;
             readFiles();
             UpgradeTreeLock lock;
             if (std::optional<std::size_t> const count = takeIn(lock)) return *count;
         }
         UpgradeTreeLock lock;
         if (isCurrent()) return 0;
+        needsAllFiles_ = true;
         readFiles();
         return takeIn(lock).value_or(0);
     }
@@ -97,14 +105,46 @@ private:
         known_ = Agreements::find(product_);
         if (!known_ || !known_->stamp) return false;
         try {
-            return FileStamp::of(SettingsFile::userFileOf(product_->getName(), &level(), root_)) ==
-                   *known_->stamp;
+            return FileStamp::of(place()) == *known_->stamp;
         } catch (qf::filesystem::FsysExceptionBase const&) {
             return true;  // Whoever reads or writes it tells.
         }
     }
 
+    std::string place() {
+        ustring const directory = SettingsFile::getRootPathForLevel(&level(), root_);
+        if (known_->place && known_->place->directory == directory) return known_->place->native;
+        auto const file = SettingsFile::userFileOf(product_->getName(), &level(), root_);
+        auto const place = std::make_shared<FilePlace>(FilePlace{directory, file.native()});
+        Agreements::setPlace(product_, place);
+        return place->native;
+    }
+
+    /// A file in which others changed values alone, the usual case, says all by itself: the
+    /// factory's files are not read. @return false if that is not to be known
+    bool readUserFileAlone() {
+        if (!known_ || !known_->stamp || needsAllFiles_) return false;
+        try {
+            auto const file = SettingsFile::userFileOf(product_->getName(), &level(), root_);
+            FileStamp const before = FileStamp::of(file);
+            if (!before.exists) return false;
+            copy_ = SettingsFile::loadSettingsObject(file);
+            if (!copy_ || FileStamp::of(file) != before) return false;
+            auto const empty =
+                boost::make_shared<SettingsImpl>(product_->getName(), false, boost::none);
+            detail::MergeEngine::takeFirstFile(*empty, *copy_, level());
+            isAnyFileThere_ = true;
+            stamp_ = before;
+            fault_.clear();
+            return copy_->getName() == product_->getName();
+        } catch (std::exception const&) {
+            return false;  // The load says what is wrong.
+        }
+    }
+
     void readFiles() {
+        isWhole_ = !readUserFileAlone();
+        if (!isWhole_) return;
         ustring errors;
         ProductLoader loader(product_->getName(), root_, errors);
         loader.readAll(true);
@@ -136,6 +176,10 @@ private:
             return removeProduct(lock, product_);
         }
         adoption.plan(*product_, *copy_);
+        if (!isWhole_ && !adoption.isOfCheckedValuesAlone()) {
+            needsAllFiles_ = true;
+            return std::nullopt;
+        }
         if (adoption.isEmpty()) {
             bool const isDone = Agreements::replace(product_, version, {stamp_, known_->image});
             return isDone ? std::optional<std::size_t>(0) : std::nullopt;
@@ -182,7 +226,10 @@ private:
     Gone const gone_;
     boost::shared_ptr<TreeRoot const> root_;
     std::optional<Agreement> known_;
+    bool wasCurrent_ = false;
     bool isAnyFileThere_ = false;
+    bool isWhole_ = false;  ///< The copy is what a load gives, and not the user file alone.
+    bool needsAllFiles_ = false;
     boost::shared_ptr<SettingsImpl> copy_;
     std::optional<FileStamp> stamp_;
     ustring fault_;
@@ -191,7 +238,8 @@ private:
 }  // namespace
 
 void Present::bringUpToDate(SettingsImpl& product, LevelAdoption::Kept const& kept) {
-    Update(product, kept, Update::Gone::stays).run();
+    Update update(product, kept, Update::Gone::stays);
+    if (update.run() == 0 && update.hasImage()) return;
     boost::shared_ptr<SettingsImpl const> const node = product.shared_from_this();
     for (;;) {
         auto const known = Agreements::find(node);
@@ -208,8 +256,9 @@ void Present::bringUpToDate(SettingsImpl& product, LevelAdoption::Kept const& ke
 
 Present::Taken Present::refresh(SettingsImpl& product) {
     Taken taken;
-    taken.changedNodes = Update(product, {}, Update::Gone::goes).run();
-    taken.report = Agreements::takeReport(product.shared_from_this());
+    Update update(product, {}, Update::Gone::goes);
+    taken.changedNodes = update.run();
+    if (update.mayReport()) taken.report = Agreements::takeReport(product.shared_from_this());
     return taken;
 }
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <memory>
 
 #include <settingscore/errors/Exceptions.hpp>
@@ -27,7 +28,7 @@ namespace msg = ZENBAR::settings::core;
 
 namespace {
 
-std::atomic<bool> isOn{false};
+std::atomic<bool> areSharedSavesOn{false};
 std::atomic<std::chrono::milliseconds::rep> waitLimit{0};
 
 [[noreturn]] void fail(SettingsFile::Save const& save, int errorNumber, std::string const& reason) {
@@ -105,7 +106,10 @@ private:
         FileStamp written;
         SaveSettingsFunctor const functor(functor_.lock(), text);
         try {
-            if (!SettingsFile::replaceFile(save_, functor, &written)) return drop(aside);
+            auto const put = [&](fs::path const& temporary, SettingsFile::RenameFunc rename) {
+                place(temporary, rename, text.size(), written);
+            };
+            if (!SettingsFile::replaceFile(save_, functor, put)) return drop(aside);
         } catch (...) {
             if (!FileStamp::of(save_.file).isSameFileAs(written)) drop(aside);
             throw;
@@ -116,6 +120,20 @@ private:
         if (!isMerged && now.isSameFileAs(written)) agreed = now;
         Agreement const next{agreed, std::make_shared<FileImage>(mine_.image), 0, {}, {}};
         while (!Agreements::replace(save_.product, versionNow(), next)) {
+        }
+    }
+
+    /// No part of the text takes the place of a file in which others have their own, and no failure
+    /// takes that out of the way.
+    void place(fs::path const& temporary, SettingsFile::RenameFunc rename, std::size_t size,
+               FileStamp& written) const {
+        try {
+            written = FileStamp::of(temporary);
+            if (written.size < static_cast<std::int64_t>(size))
+                fail(save_, EIO, "the temporary file could not be written whole");
+            rename(temporary, save_.file);
+        } catch (fs::FsysExceptionBase const& error) {
+            fail(save_, error.errorNumber(), error.reason());
         }
     }
 
@@ -139,6 +157,25 @@ private:
     std::optional<Agreement> const known_;
 };
 
+/// While it lives, what a person or a shutdown sends to end the process waits on this thread, so
+/// that it does not fall between the making of a temporary folder and its removal.
+class EndingHeld {
+public:
+    EndingHeld() {
+        ::sigset_t ending;
+        ::sigemptyset(&ending);
+        for (int const signal : {SIGHUP, SIGINT, SIGTERM})
+            ::sigaddset(&ending, signal);
+        ::pthread_sigmask(SIG_BLOCK, &ending, &before_);
+    }
+    ~EndingHeld() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    EndingHeld(EndingHeld const&) = delete;
+    EndingHeld& operator=(EndingHeld const&) = delete;
+
+private:
+    ::sigset_t before_{};
+};
+
 /// The directory that is to hold the lock file.
 void makeDirectory(fs::path const& folder) {
     try {
@@ -150,24 +187,40 @@ void makeDirectory(fs::path const& folder) {
     }
 }
 
+/// Of locks that cannot be had the error of a save that fails; work that throws is its own affair.
+template <class Work>
+void underLock(boost::shared_ptr<SettingsImpl const> const& product, fs::path const& folder,
+               fs::path const& file, Work const& work) {
+    try {
+        FileLock const lock(folder, SharedSaves::longestWait());
+        EndingHeld const held;
+        work();
+    } catch (FileLockFailure const& failure) {
+        if (failure.errorNumber() == EACCES || failure.errorNumber() == EROFS) {
+            msg::throwMessage<msg::NoWritePermissionOnDirectory>(
+                folder.str(), std::string(failure.what()).c_str());
+        }
+        throw exception::ErrorWriteToTempSettingsFile(product, file.str(), failure.errorNumber(),
+                                                      qf::i18n::to_ustring(failure.what()));
+    }
+}
+
 }  // namespace
 
 void SharedSaves::save(SettingsFile::Save const& save, SaveSettingsFunctor const& functor) {
     makeDirectory(save.folder);
-    try {
-        FileLock const lock(save.folder, longestWait());
+    underLock(save.product, save.folder, save.file, [&] {
         LeftOvers::removeDead(save.folder);
         SharedSave(save, functor).run();
-    } catch (FileLockFailure const& failure) {
-        if (failure.errorNumber() == EACCES || failure.errorNumber() == EROFS) {
-            msg::throwMessage<msg::NoWritePermissionOnDirectory>(
-                save.folder.str(), std::string(failure.what()).c_str());
-        }
-        fail(save, failure.errorNumber(), failure.what());
-    }
+    });
 }
 
-bool SharedSaves::areOn() { return isOn.load(std::memory_order_relaxed); }
+void SharedSaves::remove(fs::path const& file) {
+    fs::path const folder = file.parent_path();
+    if (fs::exists(folder)) underLock({}, folder, file, [&] { fs::remove(file); });
+}
+
+bool SharedSaves::areOn() { return areSharedSavesOn.load(std::memory_order_relaxed); }
 
 std::chrono::milliseconds SharedSaves::longestWait() {
     return std::chrono::milliseconds(waitLimit.load());
@@ -175,13 +228,13 @@ std::chrono::milliseconds SharedSaves::longestWait() {
 
 void SharedSaves::turnOn(std::chrono::milliseconds longestWait) {
     waitLimit = longestWait.count();
-    if (isOn.exchange(true)) return;
+    if (areSharedSavesOn.exchange(true)) return;
     SettingsFile::setSaveFunc(&SharedSaves::save);
     detail::LoadAndSave::setSharing({&Present::bringUpToDate});
 }
 
 void SharedSaves::turnOff() {
-    if (!isOn.exchange(false)) return;
+    if (!areSharedSavesOn.exchange(false)) return;
     detail::LoadAndSave::setSharing({});
     SettingsFile::setSaveFunc(nullptr);
     Agreements::forgetAll();

@@ -18,6 +18,8 @@ public:
     /// A save under the lock of the user directory, merged with what others wrote. Called with the
     /// tree held shared, as all saves are.
     static void save(SettingsFile::Save const& save, SaveSettingsFunctor const& functor);
+    /// Removes a file under the same lock, so that no save of another brings it back unseen.
+    static void remove(SettingsFile::Path const& file);
 };
 
 }  // namespace settings::core
