@@ -44,7 +44,7 @@ grep -q $'^plotter\\.lineWidth\tdouble\tfactory\t0\\.35$' listed || fail "no lin
 # With no product at all it says where there are some; what it names works.
 hint=$(alone "$program" list 2>&1)
 [[ $hint == *"qbsettings --host-root $examples list" ]] || fail "no examples are named: $hint"
-for document in api file-format hosts qbsettings texts; do
+for document in api file-format findings hosts qbsettings texts; do
     [[ -s $prefix/share/qbsettings/docs/$document.md ]] || fail "$document.md is not installed"
 done
 ! grep -n 'settings/examples/\(host\|lib\|radio\)`' "$prefix"/share/qbsettings/docs/*.md ||
