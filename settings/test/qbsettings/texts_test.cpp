@@ -175,6 +175,7 @@ $ qbsettings check | sed 's/; none of the texts of the file are shown \[texts-fa
 @/factory/p/p.texts.ag.json:2:4: warning: of 'g' an object is wanted
 @/factory/p/p.texts.ah.json:1:20: warning: is no JSON: syntax error while parsing value - invalid string: ill-formed UTF-8 byte
 @/factory/p/p.texts.ai.json: warning: is larger than 4 MiB
+@/factory/p/p.texts.al.json: warning: is a link to nothing [never-read]
 )~");
 }
 
