@@ -1,7 +1,7 @@
 # qbsettings_generate(TARGET FILES... [NAMESPACE N])
 #
 # Makes a header of typed keys of each settings file with "qbsettings generate" when the target is
-# built, and again when the file has changed. The header of "plotter.settings" is included as
+# built, and again when the file has changed, or the texts beside it. The header of "plotter.settings" is included as
 # <plotter.settings.hpp> by the sources of the target. The program is that of the same build, or
 # QBSETTINGS_PROGRAM; where one builds for another machine, set that to a program of the own one.
 function(qbsettings_generate target)
@@ -35,10 +35,13 @@ function(qbsettings_generate target)
     if(header IN_LIST headers)
       message(FATAL_ERROR "qbsettings_generate: two files are named ${name}")
     endif()
+    # Which of the texts beside it are those of its product, the file says.
+    get_filename_component(beside "${file}" DIRECTORY)
+    file(GLOB texts CONFIGURE_DEPENDS "${beside}/*.texts.json")
     add_custom_command(
       OUTPUT "${header}"
       COMMAND "${program}" generate "${file}" ${namespace} --to "${header}"
-      DEPENDS "${file}" ${depends}
+      DEPENDS "${file}" ${texts} ${depends}
       COMMENT "Making typed keys of ${name}"
       VERBATIM)
     list(APPEND headers "${header}")

@@ -1,11 +1,28 @@
 # Completion of qbsettings for bash. Commands and options are those that --help tells, names come from
 # the tree that the words before the cursor speak of.
 
+# Offers those of the words that begin as the one on the line, quoted as that is.
+_qbsettings_offer() {
+    local word
+    COMPREPLY=()
+    for word in "${words[@]}"; do
+        [[ $word == "$cur"* ]] || continue
+        [[ -z $quote ]] && printf -v word %q "$word"
+        [[ $quote == '"' ]] && word=$(sed 's/[\\"$`]/\\&/g' <<<"$word")
+        COMPREPLY+=("$word")
+    done
+}
+
 _qbsettings() {
     local program=${COMP_WORDS[0]} cur=${COMP_WORDS[COMP_CWORD]} help command='' option='' word kind
     local -i i positional=0
-    local -a places=()
+    local -a places=() types=() words=()
+    local quote='' first=''
     [[ $cur == = ]] && cur=''
+    # The word as it is meant, and the quote that it begins with.
+    [[ $cur == [\"\']* ]] && quote=${cur:0:1}
+    cur=${cur#"$quote"}
+    [[ $quote != "'" ]] && cur=${cur//\\/}
 
     # What is on the line already: the command, how many words follow it, and where the tree lies. The
     # shell makes three words of --option=value.
@@ -27,7 +44,8 @@ _qbsettings() {
         elif [[ -z $command ]]; then
             command=$word
         else
-            positional+=1
+            # A key, in quotes or not.
+            ((positional++ == 0)) && first=${word//[\"\'\\]/}
         fi
     done
 
@@ -59,10 +77,30 @@ _qbsettings() {
             # A name that goes on after its dot gets no blank behind it.
             [[ ${COMPREPLY[0]-} == *. ]] && compopt -o nospace 2>/dev/null
             ;;
-        LEVEL) mapfile -t COMPREPLY < <(compgen -W "session user factory" -- "$cur") ;;
+        VALUE)
+            mapfile -t words < <("$program" "${places[@]}" complete --values-of "$first" -- "$cur" \
+                2>/dev/null)
+            _qbsettings_offer
+            ;;
+        LEVEL)
+            words=(session user factory)
+            # What is factory's cannot be written.
+            grep -qE -- '--level LEVEL .* to (write|change)' <<<"$help" && words=(session user)
+            _qbsettings_offer
+            ;;
         TYPE)
-            mapfile -t COMPREPLY < <(compgen -W "string bool int8 uint8 int16 uint16 int32 uint32 \
-                int64 uint64 float double any" -- "$cur")
+            types=(string bool int8 uint8 int16 uint16 int32 uint32 int64 uint64 float double)
+            words=("${types[@]}" any "${types[@]/#/array of }")
+            _qbsettings_offer
+            ;;
+        A | B)
+            words=(session user factory)
+            _qbsettings_offer
+            # A path may begin like a level; one that does is typed with a "./".
+            if [[ -z $cur || ${#COMPREPLY[@]} == 0 ]]; then
+                compopt -o filenames 2>/dev/null
+                mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -f -- "$cur")
+            fi
             ;;
         FILE | DIR)
             compopt -o filenames 2>/dev/null

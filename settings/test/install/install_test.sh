@@ -36,12 +36,15 @@ program=$prefix/bin/qbsettings
 # The program, by itself and on the example products, whose functions are found too.
 expect "$prefix/share/qbsettings" "$(alone "$program" dirs | sed -n 's/^host\t//p')" "the host's data"
 alone "$program" --host-root "$examples" list >listed || fail "the examples have faults"
+[[ -s $prefix/share/qbsettings/texts.schema.json ]] || fail "the schema of texts is not installed"
+alone LANG=de_AT.UTF-8 "$program" --host-root "$examples" describe plotter | grep Stiftplotter >/dev/null ||
+    fail "the examples have no texts in German"
 grep -q $'^plotter\\.lineWidth\tdouble\tfactory\t0\\.35$' listed || fail "no line of plotter.lineWidth"
 
 # With no product at all it says where there are some; what it names works.
 hint=$(alone "$program" list 2>&1)
 [[ $hint == *"qbsettings --host-root $examples list" ]] || fail "no examples are named: $hint"
-for document in api file-format hosts qbsettings; do
+for document in api file-format findings hosts qbsettings texts; do
     [[ -s $prefix/share/qbsettings/docs/$document.md ]] || fail "$document.md is not installed"
 done
 ! grep -n 'settings/examples/\(host\|lib\|radio\)`' "$prefix"/share/qbsettings/docs/*.md ||

@@ -127,7 +127,7 @@ $ plain qbsettings get p.n
 ! there may be a setting 'p.n' in a folder that cannot be listed
 [1]
 $ chmod 000 factory && plain qbsettings check
-@/factory: cannot be listed: Permission denied
+@/factory: cannot be listed: Permission denied [unreadable]
 [1]
 $ plain qbsettings list
 ! @/factory: cannot be listed: Permission denied

@@ -131,8 +131,8 @@ p.list→array of string→user→a, b→x
 p.real→double→user→2→0.7
 $ qbsettings list --changed --json p.real && qbsettings list p.list p.real --level factory --long
 [{"name":"p.real","type":"double","level":"user","value":2,"factory":0.7}]
-p.list→array of string→factory→x→at least 1 value
-p.real→double→factory→0.7→0.5 to 8
+p.list→array of string→factory→x→at least 1 value→-→-
+p.real→double→factory→0.7→0.5 to 8→-→-
 $ qbsettings list --depth 1 && qbsettings list p --depth 1 2>/dev/null | grep lock
 p→group→-→
 p.locked→group→-→
@@ -169,6 +169,9 @@ $ qbsettings unset p --all
 [3]
 $ qbsettings get Real
 ! there is no setting 'Real'; did you mean 'p.real'?
+[3]
+$ qbsettings get comptued
+! there is no setting 'comptued'; did you mean 'p.computed'?
 [3]
 $ qbsettings get p/real
 ! there is no setting 'p/real'; did you mean 'p.real'?

@@ -95,10 +95,10 @@ $ qbsettings check --clean p.settings
 ! --clean is for the user directory, so without files
 [2]
 $ qbsettings check
-@/user/temp0x12ab34cd0x1: warning: left by a process that was killed while it saved; 'check --clean' removes it
-@/user/temp0xfedcba980x12345678: warning: left by a process that was killed while it saved; 'check --clean' removes it
+@/user/temp0x12ab34cd0x1: warning: left by a process that was killed while it saved; 'check --clean' removes it [left-over]
+@/user/temp0xfedcba980x12345678: warning: left by a process that was killed while it saved; 'check --clean' removes it [left-over]
 $ qbsettings check --clean --json
-[{"kind":"warning","file":"@/user/temp0x12ab34cd0x1","line":null,"column":null,"message":"was left by a process that was killed while it saved, and is removed now","code":"left-over"},{"kind":"warning","file":"@/user/temp0xfedcba980x12345678","line":null,"column":null,"message":"was left by a process that was killed while it saved, and is removed now","code":"left-over"}]
+[{"kind":"warning","file":"@/user/temp0x12ab34cd0x1","line":null,"column":null,"message":"was left by a process that was killed while it saved, and is removed now","code":"left-over","key":null},{"kind":"warning","file":"@/user/temp0xfedcba980x12345678","line":null,"column":null,"message":"was left by a process that was killed while it saved, and is removed now","code":"left-over","key":null}]
 $ qbsettings check && ls user
 temp0x1
 temp0x12ab34cd0x2

@@ -54,7 +54,7 @@ elements         exactly 1 value
 user             ESC[2m-ESC[0m
 in force         ESC[36mfactoryESC[0m  0.7
 p.real  double  factory  0.7
-$ TERM=xterm script -qec 'qbsettings list | cat; qbsettings check' /dev/null | tr '\r\33' '\n^' >screen
+$ TERM=xterm script -qec 'qbsettings --quiet check; qbsettings list | cat; qbsettings check' /dev/null | tr '\r\33' '\n^' >screen
 > grep reading screen; tail -n 2 screen && echo
 ^[Kchecking product 22 of 22
 ^[K
@@ -71,8 +71,8 @@ $ qbsettings get p.computed --level user --json
 ! p.computed: it has no value on the level 'user'
 [3]
 $ qbsettings describe p.real --json && qbsettings describe p.locked --json
-{"name":"p.real","kind":"key","type":"double","elements":{"least":1,"most":1},"range":{"least":0.5,"most":8},"choices":[],"validator":null,"runtimeDefault":null,"session":{"source":null,"value":null},"user":{"source":"user","value":2},"factory":{"source":"factory","value":0.7},"inForce":{"source":"user","value":2},"readOnly":false,"visible":true,"version":4}
-{"name":"p.locked","kind":"group","readOnly":true,"visible":false,"version":4,"validator":null,"children":[{"kind":"key","name":"down"}]}
+{"name":"p.real","kind":"key","texts":null,"type":"double","elements":{"least":1,"most":1},"range":{"least":0.5,"most":8},"choices":[],"validator":null,"runtimeDefault":null,"session":{"source":null,"value":null},"user":{"source":"user","value":2},"factory":{"source":"factory","value":0.7},"inForce":{"source":"user","value":2},"readOnly":false,"visible":true,"version":4}
+{"name":"p.locked","kind":"group","texts":null,"readOnly":true,"visible":false,"version":4,"validator":null,"children":[{"kind":"key","name":"down"}]}
 $ qbsettings import q --json
 {"changes":[{"change":"added","name":"q.n","value":[3]}],"refused":[]}
 $ printf 'p.flag = 1\np.list = ["\\u0001"]' | qbsettings set-many --json 2>/dev/null
@@ -84,13 +84,38 @@ $ qbsettings complete $'\xFF' && SETTINGS_USERDIR= ZENBAR_PREFDIR=relative qbset
 )~");
 }
 
+TEST_F(UsageTest, CommandsThatWriteSpeakJsonOrNothing) {
+    expectSession(
+        R"~($ qbsettings add-group q --json && qbsettings add q.n --type int8 3 --json
+{"added":"q"}
+{"added":"q.n"}
+$ qbsettings unset q.n --json && qbsettings remove q.n --json
+{"removed":["q.n"]}
+{"removed":["q.n"]}
+$ qbsettings set p.real 2 && qbsettings export p.real --to out --json
+{"written":"out"}
+$ qbsettings make-factory out --to made --json && qbsettings generate made.settings --json 2>&1 | grep -c cannot
+{"written":"made"}
+1
+[1]
+$ qbsettings generate ./made --json | grep -o '^{"header":"//'
+{"header":"//
+$ qbsettings --quiet get p.real && qbsettings list p.real --quiet --json && qbsettings set p.flag YES --quiet
+$ qbsettings get --quiet p.unset
+! p.unset: it has no value
+[3]
+$ qbsettings diff out --quiet
+[1]
+)~");
+}
+
 TEST_F(UsageTest, SaysWhereItLookedForProductsAndWhichOneHidesAnother) {
     settingsFile("factory/P/P.settings", "");
     expectSession(
         R"($ qbsettings list P && qbsettings list >/dev/null
 ! @/factory/p is not read, because there is a product 'P', and product names may not differ only in case
 $ qbsettings check
-@/factory/p/p.settings: warning: is never read, because there is a product 'P', and product names may not differ only in case
+@/factory/p/p.settings: warning: is never read, because there is a product 'P', and product names may not differ only in case [never-read]
 $ SETTINGS_FACTORYDIR=$PWD/none qbsettings list
 ! there are no products in @/none and in @/user; 'qbsettings new-product' makes one
 )");
@@ -166,7 +191,7 @@ TEST_F(ExamplesTest, OfTheHelpRun) {
 > for c in $(cat commands)
 > do qbsettings help $c | sed -n "s/^Example: /$c /p"
 > done >examples && diff commands <(cut -d ' ' -f 1 examples)
-$ printf 'plotter.lineWidth = 0.7\n' >changes.txt && export EDITOR=true
+$ printf 'plotter.lineWidth = 0.7\n' >changes.txt && export EDITOR='sed -i s/0.7/0.6/'
 > cp factory/editor/editor.settings mine.settings
 > cp factory/plotter/palettes.settings plotter.settings
 > export QBHOST_LIBRARY_PATH=)~" QB_BUILD_DIR R"~(/settings/examples/lib
@@ -176,9 +201,12 @@ Try: qbsettings --host-root @/sketches list sketch
 )~" + std::string());
 }
 
-/// What the manual shows happens so.
-TEST_F(ExamplesTest, TheManualIsTrue) {
-    std::istringstream manual(qbtest::readFile(QB_SOURCE_DIR "/docs/qbsettings.md"));
+/// What a manual shows happens so.
+class ManualTest : public ExamplesTest, public ::testing::WithParamInterface<char const*> {};
+
+TEST_P(ManualTest, IsTrue) {
+    std::istringstream manual(
+        qbtest::readFile(std::string(QB_SOURCE_DIR "/docs/") + GetParam() + ".md"));
     std::string shown;
     bool isSession = false;
     for (std::string line; std::getline(manual, line);) {
@@ -201,6 +229,8 @@ TEST_F(ExamplesTest, TheManualIsTrue) {
     put("@/", "/home/ada/");
     put(QB_SOURCE_DIR "\n", "/opt/host\n");
     EXPECT_EQ(told, shown);
+    EXPECT_FALSE(shown.empty());
 }
+INSTANTIATE_TEST_SUITE_P(All, ManualTest, ::testing::Values("qbsettings", "texts"));
 
 }  // namespace

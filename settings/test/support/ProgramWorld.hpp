@@ -60,10 +60,15 @@ protected:
                   "plain() { if ((EUID)); then \"$@\"; else "
                   "setpriv --bounding-set=-all --inh-caps=-all \"$@\"; fi; }\n" +
                       command);
-        std::string const shell = "cd '" + folder_.path().string() + R"('
+        std::string const shell = "cd '" + folder_.path().string() +
+                                  R"('
             unset SETTINGS_WORKGROUPDIR ZENBAR_PREFDIR DISABLE_PREFCOPY3RELEASES QBHOST_LOG
+            unset LANG LC_ALL LC_MESSAGES
             export HOME=$PWD/home SETTINGS_FACTORYDIR=$PWD/factory SETTINGS_USERDIR=$PWD/user
-            export QBHOST_ROOT=')" QB_SOURCE_DIR "' QBHOST_LIBRARY_PATH='" QB_TEST_PLUGIN_DIR R"('
+            export QBHOST_ROOT=')" QB_SOURCE_DIR "' QBHOST_LIBRARY_PATH='" QB_TEST_PLUGIN_DIR
+                                  ":" QB_BUILD_DIR
+                                  "/settings/examples/lib'"
+                                  R"(
             export PATH="$(dirname ')" QB_SETTINGS_PROGRAM R"('):$PATH"
             mkdir -p factory user home
             bash -o pipefail .script </dev/null >.out 2>.err || echo "[$?]" >>.err

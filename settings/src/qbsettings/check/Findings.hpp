@@ -1,29 +1,36 @@
 #pragma once
 
-#include <string>
+#include <optional>
 
-#include <qbsettings/errors/Fault.hpp>
+#include <qbsettings/check/Finding.hpp>
+#include <qbsettings/check/SarifReport.hpp>
 
 namespace qbsettings {
 
-class Cell;
 class Output;
+
+/// How findings are put out.
+struct FindingsForm {
+    bool sarif = false;
+    bool strict = false;  ///< Every finding is a fault.
+};
 
 /// Takes what is found in settings files, and puts each finding out as it comes.
 class Findings {
 public:
     /// Begins a list.
-    explicit Findings(Output& output);
+    Findings(Output& output, FindingsForm const& form);
 
-    void add(Fault const& fault);
-    void add(Warning const& warning);
+    void add(Finding const& finding);
     /// True if there was no fault.
     bool areGood() const { return good_; }
+    /// To be called behind the last one.
+    void finish();
 
 private:
-    void put(Fault const& fault, std::string const& mark, char const* kind, Cell const& code);
-
     Output& output_;
+    bool const strict_;
+    std::optional<SarifReport> sarif_;
     bool good_ = true;
 };
 

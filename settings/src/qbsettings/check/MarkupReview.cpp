@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iterator>
 
+#include <qbsettings/check/NamePath.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <qbsettings/text/Values.hpp>
 #include <settingscore/host/Platform.hpp>
@@ -66,7 +67,8 @@ class MarkupReview {
 public:
     MarkupReview(qf::ustring const& file, bool ofUser) : file_(file), ofUser_(ofUser) {}
 
-    std::vector<Warning> run(Markup const& top) {
+    std::vector<Finding> run(Markup const& top) {
+        path_.enter(top);
         if (!meansFalse(top.attribute("readonly"))) {
             add(top, "product-rule",
                 "'readonly' on the product's own element has no effect; put it on the groups and "
@@ -82,16 +84,18 @@ public:
         }
         for (Markup const& child : top.children)
             review(child, top, std::string());
-        return warnings_;
+        return findings_;
     }
 
 private:
-    void add(Markup const& at, char const* code, std::string const& message) {
-        warnings_.push_back({{file_, message, at.line, at.column}, code});
+    void add(Markup const& at, char const* id, std::string const& message) {
+        std::string const key = path_.text();
+        findings_.push_back({{file_, key + ": " + message, at.line, at.column, key}, id});
     }
 
     /// `type` is that of the values inside, empty outside of a type element.
     void review(Markup const& element, Markup const& parent, std::string type) {
+        path_.enter(element);
         std::string const& tag = element.tag;
         for (auto const& attribute : element.attributes)
             reviewAttribute(element, attribute);
@@ -112,6 +116,7 @@ private:
         }
         for (Markup const& child : element.children)
             review(child, element, type);
+        path_.leave(element);
     }
 
     /// Of several type elements of a key, the last counts. (Of several validators as well, but a
@@ -122,9 +127,8 @@ private:
             if (child.tag == "validationfunc" || child.tag == "key") continue;
             if (last) {
                 add(*last, "repeated-type",
-                    inQuotes(key.attribute("name")) +
-                        " has more than one type element, of which the last counts; remove this "
-                        "one");
+                    "it has more than one type element, of which the last counts; remove this "
+                    "one");
             }
             last = &child;
         }
@@ -164,12 +168,13 @@ private:
 
     qf::ustring const& file_;
     bool ofUser_;
-    std::vector<Warning> warnings_;
+    NamePath path_;
+    std::vector<Finding> findings_;
 };
 
 }  // namespace
 
-std::vector<Warning> warningsOfMarkup(qf::ustring const& file, Markup const& top, bool ofUser) {
+std::vector<Finding> findingsOfMarkup(qf::ustring const& file, Markup const& top, bool ofUser) {
     return MarkupReview(file, ofUser).run(top);
 }
 

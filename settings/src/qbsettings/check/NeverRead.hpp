@@ -24,6 +24,9 @@ public:
                 Findings& findings) const;
 
 private:
+    void reportStrangers(qf::ustring const& folder, Findings& findings) const;
+    void reportBelow(qf::ustring const& folder, int depth, Findings& findings) const;
+
     /// Device and inode, since a path can be written in many ways.
     using Identity = std::pair<unsigned long, unsigned long>;
     static Identity identityOf(qf::ustring const& file);

@@ -1,7 +1,11 @@
 #include <qbsettings/check/ValueReview.hpp>
 
+#include <algorithm>
+
+#include <qbsettings/check/NamePath.hpp>
 #include <qbsettings/store/KeyState.hpp>
 #include <qbsettings/store/NewValue.hpp>
+#include <qbsettings/text/Near.hpp>
 #include <qbsettings/text/Values.hpp>
 #include <settingscore/persistence/Markup.hpp>
 #include <settingscore/tree/Settings.hpp>
@@ -18,9 +22,9 @@ public:
     ValueReview(Directories const& directories, UserFile const& file)
         : directories_(directories), file_(file) {}
 
-    std::vector<Warning> run() {
+    std::vector<Finding> run() {
         review(readMarkup(file_.path), file_.content, file_.product, file_.factoryFiles);
-        return warnings_;
+        return findings_;
     }
 
 private:
@@ -40,14 +44,45 @@ private:
             for (SettingsPtr const& definition : definitions) {
                 if (SettingsPtr const found = childOf(definition)) inside.push_back(found);
             }
-            // What the factory files lack is the user's own.
-            if (!own || !there || inside.empty()) continue;
-            if (isKey) {
+            if (!own || !there) continue;
+            if (inside.empty()) {
+                reviewUndeclared(element, own, definitions);
+            } else if (isKey) {
                 reviewKey(element, own, there);
             } else {
                 review(element, own, there, inside);
             }
         }
+    }
+
+    void reviewUndeclared(Markup const& element, SettingsPtr const& own,
+                          std::vector<SettingsPtr> const& definitions) {
+        if (!file_.areAll || definitions.empty()) return;
+        add(element, own, "undeclared-key",
+            shownName(own->getFullName()) + ": no factory file declares it" +
+                suggestionFor(own->getName(), definitions));
+    }
+
+    /// Of the names beside it, as long as comparing does not take too long.
+    std::string suggestionFor(std::string const& name,
+                              std::vector<SettingsPtr> const& definitions) {
+        std::vector<std::string> names;
+        if (name.size() > longestName) return {};
+        for (SettingsPtr const& group : definitions) {
+            if (comparisons_ == 0) break;
+            auto const children = group->getChildren();
+            comparisons_ -= std::min(comparisons_, children.size());
+            for (SettingsPtr const& child : children) {
+                if (child->getName().size() <= longestName) names.push_back(child->getName());
+            }
+        }
+        return suggestion(name, names);
+    }
+
+    void add(Markup const& place, SettingsPtr const& node, char const* id,
+             std::string const& message) {
+        findings_.push_back(
+            {{file_.path, message, place.line, place.column, shownName(node->getFullName())}, id});
     }
 
     void reviewKey(Markup const& element, SettingsPtr const& own, SettingsPtr const& target) {
@@ -62,8 +97,14 @@ private:
                                               "the value here"
                                             : "; the value here is in force anyway: change "
                                               "or remove it");
-            Markup const& place = firstValue(element);
-            warnings_.push_back({{file_.path, message, place.line, place.column}, "refused-value"});
+            add(firstValue(element), target, "refused-value", message);
+            return;
+        }
+        if (isStoredOn(target, "factory") && isSame(value, valueOn(target, "factory"))) {
+            std::string const name = shownName(target->getFullName());
+            add(firstValue(element), target, "same-as-factory",
+                name + ": it is the factory's value; 'qbsettings unset " + name +
+                    "' makes it follow a new one");
         }
     }
 
@@ -76,12 +117,14 @@ private:
 
     Directories const& directories_;
     UserFile const& file_;
-    std::vector<Warning> warnings_;
+    static constexpr std::size_t longestName = 63;
+    std::size_t comparisons_ = 100000;
+    std::vector<Finding> findings_;
 };
 
 }  // namespace
 
-std::vector<Warning> warningsOfValues(Directories const& directories, UserFile const& file) {
+std::vector<Finding> findingsOfValues(Directories const& directories, UserFile const& file) {
     return ValueReview(directories, file).run();
 }
 

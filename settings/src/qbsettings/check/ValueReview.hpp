@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include <qbsettings/errors/Fault.hpp>
+#include <qbsettings/check/Finding.hpp>
 #include <qbsettings/store/Tree.hpp>
 
 namespace qbsettings {
@@ -13,11 +13,12 @@ struct UserFile {
     SettingsPtr content;                    ///< As it is read by itself.
     SettingsPtr product;                    ///< As it is in the tree.
     std::vector<SettingsPtr> factoryFiles;  ///< As they are read by themselves.
+    bool areAll;                            ///< No factory file was left out.
     bool isLeftOut;                         ///< Its load failed.
 };
 
-/// The values of the file that its factory files refuse: some cost the user the whole file, others
-/// are in force unchecked.
-std::vector<Warning> warningsOfValues(Directories const& directories, UserFile const& file);
+/// The values of the file that its factory files refuse (some cost the user the whole file, others
+/// are in force unchecked), that they do not know, and that are their own.
+std::vector<Finding> findingsOfValues(Directories const& directories, UserFile const& file);
 
 }  // namespace qbsettings

@@ -66,6 +66,7 @@ struct Reader {
             ->type_name("DIR");
         app.add_option("--user-dir", line.directories.user, "Folder of the user's files")
             ->type_name("DIR");
+        app.add_flag("--quiet", line.flags.quiet, "Print nothing but messages, and no progress");
         app.set_version_flag("--version", std::string("qbsettings ") + libqbsettingscore_version);
         app.footer(
             "Exit status: 0 done, 1 refused or failed, 2 wrong usage, 3 no value or no such "

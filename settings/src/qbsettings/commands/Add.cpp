@@ -50,6 +50,7 @@ public:
         options.values(values_, Options::Is::optional, "Value; several make an array");
         options.text("--type", type_, Options::Is::required, "TYPE",
                      "Type: int32, 'array of string', any, ...");
+        options.json();
         options.replaceBroken();
     }
 
@@ -66,6 +67,8 @@ public:
                           (dynamic_cast<Failure const*>(&error) ? error.what() : reasonOf(error)));
         }
         attach(context, key, parent, name_);
+        context.output.beginRecord();
+        context.output.note("added", name_);
         return done;
     }
 

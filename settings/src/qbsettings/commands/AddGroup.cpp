@@ -16,6 +16,7 @@ class AddGroupCommand : public Command {
 public:
     void declare(Options& options) override {
         options.name(name_, "Full name of the group");
+        options.json();
         options.replaceBroken();
     }
 
@@ -26,6 +27,8 @@ public:
         attach(context,
                ZSettings::createSettingsNode(name, false, true, settings::core::Validator(), false),
                parent, name_);
+        context.output.beginRecord();
+        context.output.note("added", name_);
         return done;
     }
 

@@ -21,6 +21,8 @@ public:
         options.flag("--clean", clean_,
                      "Remove the temporary folders that killed processes left, without FILE");
         options.json();
+        options.flag("--sarif", form_.sarif, "Print a document of SARIF 2.1.0");
+        options.flag("--strict", form_.strict, "Count warnings as faults, and keys without a text");
     }
 
     int run(Context& context) override {
@@ -28,18 +30,21 @@ public:
         if (clean_ && !files_.empty()) {
             throw Failure(wrongUsage, "--clean is for the user directory, so without files");
         }
-        Findings findings(context.output);
+        Findings findings(context.output, form_);
         Checker checker(context, findings);
+        if (form_.strict) checker.wantTexts();
         context.tree.keepQuiet();
         if (files_.empty()) checker.checkAll(clean_);
         for (std::string const& file : files_)
             checker.checkNamed(fs::absolute(fs::from_native(file), fs::path()).str());
+        findings.finish();
         return findings.areGood() ? done : refused;
     }
 
 private:
     std::vector<std::string> files_;
     bool clean_ = false;
+    FindingsForm form_;
 };
 
 Registration<CheckCommand> const checkRegistration(

@@ -4,11 +4,14 @@
 #include <nlohmann/json.hpp>
 #include <qbsettings/commandline/Command.hpp>
 #include <qbsettings/commandline/Options.hpp>
+#include <qbsettings/generate/ReferencePage.hpp>
 #include <qbsettings/output/Complaints.hpp>
+#include <qbsettings/output/TextsCell.hpp>
 #include <qbsettings/store/Context.hpp>
 #include <qbsettings/store/KeyState.hpp>
 #include <qbsettings/store/Levels.hpp>
 #include <qbsettings/store/Names.hpp>
+#include <qbsettings/store/TemporaryFolder.hpp>
 #include <qbsettings/text/Failure.hpp>
 #include <qbsettings/text/Rules.hpp>
 #include <qbsettings/text/Text.hpp>
@@ -53,10 +56,12 @@ class DescribeCommand : public Command {
 public:
     void declare(Options& options) override {
         options.names(names_, Options::Is::required, "Key, group or product");
+        options.flag("--all", all_, "Of products: a page in Markdown of all their keys");
         options.json();
     }
 
     int run(Context& context) override {
+        if (all_) return writePages(context);
         std::vector<SettingsPtr> nodes;
         for (std::string const& name : names_)
             nodes.push_back(findNode(context.tree, name));
@@ -68,6 +73,23 @@ public:
     }
 
 private:
+    int writePages(Context& context) const {
+        // What the user has set or added is no part of the definition.
+        TemporaryFolder const nobody;
+        context.directories.saveIn(nobody.path());
+        std::vector<SettingsPtr> products;
+        for (std::string const& name : names_) {
+            products.push_back(findGroup(context.tree, name));
+            if (!products.back()->getParent()->isRoot())
+                throw Failure(wrongUsage, inQuotes(name) + " is a group; name its product");
+        }
+        context.output.beginList();
+        ReferencePage page(context.tree, context.texts, context.output);
+        for (SettingsPtr const& product : products)
+            page.write(product);
+        return context.tree.faults().empty() ? done : refused;
+    }
+
     /// False if a value could not be had.
     static bool describeNode(Context& context, SettingsPtr const& node) {
         Output& output = context.output;
@@ -78,6 +100,7 @@ private:
         output.beginRecord();
         output.field("name", node->getFullName());
         output.field("kind", node->isLeafNode() ? "key" : node == product ? "product" : "group");
+        describeTexts(output, context.texts.of(node));
         // Before the flags, which come with the content of a product.
         auto const children = context.tree.childrenOf(node);
         if (node->isLeafNode()) good = describeKeyNode(output, node);
@@ -94,6 +117,22 @@ private:
             }
         }
         return good;
+    }
+
+    /// A row for each line that there is; in JSON one field, which is never missing.
+    static void describeTexts(Output& output, texts::Texts const& told) {
+        auto const line = [&](std::string const& name, std::string const& text) {
+            output.show(name, {{"", text}});
+        };
+        if (!told.summary.empty()) line("summary", told.summary);
+        for (std::string const& text : texts::linesOf(told.description))
+            line("description", text);
+        if (!told.unit.empty()) line("unit", told.unit);
+        for (auto const& [choice, label] : told.labels)
+            output.show("label", {{"", choice}, {"", label}});
+        if (!told.since.empty()) line("since", told.since);
+        if (!told.deprecated.empty()) line("deprecated", told.deprecated);
+        output.note("texts", cellOf(told));
     }
 
     /// False if its value could not be had.
@@ -134,6 +173,7 @@ private:
     }
 
     std::vector<std::string> names_;
+    bool all_ = false;
 };
 
 Registration<DescribeCommand> const describeRegistration(

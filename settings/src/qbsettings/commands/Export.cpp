@@ -24,6 +24,7 @@ public:
         options.names(names_, Options::Is::required, "What to write");
         options.target(to_, force_);
         options.level(level_, "Values of this level; the values in force if absent");
+        options.json();
     }
 
     int run(Context& context) override {
@@ -38,6 +39,8 @@ public:
                 "nothing was exported, because the settings could not be read completely");
         }
         commitReadable(file);
+        context.output.beginRecord();
+        context.output.note("written", to_);
         return done;
     }
 

@@ -18,14 +18,16 @@ namespace {
 class FindCommand : public Command {
 public:
     void declare(Options& options) override {
-        options.words(words_, "Parts of the name, the value or the choices, in any order and case");
+        options.words(
+            words_,
+            "Parts of the name, the value, the choices or the texts, in any order and case");
         options.json();
     }
 
     int run(Context& context) override {
         KeyRows::What what;
         what.words = words_;
-        KeyRows rows(context.output, what);
+        KeyRows rows(context.output, context.texts, what);
         context.output.beginTable();
         auto const products = context.tree.products();
         Progress progress("reading product", products.size());
@@ -53,9 +55,8 @@ private:
     std::vector<std::string> words_;
 };
 
-Registration<FindCommand> const findRegistration({3, "find",
-                                                  "Find keys by words in names, values and choices",
-                                                  "find plotter width"});
+Registration<FindCommand> const findRegistration(
+    {3, "find", "Find keys by words in names, values, choices and texts", "find plotter width"});
 
 }  // namespace
 

@@ -9,6 +9,7 @@
 #include <qbsettings/output/OutputFile.hpp>
 #include <qbsettings/store/Context.hpp>
 #include <qbsettings/store/Names.hpp>
+#include <qbsettings/store/NodeTexts.hpp>
 #include <qbsettings/store/SettingsFiles.hpp>
 #include <qbsettings/store/TemporaryFolder.hpp>
 #include <qbsettings/text/Failure.hpp>
@@ -31,18 +32,23 @@ public:
                      "Namespace around that of the product, such as app::settings");
         options.text("--to", to_, Options::Is::optional, "FILE",
                      "File to write or replace; standard output if absent");
+        options.json();
     }
 
     int run(Context& context) override {
         checkNamespace();
         std::ostringstream header;
         if (isFile()) {
-            KeyHeader(context.tree, header).write(readSettingsFile(source_), namespace_);
+            SettingsPtr const product = readSettingsFile(source_);
+            texts::ProductTexts texts(folderOfSource(), product->getName(), {});
+            KeyHeader(context.tree, texts, header).write(product, namespace_);
         } else {
             // What the user has set or added is no part of the definition.
             TemporaryFolder const nobody;
             context.directories.saveIn(nobody.path());
-            KeyHeader(context.tree, header).write(productOfThatName(context), namespace_);
+            SettingsPtr const product = productOfThatName(context);
+            texts::ProductTexts texts = textsOfProduct(context.directories, product->getName());
+            KeyHeader(context.tree, texts, header).write(product, namespace_);
             if (!context.tree.faults().empty()) {
                 throw Failure(
                     "nothing was generated, because the settings could not be read completely");
@@ -59,6 +65,11 @@ private:
                (source_.size() > extension.size() &&
                 source_.compare(source_.size() - extension.size(), extension.size(), extension) ==
                     0);
+    }
+
+    std::string folderOfSource() const {
+        std::size_t const end = source_.rfind('/');
+        return end == std::string::npos ? "." : source_.substr(0, std::max<std::size_t>(end, 1));
     }
 
     SettingsPtr productOfThatName(Context& context) const {
@@ -81,7 +92,9 @@ private:
     }
 
     void put(Context& context, std::string const& header) const {
+        context.output.beginRecord();
         if (to_.empty()) {
+            context.output.note("header", header);
             context.output.line(header.substr(0, header.size() - 1));
             return;
         }
@@ -91,6 +104,7 @@ private:
         stream.close();
         if (!stream) throw Failure("cannot write " + to_);
         file.commit();
+        context.output.note("written", to_);
     }
 
     std::string source_;

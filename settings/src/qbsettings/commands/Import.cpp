@@ -9,6 +9,7 @@
 #include <qbsettings/commandline/Options.hpp>
 #include <qbsettings/errors/Errors.hpp>
 #include <qbsettings/output/Complaints.hpp>
+#include <qbsettings/output/Terminal.hpp>
 #include <qbsettings/store/Context.hpp>
 #include <qbsettings/store/ImportPlan.hpp>
 #include <qbsettings/store/Names.hpp>
@@ -55,10 +56,13 @@ public:
     }
 
     int run(Context& context) override {
+        Progress progress("importing, step", 3);
         level_ = levelForWriting(level_);
+        progress.step();
         source_ = readSettingsFile(file_);
         findTarget(context);
         if (!target_) context.writing.beginNew(product());
+        progress.step();
         plan_ = planImport(context.directories, source_, target_, level_, replace_);
         Output& output = context.output;
         output.beginRecord();
@@ -72,6 +76,7 @@ public:
             complain("nothing was imported");
             return refused;
         }
+        progress.step();
         dryRun_ ? rehearse(context) : import(context);
         for (ImportPlan::Change const& change : plan_.changes) {
             output.row("changes", {{"change", change.change},

@@ -32,7 +32,7 @@ public:
         options.flag("--changed", what_.changedOnly,
                      "Only keys whose value is not the factory's, with that behind");
         options.level(what_.level, "Only this level: session, user or factory");
-        options.flag("--long", what_.isLong, "Also what a key takes");
+        options.flag("--long", what_.isLong, "Also what a key takes, its unit and what it is");
         options.number("--depth", depth_, "So many names deep; groups deeper are a row each");
         options.json();
     }
@@ -43,7 +43,7 @@ public:
         for (std::string const& name : names_)
             nodes.push_back(findNode(context.tree, name));
         context.output.beginTable();
-        KeyRows rows(context.output, what_);
+        KeyRows rows(context.output, context.texts, what_);
         bool good = true;
         if (nodes.empty()) good = listProducts(context, rows);
         for (SettingsPtr const& node : nodes)

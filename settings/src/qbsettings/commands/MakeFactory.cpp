@@ -21,14 +21,17 @@ public:
         options.target(to_, force_);
         options.number("--version", version_,
                        "Version of the definition; that of the file, or 1, if absent");
+        options.json();
     }
 
-    int run(Context&) override {
+    int run(Context& context) override {
         SettingsPtr const tree = readSettingsFile(file_);
         unsigned const version = version_ ? *version_ : tree->getVersionNumber().value_or(1);
         OutputFile file(to_, force_);
         settings::core::Settings::createFactorySettingsFile(tree, file.path(), version);
         commitReadable(file);
+        context.output.beginRecord();
+        context.output.note("written", to_);
         return done;
     }
 

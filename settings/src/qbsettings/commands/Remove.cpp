@@ -17,6 +17,7 @@ class RemoveCommand : public Command {
 public:
     void declare(Options& options) override {
         options.name(name_, "Full name");
+        options.json();
         options.replaceBroken();
     }
 
@@ -38,6 +39,9 @@ public:
         } catch (std::exception const& error) {
             throw Failure(name + ": " + reasonOf(error) + context.writing.afterword(product));
         }
+        context.output.beginRecord();
+        context.output.list("removed");
+        context.output.noteMember("removed", name);
         return done;
     }
 

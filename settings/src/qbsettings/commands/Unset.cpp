@@ -30,6 +30,7 @@ public:
         options.flag("--all", all_, "All values below the names, shown first on a terminal");
         options.flag("--yes", yes_, "Do not ask");
         options.level(level_, "Level to change: user (default) or session");
+        options.json();
         options.replaceBroken();
     }
 
@@ -49,6 +50,10 @@ public:
         }
         if (all_ && !yes_) ask();
         removeAll(context);
+        context.output.beginRecord();
+        context.output.list("removed");
+        for (SettingsPtr const& key : keys_)
+            context.output.noteMember("removed", key->getFullName());
         return done;
     }
 

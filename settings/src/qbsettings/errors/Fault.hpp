@@ -13,15 +13,10 @@ struct Fault {
     std::string message;
     unsigned long line = 0;  ///< 0 if the place is not known.
     unsigned long column = 0;
+    std::string key = {};  ///< Full name of what is at fault, where that is known.
 
     /// "FILE:LINE:COLUMN: message" where the place is known, else "FILE: message".
     std::string toText() const;
-};
-
-/// What is legal in a settings file, and without effect or other than it seems.
-struct Warning : Fault {
-    /// A word that stays, whatever becomes of the message.
-    std::string code;
 };
 
 /// The faults that a load met, from its detail text.

@@ -40,7 +40,7 @@ std::vector<std::string> namesOf(std::vector<SettingsPtr> const& children, Scope
 }
 
 /// A key that is described for programmers: its type, its rules, and what the factory gives it.
-std::vector<std::string> textsOf(SettingsPtr const& key, KeyDescription const& description) {
+std::vector<std::string> rulesOf(SettingsPtr const& key, KeyDescription const& description) {
     std::string rules = typeOf(description).name();
     if (description.arraySize && typeOf(description).array)
         rules += ", " + sizeText(description.arraySize->first, description.arraySize->second);
@@ -56,6 +56,15 @@ std::vector<std::string> textsOf(SettingsPtr const& key, KeyDescription const& d
     for (std::string& text : texts)
         text = inQuotes(text);
     return {rules, texts.empty() ? "Default an empty array" : "Default " + join(texts, ", ")};
+}
+
+/// A text in a comment of one line. Of an empty one "///" is left, which parts two paragraphs.
+std::string commentOf(std::string const& mark, std::string const& text) {
+    std::string shown = asLine(text);
+    shown.erase(shown.find_last_not_of(' ') + 1);
+    if (shown.empty()) return mark.front() == '/' ? mark : std::string();
+    // At its end a backslash would take the next line into the comment.
+    return mark + " " + shown + (shown.back() == '\\' ? "." : "");
 }
 
 }  // namespace
@@ -81,6 +90,7 @@ void KeyHeader::write(SettingsPtr const& product, std::string const& outer) {
 
 void KeyHeader::writeGroup(SettingsPtr const& group, std::string const& name,
                            std::string const& fullName) {
+    writeTexts(fullName);
     out_ << "namespace " << name << " {\n";
     auto const children = tree_.childrenOf(group);
     Scope scope;
@@ -101,19 +111,21 @@ void KeyHeader::writeKey(SettingsPtr const& key, std::string const& name,
                          std::string const& fullName, Scope& scope) {
     KeyDescription const description = describeKey(key);
     KeyType const type = typeOf(description);
-    std::vector<std::string> lines = textsOf(key, description);
+    std::vector<std::string> lines = rulesOf(key, description);
     if (type.element == 0) {
         lines.push_back("Its values are of no fixed type: name the wanted one, Key<T>(" +
                         cppText(fullName) + ")");
+        if (writeTexts(fullName)) out_ << "///\n";
         writeComment(lines);
         return;
     }
-    std::string const choices = writeChoices(description, name, scope);
+    std::string const choices = writeChoices(description, name, fullName, scope);
     std::string cpp = choices.empty() ? cppType(type.element) : choices;
     if (type.array) cpp = "::std::vector<" + cpp + ">";
     bool const hasDefault =
         !description.storedLevels.empty() || !isVoidRuntimeDefault(description.runTimeDefault);
     if (!hasDefault) cpp = "::std::optional<" + cpp + ">";
+    if (writeTexts(fullName)) out_ << "///\n";
     writeComment(lines);
     out_ << "inline " << typedKeys << "Key<" << cpp << "> const " << name << "("
          << cppText(fullName) << ");\n";
@@ -124,6 +136,28 @@ void KeyHeader::writeComment(std::vector<std::string> const& lines) {
     // The full stop also keeps a backslash from the end of a line, where it would go on.
     for (std::string const& line : lines)
         out_ << "/// " << asLine(line) << ".\n";
+}
+
+texts::Texts KeyHeader::textsOf(std::string const& fullName) {
+    std::size_t const end = fullName.find('.');
+    return texts_.of(end == std::string::npos ? std::string() : fullName.substr(end + 1));
+}
+
+bool KeyHeader::writeTexts(std::string const& fullName) {
+    texts::Texts const told = textsOf(fullName);
+    std::vector<std::string> lines;
+    if (!told.summary.empty()) lines.push_back(told.summary);
+    std::vector<std::string> const description = texts::linesOf(told.description);
+    if (!description.empty()) {
+        if (!lines.empty()) lines.emplace_back();
+        lines.insert(lines.end(), description.begin(), description.end());
+    }
+    if (!told.unit.empty()) lines.push_back("In " + told.unit + ".");
+    if (!told.since.empty()) lines.push_back("Since " + told.since + ".");
+    if (!told.deprecated.empty()) lines.push_back("@deprecated " + told.deprecated);
+    for (std::string const& line : lines)
+        out_ << commentOf("///", line) << '\n';
+    return !lines.empty();
 }
 
 void KeyHeader::writeBounds(KeyDescription const& key, std::string const& name, Scope& scope) {
@@ -148,12 +182,14 @@ void KeyHeader::writeBounds(KeyDescription const& key, std::string const& name, 
 }
 
 std::string KeyHeader::writeChoices(KeyDescription const& key, std::string const& name,
-                                    Scope& scope) {
+                                    std::string const& fullName, Scope& scope) {
     auto const& rules = key.metaData;
     if (!rules.choices || rules.choices->empty()) return {};
     unsigned long const element = typeOf(key).element;
     std::string const type = element == stringElement ? "char const*" : cppType(element);
     std::map<std::string, std::string> literals;  // By the name of the enumerator.
+    std::map<std::string, std::string> labels;
+    texts::Texts const told = textsOf(fullName);
     std::vector<std::string> enumerators;
     std::set<std::string> seen;
     Scope within;
@@ -165,6 +201,8 @@ std::string KeyHeader::writeChoices(KeyDescription const& key, std::string const
         std::string const enumerator = within.take(
             isIdentifier(text) ? text : identifierOf(text, text.empty() ? "empty" : "value"));
         enumerators.push_back(enumerator);
+        auto const label = told.labels.find(text);
+        if (label != told.labels.end()) labels[enumerator] = label->second;
         literals[enumerator] = literal;
     }
     std::string const array = "::std::array<";
@@ -181,7 +219,7 @@ std::string KeyHeader::writeChoices(KeyDescription const& key, std::string const
     std::string const chosen = scope.take(scope.has(wanted) ? wanted + "Choice" : wanted);
     out_ << "enum class " << chosen << " {\n";
     for (std::string const& enumerator : enumerators)
-        out_ << "    " << enumerator << ",\n";
+        out_ << "    " << enumerator << "," << commentOf("  ///<", labels[enumerator]) << '\n';
     std::string const row = std::string(typedKeys) + "Choice<" + chosen +
                             (element == stringElement ? "" : ", " + type) + ">";
     out_ << "};\nconstexpr auto settingChoices(" << chosen << ") {\n    return " << array << row

@@ -51,12 +51,12 @@ Json objectOf(Row const& row) {
 
 }  // namespace
 
-Output::Output(bool json) : json_(json), terminal_(isOutputTerminal()) {}
+Output::Output(Form form) : form_(form), terminal_(isOutputTerminal()) {}
 
 Output::~Output() = default;
 
 void Output::begin(Json const& document, bool aligned) {
-    document_ = json_ ? std::make_unique<Json>(document) : nullptr;
+    document_ = form_ == Form::json ? std::make_unique<Json>(document) : nullptr;
     gathered_.clear();
     widths_.clear();
     gathers_ = aligned && terminal_;
@@ -120,7 +120,7 @@ void Output::list(char const* name) {
 }
 
 void Output::line(std::string const& text) {
-    if (json_) return;
+    if (form_ != Form::rows) return;
     // In step with a progress line on the same terminal.
     bool const interleaved = eraseProgress();
     std::cout << text << '\n';
@@ -139,12 +139,18 @@ void Output::note(std::string const& name, Cell const& cell) {
     if (document_) (*document_)[fieldName(name)] = cell.json();
 }
 
+void Output::show(Json const& document) {
+    if (form_ != Form::nothing) document_ = std::make_unique<Json>(document);
+}
+
 void Output::noteMember(char const* list, Cell const& cell) {
     if (document_) (*document_)[list].push_back(cell.json());
 }
 
+void Output::show(std::string const& name, Row const& row) { print(row, name); }
+
 void Output::print(Row const& row, std::string const& front) {
-    if (json_) return;
+    if (form_ != Form::rows) return;
     hasRecords_ = records_ != nullptr;
     if (gathers_) {
         std::vector<Cell>& cells = gathered_.emplace_back();

@@ -17,7 +17,9 @@ namespace qbsettings {
 /// Rows are printed as they come; on a terminal those of a table or a record at the end, aligned.
 class Output {
 public:
-    explicit Output(bool json);
+    enum class Form { rows, json, nothing };
+
+    explicit Output(Form form);
     ~Output();
     Output(Output const&) = delete;
     Output& operator=(Output const&) = delete;
@@ -53,6 +55,10 @@ public:
     void note(char const* list, Row const& row);
     void note(std::string const& name, Cell const& cell);
     /// @}
+    /// The document is this one, in rows as in JSON.
+    void show(Json const& document);
+    /// A field with several columns, in rows alone.
+    void show(std::string const& name, Row const& row);
     /// A member of a list of the record that has no columns, in JSON alone.
     void noteMember(char const* list, Cell const& cell);
 
@@ -66,7 +72,7 @@ private:
     /// Puts the record, if there is one, to the others.
     void endRecord();
 
-    bool const json_;
+    Form const form_;
     bool const terminal_;
     bool streams_ = false;
     bool gathers_ = false;            ///< Rows are kept, to be aligned.

@@ -13,7 +13,10 @@ namespace {
 
 constexpr std::size_t manySteps = 20;
 
+constexpr std::chrono::seconds longTime(1);
+
 bool isProgressShown = false;
+bool isProgressOff = false;
 
 bool takesControls() {
     char const* const terminal = std::getenv("TERM");
@@ -44,14 +47,17 @@ bool eraseProgress() {
     return true;
 }
 
+void Progress::turnOff() { isProgressOff = true; }
+
 Progress::Progress(std::string what, std::size_t steps)
     : what_(std::move(what)),
       steps_(steps),
-      active_(steps > manySteps && isErrorTerminal() && takesControls() && !isOutputPiped()) {}
+      active_(!isProgressOff && isErrorTerminal() && takesControls() && !isOutputPiped()) {}
 
 void Progress::step() {
     ++step_;
-    if (!active_) return;
+    bool const isLong = std::chrono::steady_clock::now() - begin_ >= longTime;
+    if (!active_ || (steps_ <= manySteps && !isLong)) return;
     std::cerr << "\r\x1b[K" + what_ + " " + std::to_string(step_) + " of " + std::to_string(steps_)
               << std::flush;
     isProgressShown = true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 
@@ -17,8 +18,8 @@ bool wantsColours();
 /// Takes the progress line off the terminal until its next step; false if there was none.
 bool eraseProgress();
 
-/// A line on standard error that shows how far a command with many steps is, if that is a terminal.
-/// It is gone when the object is.
+/// A line on standard error that shows how far a command is, if that is a terminal and there are
+/// many steps, or if they last for more than a second. It is gone when the object is.
 class Progress {
 public:
     Progress(std::string what, std::size_t steps);
@@ -28,10 +29,14 @@ public:
 
     void step();
 
+    /// From now on there is none.
+    static void turnOff();
+
 private:
     std::string what_;
     std::size_t steps_;
     std::size_t step_ = 0;
+    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
     bool active_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <qbhost/QbHost.hpp>
 #include <qbsettings/output/Complaints.hpp>
+#include <qbsettings/output/Terminal.hpp>
 #include <settingscore/persistence/DurableSaving.hpp>
 #include <settingscore/persistence/SharedSaving.hpp>
 
@@ -11,7 +12,11 @@ Context::Context(DirectoryOptions const& options, Flags const& flags)
     : directories(options),
       tree(directories),
       writing(directories, tree, flags.replaceBroken),
-      output(flags.json) {
+      texts(directories),
+      output(flags.quiet  ? Output::Form::nothing
+             : flags.json ? Output::Form::json
+                          : Output::Form::rows) {
+    if (flags.quiet) Progress::turnOff();
     // Standard output is for data alone.
     qbhost::setConsole(&complainInPieces, &complainInPieces);
     settings::core::turnOnDurableSaving();

@@ -2,6 +2,7 @@
 
 #include <qbsettings/output/Output.hpp>
 #include <qbsettings/store/Directories.hpp>
+#include <qbsettings/store/NodeTexts.hpp>
 #include <qbsettings/store/Tree.hpp>
 #include <qbsettings/store/Writing.hpp>
 
@@ -9,7 +10,8 @@ namespace qbsettings {
 
 /// What commands of many kinds take.
 struct Flags {
-    bool json = false;  ///< Print JSON in the place of rows.
+    bool json = false;   ///< Print JSON in the place of rows.
+    bool quiet = false;  ///< Print messages alone.
     bool replaceBroken =
         false;  ///< Set a user file aside that cannot be read, and write a new one.
 };
@@ -25,6 +27,7 @@ struct Context {
     Directories directories;
     Tree tree;
     Writing writing;
+    NodeTexts texts;
     Output output;
 };
 

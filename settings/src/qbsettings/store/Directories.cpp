@@ -101,6 +101,15 @@ std::string Directories::productOfUserFile(qf::ustring const& file) const {
     }
 }
 
+std::string Directories::productOfFile(qf::ustring const& file) const {
+    std::string const product = productOfUserFile(file);
+    if (!product.empty() || file.empty()) return product;
+    fs::path const folder = fs::path(file).parent_path();
+    qf::ustring const all = factory();
+    bool const isThere = !all.empty() && folder.parent_path() == fs::absolute(all, fs::path());
+    return isThere ? productOfFactoryFolder(folder.str()) : std::string();
+}
+
 void Directories::saveIn(qf::ustring const& directory) {
     ZSettings::setSettingsFileLocation(BlessedZcrID, boost::none, boost::none, directory);
     saves_ = directory;

@@ -31,6 +31,8 @@ public:
     qf::ustring userFile(std::string const& product) const;
     /// The product whose user file a path names; empty if it is none. Makes no directory.
     std::string productOfUserFile(qf::ustring const& file) const;
+    /// The product that a settings file belongs to by its place; empty if there is none.
+    std::string productOfFile(qf::ustring const& file) const;
     /// From now on the user's files are saved in this directory.
     void saveIn(qf::ustring const& directory);
 

@@ -26,17 +26,6 @@ using settings::core::detail::foldedAscii;
 
 namespace {
 
-Fault at(FaultyElement const& place, std::string const& remark, Fault fault) {
-    fault.line = place.element->line;
-    fault.column = place.element->column;
-    fault.message = place.name + ": " + (remark.empty() ? "" : remark + ": ") + fault.message;
-    return fault;
-}
-
-std::string placeText(Markup const& element) {
-    return std::to_string(element.line) + ":" + std::to_string(element.column);
-}
-
 // --- A file by itself -------------------------------------------------------------------------
 
 /// The parser tells the place that it has read ahead to.
@@ -55,24 +44,6 @@ void placeBrokenByte(Fault& fault) {
                            }));
 }
 
-/// The fault of a file that another one names by an `additionalpath`, at whose place it is told; a
-/// parser's place in it comes without its name.
-std::optional<Fault> additionalFault(FaultyElement const& place, Fault const& fault) {
-    if (place.element->tag != "additionalpath") return {};
-    qf::ustring const file = fs::absolute(qf::i18n::to_ustring(place.element->lastPiece),
-                                          fs::path(fault.file).parent_path())
-                                 .str();
-    if (!fs::exists(file)) return {};
-    try {
-        Settings::importAsStandaloneObject(file);
-        return {};
-    } catch (std::exception const& error) {
-        Fault result = fault;
-        result.message = placedFault(faultOfImport(file, error)).toText();
-        return at(place, {}, result);
-    }
-}
-
 /// What stands where the parser says.
 Fault named(Fault fault, Markup const& top) {
     walkElements(rootElement(top), [&](FaultyElement const& place) {
@@ -82,30 +53,30 @@ Fault named(Fault fault, Markup const& top) {
         }
         bool const isIt =
             place.element->line == fault.line && place.element->column == fault.column;
-        if (isIt) fault.message = place.name + ": " + fault.message;
+        if (isIt) fault = faultAt(place, {}, fault);
         return isIt;
     });
     return fault;
 }
 
 /// Where a node of that name stands before, in any case; empty if none does.
-std::string duplicateRemark(FaultyElement const& place) {
+std::string remarkOfDuplicate(FaultyElement const& place) {
     if (!place.group) return {};
     std::string const name = place.node->attribute("name");
     for (Markup const& sibling : place.group->children) {
         if (&sibling == place.node) break;
         std::string const other = sibling.attribute("name");
         if (!isNode(sibling) || foldedAscii(other) != foldedAscii(name)) continue;
-        return inQuotes(other) + " stands at " + placeText(sibling) + " already";
+        return duplicateRemark(sibling);
     }
     return {};
 }
 
-Fault placedInFile(Fault const& fault, Markup const& top) {
-    auto const place = findFaultyElement(fault.file, top);
+Fault placedInFile(Fault const& fault, Markup const& top, std::string const& refusal) {
+    auto const place = findFaultyElement(fault.file, top, refusal);
     if (!place) return fault;
     auto const additional = additionalFault(*place, fault);
-    return additional ? *additional : at(*place, duplicateRemark(*place), fault);
+    return additional ? *additional : faultAt(*place, remarkOfDuplicate(*place), fault);
 }
 
 // --- Files that come together -----------------------------------------------------------------
@@ -141,10 +112,10 @@ public:
 private:
     std::optional<Fault> kinds(FaultyElement const& place) const {
         bool const isKey = place.element->tag == "key";
-        return at(place,
-                  isKey ? "it is a key here and a group in the other files"
-                        : "it is a group here and a key in the other files",
-                  fault_);
+        return faultAt(place,
+                       isKey ? "it is a key here and a group in the other files"
+                             : "it is a group here and a key in the other files",
+                       fault_);
     }
 
     std::optional<Fault> key(FaultyElement const& place, SettingsPtr const& own,
@@ -154,14 +125,14 @@ private:
             return !functionText(settings::core::describeKey(node).runTimeDefault).empty();
         };
         if (fault_.message.rfind("There are multiple runtime", 0) == 0) {
-            if (isComputed(own) && isComputed(there)) return at(place, {}, fault_);
+            if (isComputed(own) && isComputed(there)) return faultAt(place, {}, fault_);
             return {};
         }
         if (!isStoredOn(own, "user")) return {};
         try {
             there->getParent()->validateAny(there->getName(), valueOn(own, "user"));
         } catch (std::exception const& error) {
-            if (loadText(error) == fault_.message) return at(valuePlace(place), {}, fault_);
+            if (loadText(error) == fault_.message) return faultAt(valuePlace(place), {}, fault_);
         }
         return {};
     }
@@ -182,16 +153,46 @@ Fault placedInProduct(Fault const& fault, Markup const& top, SettingsPtr const& 
     std::string const name = top.attribute("name");
     FaultyElement const root{&top, productName, &top, nullptr};
     if (name != productName) {
-        return at(root,
-                  "the root element is named " + inQuotes(name) + ", its product " +
-                      inQuotes(productName),
-                  fault);
+        return faultAt(root,
+                       "the root element is named " + inQuotes(name) + ", its product " +
+                           inQuotes(productName),
+                       fault);
     }
     SettingsPtr const own = Settings::importAsStandaloneObject(fault.file);
     return Meeting(fault).find(root, own, product).value_or(fault);
 }
 
 }  // namespace
+
+// A parser's place in that file comes without its name.
+std::optional<Fault> additionalFault(FaultyElement const& place, Fault const& fault) {
+    if (place.element->tag != "additionalpath") return {};
+    qf::ustring const file = fs::absolute(qf::i18n::to_ustring(place.element->lastPiece),
+                                          fs::path(fault.file).parent_path())
+                                 .str();
+    if (!fs::exists(file)) return {};
+    try {
+        Settings::importAsStandaloneObject(file);
+        return {};
+    } catch (std::exception const& error) {
+        Fault result = fault;
+        result.message = placedFault(faultOfImport(file, error)).toText();
+        return faultAt(place, {}, result);
+    }
+}
+
+Fault faultAt(FaultyElement const& place, std::string const& remark, Fault fault) {
+    fault.line = place.element->line;
+    fault.column = place.element->column;
+    fault.key = place.name;
+    fault.message = place.name + ": " + (remark.empty() ? "" : remark + ": ") + fault.message;
+    return fault;
+}
+
+std::string duplicateRemark(Markup const& before) {
+    return inQuotes(before.attribute("name")) + " stands at " + std::to_string(before.line) + ":" +
+           std::to_string(before.column) + " already";
+}
 
 Fault placedFault(Fault const& fault, SettingsPtr const& product, std::string const& productName) {
     Fault result = fault;
@@ -200,7 +201,8 @@ Fault placedFault(Fault const& fault, SettingsPtr const& product, std::string co
         placeBrokenByte(result);
         Markup const top = settings::core::readMarkup(fault.file);
         if (fault.line != 0) return named(result, top);
-        if (!refusalOf(fault.file, fault.file).empty()) return placedInFile(result, top);
+        std::string const refusal = refusalOf(fault.file, fault.file);
+        if (!refusal.empty()) return placedInFile(result, top, refusal);
         return product ? placedInProduct(result, top, product, productName) : result;
     } catch (std::exception const&) {
         return result;

@@ -5,10 +5,10 @@
 #include <vector>
 
 #include <qbsettings/errors/Errors.hpp>
+#include <qbsettings/store/MarkupText.hpp>
 #include <qbsettings/store/TemporaryFolder.hpp>
 #include <qbsettings/text/Text.hpp>
 #include <settingscore/host/Filesystem.hpp>
-#include <settingscore/host/I18n.hpp>
 #include <settingscore/tree/Settings.hpp>
 
 namespace qbsettings {
@@ -18,32 +18,21 @@ using settings::core::Markup;
 
 namespace {
 
-std::string escaped(std::string const& text) {
-    std::string result;
-    for (char const c : text) {
-        auto const code = static_cast<unsigned char>(c);
-        bool const isPlain = code >= 0x20 && c != '<' && c != '>' && c != '&' && c != '"';
-        result += isPlain ? std::string(1, c) : "&#" + std::to_string(code) + ";";
-    }
-    return result;
-}
-
 bool isWithinKey(FaultyElement const& place) {
     return place.node->tag == "key" && place.node != place.element;
 }
 
 class Search {
 public:
-    Search(qf::ustring const& file, Markup const& top) : file_(file), top_(top) {
+    Search(qf::ustring const& file, Markup const& top, std::string const& reason)
+        : file_(file), top_(top), reason_(reason) {
         walkElements(rootElement(top), [this](FaultyElement const& element) {
             elements_.push_back(element);
             return false;
         });
-        reason_ = refusalOf(file, file);
     }
 
     std::optional<FaultyElement> run() {
-        if (reason_.empty()) return {};
         // A beginning that ends within a key can have a fault of its own, so whole keys go first.
         std::vector<std::size_t> ends;
         for (std::size_t i = 1; i <= elements_.size(); ++i) {
@@ -72,47 +61,14 @@ private:
 
     bool isRefused(std::size_t count) {
         fs::path const beginning = fs::path(folder_.path()) / fs::path(file_).filename();
-        std::ofstream(beginning.native(), std::ios::binary) << textOf(top_, count);
+        std::ofstream(beginning.native(), std::ios::binary)
+            << markupText(top_, folderOf(file_), count);
         return refusalOf(beginning.str(), file_) == reason_;
-    }
-
-    /// The element with what is inside, as long as `left` elements last.
-    std::string textOf(Markup const& element, std::size_t& left) const {
-        --left;
-        std::string text = "<" + element.tag;
-        // The namespaces do not stand among the attributes.
-        if (&element == &top_) text += " xmlns=\"urn:quillbyte.zenbar.settings\"";
-        for (auto const& [name, value] : element.attributes) {
-            if (name.find(':') == std::string::npos)
-                text += " " + name + "=\"" + escaped(value) + "\"";
-        }
-        text += ">" + ownText(element);
-        for (Markup const& child : element.children) {
-            if (left == 0) break;
-            text += textOf(child, left);
-        }
-        return text + "</" + element.tag + ">";
-    }
-
-    std::string ownText(Markup const& element) const {
-        if (element.tag == "additionalpath") {
-            fs::path const folder = fs::path(file_).parent_path();
-            fs::path const named = qf::i18n::to_ustring(element.lastPiece);
-            return escaped(pathText(fs::absolute(named, folder).str()));
-        }
-        // White space between elements is no text.
-        bool const hasText = element.tag == "value" || element.tag == "choices" ||
-                             element.tag == "min" || element.tag == "max";
-        if (!hasText) return {};
-        std::string const& text = element.tag == "value" ? element.text : element.lastPiece;
-        bool const fits = text.find("]]>") == std::string::npos &&
-                          text.find('\r') == std::string::npos && !text.empty();
-        return fits ? "<![CDATA[" + text + "]]>" : escaped(text);
     }
 
     qf::ustring const& file_;
     Markup const& top_;
-    std::string reason_;
+    std::string const& reason_;
     std::vector<FaultyElement> elements_;
     TemporaryFolder folder_;
 };
@@ -134,8 +90,9 @@ std::string refusalOf(qf::ustring const& file, qf::ustring const& path) {
     return text;
 }
 
-std::optional<FaultyElement> findFaultyElement(qf::ustring const& file, Markup const& top) {
-    return Search(file, top).run();
+std::optional<FaultyElement> findFaultyElement(qf::ustring const& file, Markup const& top,
+                                               std::string const& reason) {
+    return Search(file, top, reason).run();
 }
 
 }  // namespace qbsettings

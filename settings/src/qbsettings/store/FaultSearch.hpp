@@ -20,11 +20,13 @@ struct FaultyElement {
 /// not.
 std::string refusalOf(qf::ustring const& file, qf::ustring const& path);
 
-/// The element with which the fault of a file begins whose elements are `top`: the last one of the
-/// shortest beginning of the file that is refused for the same reason. Reads a number of such
-/// beginnings, from a temporary folder, that grows with the logarithm of the number of elements.
+/// The element with which the fault of a file begins whose elements are `top` and which is refused
+/// for `reason`: the last one of the shortest beginning that is refused for the same. Reads a
+/// number of such beginnings, from a temporary folder, that grows with the logarithm of the number
+/// of elements.
 std::optional<FaultyElement> findFaultyElement(qf::ustring const& file,
-                                               settings::core::Markup const& top);
+                                               settings::core::Markup const& top,
+                                               std::string const& reason);
 
 inline bool isNode(settings::core::Markup const& element) {
     return element.tag == "key" || element.tag == "settings";

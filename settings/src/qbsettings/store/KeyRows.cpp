@@ -6,6 +6,7 @@
 #include <qbsettings/output/Complaints.hpp>
 #include <qbsettings/output/Output.hpp>
 #include <qbsettings/store/KeyState.hpp>
+#include <qbsettings/store/NodeTexts.hpp>
 #include <qbsettings/text/Failure.hpp>
 #include <qbsettings/text/Rules.hpp>
 #include <qbsettings/text/Text.hpp>
@@ -27,20 +28,36 @@ boost::any valueOf(SettingsPtr const& key, std::string const& level) {
     }
 }
 
+std::string wordsOf(texts::Texts const& told) {
+    std::string words = join(
+        std::vector<std::string>{told.summary, told.description, told.unit, told.deprecated}, "\n");
+    for (auto const& label : told.labels)
+        words += "\n" + label.second;
+    return words;
+}
+
 }  // namespace
 
-KeyRows::KeyRows(Output& output, What what) : output_(output), what_(std::move(what)) {
+KeyRows::KeyRows(Output& output, NodeTexts& texts, What what)
+    : output_(output), texts_(texts), what_(std::move(what)) {
     for (std::string& word : what_.words)
         word = foldedAscii(word);
 }
 
-bool KeyRows::isAskedFor(KeyState const& state) const {
+bool KeyRows::isAskedFor(KeyState const& state) {
     if (what_.words.empty()) return true;
-    std::string const all = foldedAscii(state.name + "\n" + join(elementTexts(state.value), "\n") +
-                                        "\n" + join(choiceTexts(state.description), "\n"));
+    std::string const rules = state.name + "\n" + join(elementTexts(state.value), "\n") + "\n" +
+                              join(choiceTexts(state.description), "\n");
+    std::string const all = foldedAscii(rules + "\n" + wordsOf(texts_.of(state.name)));
     return std::all_of(what_.words.begin(), what_.words.end(), [&](std::string const& word) {
         return all.find(word) != std::string::npos;
     });
+}
+
+void KeyRows::addTexts(Row& row, std::string const& name) {
+    texts::Texts const told = texts_.of(name);
+    row.push_back({"unit", Cell::orNothing(told.unit.empty() ? "-" : told.unit)});
+    row.push_back({"summary", Cell::orNothing(told.summary.empty() ? "-" : told.summary)});
 }
 
 bool KeyRows::add(SettingsPtr const& key) {
@@ -72,6 +89,7 @@ bool KeyRows::add(SettingsPtr const& key) {
         row.push_back({"takes", Cell::orNothing(elements.empty() && bounds.empty()
                                                     ? "-"
                                                     : elements + (isBoth ? ": " : "") + bounds)});
+        addTexts(row, state.name);
     }
     output_.row(row);
     if (!state.problem.empty()) complain(state.name + ": " + state.problem);
@@ -84,7 +102,10 @@ void KeyRows::addGroup(SettingsPtr const& group) {
                {"type", "group"},
                {"level", Cell::level("-")},
                {"value", Cell::value({}, KeyType())}};
-    if (what_.isLong) row.push_back({"takes", Cell::orNothing("-")});
+    if (what_.isLong) {
+        row.push_back({"takes", Cell::orNothing("-")});
+        addTexts(row, group->getFullName());
+    }
     output_.row(row);
 }
 

@@ -3,10 +3,12 @@
 #include <string>
 #include <vector>
 
+#include <qbsettings/output/Cell.hpp>
 #include <qbsettings/store/Tree.hpp>
 
 namespace qbsettings {
 
+class NodeTexts;
 class Output;
 struct KeyState;
 
@@ -16,11 +18,11 @@ public:
     struct What {
         std::string level;               ///< Values of this level alone; those in force if empty.
         bool changedOnly = false;        ///< Keys whose value is not the factory's, with that.
-        bool isLong = false;             ///< With what is allowed.
+        bool isLong = false;             ///< With what is allowed, and what it is.
         std::vector<std::string> words;  ///< Keys that hold all of them, whatever the case.
     };
 
-    KeyRows(Output& output, What what);
+    KeyRows(Output& output, NodeTexts& texts, What what);
 
     /// Prints the row of the key, if it has one. False if its value could not be had.
     bool add(SettingsPtr const& key);
@@ -29,9 +31,11 @@ public:
     std::size_t count() const { return count_; }
 
 private:
-    bool isAskedFor(KeyState const& state) const;
+    bool isAskedFor(KeyState const& state);
+    void addTexts(Row& row, std::string const& name);
 
     Output& output_;
+    NodeTexts& texts_;
     What what_;
     std::size_t count_ = 0;
 };

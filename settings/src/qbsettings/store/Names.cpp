@@ -54,13 +54,24 @@ SettingsPtr nearestChild(Tree& tree, SettingsPtr const& node, std::string const&
     return nearest;
 }
 
-/// The first node below with that name in any case, for a name whose groups were left out.
-SettingsPtr findAnywhere(Tree& tree, SettingsPtr const& node, std::string const& name) {
+struct Nearest {
+    SettingsPtr node;
+    std::size_t distance = 0;
+};
+
+/// The node below with the nearest name, for a name whose groups were left out.
+void findAnywhere(Tree& tree, SettingsPtr const& node, std::string const& name, Nearest& nearest) {
     for (SettingsPtr const& child : tree.childrenOf(node)) {
-        if (foldedAscii(child->getName()) == foldedAscii(name)) return child;
-        if (auto const found = findAnywhere(tree, child, name)) return found;
+        std::size_t distance = 0;
+        // Case alone is no difference, whatever the length.
+        bool const isSame = foldedAscii(child->getName()) == foldedAscii(name);
+        if ((isSame || isNear(child->getName(), name, distance)) &&
+            (!nearest.node || distance < nearest.distance)) {
+            nearest = {child, distance};
+        }
+        if (nearest.node && nearest.distance == 0) return;
+        findAnywhere(tree, child, name, nearest);
     }
-    return {};
 }
 
 /// Follows the name part by part, each to the nearest child.
@@ -68,7 +79,11 @@ SettingsPtr nearestNode(Tree& tree, std::vector<std::string> const& parts) {
     SettingsPtr node = tree.root();
     for (std::string const& part : parts) {
         SettingsPtr const next = nearestChild(tree, node, part);
-        if (!next) return findAnywhere(tree, node, parts.back());
+        if (!next) {
+            Nearest nearest;
+            findAnywhere(tree, node, parts.back(), nearest);
+            return nearest.node;
+        }
         node = next;
     }
     return node->isRoot() ? SettingsPtr() : node;

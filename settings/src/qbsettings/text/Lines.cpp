@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include <nlohmann/json.hpp>
 #include <qbsettings/text/Failure.hpp>
 #include <qbsettings/text/Json.hpp>
 #include <qbsettings/text/Text.hpp>
@@ -43,6 +44,27 @@ std::vector<std::string> elementsAsWritten(std::string const& written, KeyType c
     if (type.array) return parseJsonArray(written);
     if (type.any && !written.empty() && written.front() == '[') return parseJsonArray(written);
     return {written};
+}
+
+std::string asWritten(boost::any const& value, KeyType const& type) {
+    Json const json = jsonOf(value, type);
+    auto const dumped = [](Json const& element) {
+        return element.dump(-1, ' ', false, Json::error_handler_t::replace);
+    };
+    if (json.is_array()) {
+        std::vector<std::string> elements;
+        for (Json const& element : json)
+            elements.push_back(dumped(element));
+        return "[" + join(elements, ", ") + "]";
+    }
+    std::vector<std::string> const texts = elementTexts(value);
+    if (texts.empty()) return {};
+    std::string const& text = texts.front();
+    // As it stands, unless the line would be read as something else.
+    bool const isPlain = !text.empty() && trimmed(text, lineBlanks) == text &&
+                         asLine(text) == text && text.front() != '"' &&
+                         !(type.any && text.front() == '[');
+    return isPlain ? text : dumped(Json(text));
 }
 
 }  // namespace qbsettings

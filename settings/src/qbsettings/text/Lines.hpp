@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include <boost/any.hpp>
+
 namespace qbsettings {
 
 struct KeyType;
@@ -29,5 +31,8 @@ Assignment parseAssignment(std::string const& line);
 /// The texts of the elements of a value as written, for a key of that type: those of a JSON array
 /// or of a JSON string in quotes, else the text as it stands. @throws Failure
 std::vector<std::string> elementsAsWritten(std::string const& written, KeyType const& type);
+
+/// A value as it is written in a line, for a key of that type: what `elementsAsWritten` reads.
+std::string asWritten(boost::any const& value, KeyType const& type);
 
 }  // namespace qbsettings

@@ -1,5 +1,7 @@
 #include <qbsettings/text/Rules.hpp>
 
+#include <algorithm>
+
 #include <boost/variant/apply_visitor.hpp>
 #include <boost/variant/static_visitor.hpp>
 #include <qbsettings/text/Text.hpp>
@@ -42,7 +44,44 @@ std::string single(boost::any const& value) {
     return texts.empty() ? std::string() : texts.front();
 }
 
+/// What a bound is compared with.
+template <class T>
+T const& measureOf(T const& value) {
+    return value;
+}
+unsigned int measureOf(ustring const& value) { return static_cast<unsigned int>(value.size()); }
+
+template <class T>
+bool isAllowed(SettingsKeyMetaData<T> const& rules, T const& value) {
+    if (rules.choices &&
+        std::find(rules.choices->begin(), rules.choices->end(), value) != rules.choices->end()) {
+        return true;
+    }
+    if (!rules.minimum && !rules.maximum) return !rules.choices;
+    auto const& measure = measureOf(value);
+    return (!rules.minimum || *rules.minimum <= measure) &&
+           (!rules.maximum || measure <= *rules.maximum);
+}
+
 }  // namespace
+
+std::string refusedElement(KeyDescription const& description, boost::any const& value) {
+    std::string refused;
+    if (description.metaData.empty()) return refused;
+    settingscore::boostany::forEachElementType([&](auto tag) {
+        using T = typename decltype(tag)::Type;
+        auto const* const array = boost::any_cast<std::vector<T>>(&value);
+        auto const* const one = boost::any_cast<T>(&value);
+        if (!array && !one) return;
+        SettingsKeyMetaData<T> const rules(description.metaData);
+        std::size_t const count = array ? array->size() : 1;
+        for (std::size_t i = 0; i < count && refused.empty(); ++i) {
+            if (!isAllowed<T>(rules, array ? T((*array)[i]) : *one))
+                refused = inQuotes(elementTexts(value)[i]);
+        }
+    });
+    return refused;
+}
 
 unsigned long elementOf(KeyDescription const& description) {
     KeyType const type = typeOf(description);

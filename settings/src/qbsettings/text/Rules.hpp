@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include <boost/any.hpp>
 #include <settingscore/rules/RunTimeDefault.hpp>
 #include <settingscore/rules/Validator.hpp>
 
@@ -24,6 +25,10 @@ std::string sizeText(unsigned long least, unsigned long most);
 
 /// "0.1 to 12 or one of 0, 99", "at least 5 or 0"; empty if every value passes.
 std::string boundsText(settings::core::KeyDescription const& description);
+
+/// The element of a value that range and choices refuse, in quotes; empty if there is none.
+std::string refusedElement(settings::core::KeyDescription const& description,
+                           boost::any const& value);
 
 /// The range alone: "0.1 to 12", "at least 3"; of a text, the bounds on its length.
 std::string rangeText(settings::core::KeyDescription const& description);
