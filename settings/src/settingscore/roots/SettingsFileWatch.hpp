@@ -19,6 +19,7 @@ namespace settings::core {
 /// of its own.
 class SETTINGSCORE_API SettingsFileWatch {
 public:
+    /// Begins to watch for the instance, whose root is made if there is none yet.
     explicit SettingsFileWatch(ZcrID id);
     ~SettingsFileWatch();
     SettingsFileWatch(SettingsFileWatch const&) = delete;
@@ -31,6 +32,7 @@ public:
     /// alone; `refresh` compares the files and sees all.
     int descriptor() const;
 
+    /// What a refresh brought.
     struct Refreshed {
         /// Number of the keys that changed, and of the groups and keys that came or went.
         std::size_t changedNodes = 0;

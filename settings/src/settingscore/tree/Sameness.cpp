@@ -1,6 +1,7 @@
 #include <settingscore/tree/Sameness.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <type_traits>
@@ -12,6 +13,14 @@
 namespace settings::core::detail {
 
 namespace {
+
+template <class T>
+auto bitsOf(T number) {
+    std::conditional_t<sizeof(T) == sizeof(std::uint32_t), std::uint32_t, std::uint64_t> bits = 0;
+    static_assert(sizeof bits == sizeof number);
+    std::memcpy(&bits, &number, sizeof bits);
+    return bits;
+}
 
 class SameBits {
 public:
@@ -29,7 +38,7 @@ private:
     template <class T>
     static bool isSame(T const& a, T const& b) {
         if constexpr (std::is_floating_point_v<T>) {
-            return std::memcmp(&a, &b, sizeof a) == 0;
+            return bitsOf(a) == bitsOf(b);
         } else {
             return a == b;
         }
