@@ -22,7 +22,7 @@ public:
                      "Remove the temporary folders that killed processes left, without FILE");
         options.json();
         options.flag("--sarif", form_.sarif, "Print a document of SARIF 2.1.0");
-        options.flag("--strict", form_.strict, "Count warnings as faults, and keys without a text");
+        options.flag("--strict", form_.strict, "Count warnings and keys without a text as faults");
     }
 
     int run(Context& context) override {
