@@ -8,6 +8,8 @@ _qbsettings_offer() {
     for word in "${words[@]}"; do
         [[ $word == "$cur"* ]] || continue
         [[ -z $quote ]] && printf -v word %q "$word"
+        # What is found has to be named in what replaces it, which the shell itself cannot do.
+        # shellcheck disable=SC2001
         [[ $quote == '"' ]] && word=$(sed 's/[\\"$`]/\\&/g' <<<"$word")
         COMPREPLY+=("$word")
     done
